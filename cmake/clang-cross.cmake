@@ -1,0 +1,13 @@
+# SPDX-License-Identifier: MIT
+# What the ARM toolchain files share. Debian's own cross GCCs cannot be installed beside the 32-bit x86 libraries of
+# g++-multilib; clang builds for every processor and needs of the cross packages only headers and libraries.
+set(CMAKE_CXX_COMPILER clang++)
+set(CMAKE_CXX_COMPILER_TARGET ${BRUMBLER_TRIPLE})
+add_link_options(-fuse-ld=lld)
+set(CMAKE_FIND_ROOT_PATH /usr/${BRUMBLER_TRIPLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+find_program(BRUMBLER_EMULATOR_PATH ${BRUMBLER_EMULATOR})
+if(BRUMBLER_EMULATOR_PATH)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${BRUMBLER_EMULATOR_PATH} -L /usr/${BRUMBLER_TRIPLE})
+endif()
