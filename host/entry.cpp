@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#include <memory>
+#include <new>
+
+#include "effect/Brumbler.h"
+#include "host/Q_TypeIF.h"
+
+namespace {
+
+// One Brumbler for the host behind `audioMaster`, null when storage for it ran out. What its constructor throws passes.
+AudioEffect* createPluginFilter(audioMasterCallback audioMaster) { return new (std::nothrow) Brumbler(audioMaster); }
+
+// The record of a new effect, or null.
+AEffect* createRecord(audioMasterCallback audioMaster) noexcept {
+  try {
+    if (audioMaster == nullptr) return nullptr;
+    if (audioMaster(nullptr, static_cast<int32>(HostOpcode::version), 0, 0, nullptr, 0.0F) == 0) return nullptr;
+    AudioEffect* const effect = createPluginFilter(audioMaster);
+    return effect != nullptr ? effect->getAeffect() : nullptr;
+  } catch (...) {
+    return nullptr;
+  }
+}
+
+Q_TypeIF* createInterface(audioMasterCallback audioMaster) {
+  std::unique_ptr<Q_TypeIF> wrapper(new (std::nothrow) Q_TypeIF(nullptr));
+  if (wrapper == nullptr) return nullptr;
+  AEffect* const record = createRecord(audioMaster);
+  if (record == nullptr) return nullptr;
+  wrapper->aeffect = static_cast<AudioEffect*>(record->object)->getAeffect();
+  return wrapper.release();
+}
+
+}  // namespace
+
+Q_TypeIF::Q_TypeIF(AEffect* record) noexcept : aeffect(record) {}
+Q_TypeIF::~Q_TypeIF() = default;
+
+extern "C" Q_TypeIF* getinterface(audioMasterCallback audioMaster) { return createInterface(audioMaster); }
+extern "C" Q_TypeIF* QTypeIF(audioMasterCallback audioMaster) { return createInterface(audioMaster); }
