@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+
+#include "dsp/Clipper.h"
+#include "dsp/Lanes.h"
+
+// The lowpass of the oversampling, fifth order in transposed direct form II: y = sum b[k] x[n-k] + sum a[k] y[n-k]. The
+// feed-forward weights are symmetric, b5 = b0, b4 = b1, b3 = b2, so three products stand for six. T is double, or Lanes
+// for two signals at once.
+template <typename T>
+struct OversamplingFilter {
+  T a1, a2, a3, a4, a5;
+  T b0, b1, b2;
+  T h0, h1, h2, h3, h4;
+
+  OversamplingFilter(const double (&a)[5], const double (&b)[6]) noexcept
+      : a1(T{} + a[0]),
+        a2(T{} + a[1]),
+        a3(T{} + a[2]),
+        a4(T{} + a[3]),
+        a5(T{} + a[4]),
+        b0(T{} + b[0]),
+        b1(T{} + b[1]),
+        b2(T{} + b[2]),
+        h0{},
+        h1{},
+        h2{},
+        h3{},
+        h4{} {}
+
+  T step(T x) noexcept {
+    const T b0x = b0 * x;
+    const T b1x = b1 * x;
+    const T b2x = b2 * x;
+    const T y = b0x + h0;
+    h0 = (b1x + a1 * y) + h1;
+    h1 = (b2x + a2 * y) + h2;
+    h2 = (b2x + a3 * y) + h3;
+    h3 = (b1x + a4 * y) + h4;
+    h4 = b0x + a5 * y;
+    return y;
+  }
+
+  // step(0), without the products that vanish.
+  T stepWithoutInput() noexcept {
+    const T y = h0;
+    h0 = a1 * y + h1;
+    h1 = a2 * y + h2;
+    h2 = a3 * y + h3;
+    h3 = a4 * y + h4;
+    h4 = a5 * y;
+    return y;
+  }
+
+  // All five histories, of a filter for one signal.
+  void load(const double* h) noexcept {
+    h0 = h[0];
+    h1 = h[1];
+    h2 = h[2];
+    h3 = h[3];
+    h4 = h[4];
+  }
+  void store(double* h) const noexcept {
+    h[0] = h0;
+    h[1] = h1;
+    h[2] = h2;
+    h[3] = h3;
+    h[4] = h4;
+  }
+
+  // The histories of one lane, of a filter for two.
+  void loadLane(int lane, const double* h) noexcept {
+    h0 = withLane(h0, lane, h[0]);
+    h1 = withLane(h1, lane, h[1]);
+    h2 = withLane(h2, lane, h[2]);
+    h3 = withLane(h3, lane, h[3]);
+    h4 = withLane(h4, lane, h[4]);
+  }
+  void storeLane(int lane, double* h) const noexcept {
+    h[0] = h0[lane];
+    h[1] = h1[lane];
+    h[2] = h2[lane];
+    h[3] = h3[lane];
+    h[4] = h4[lane];
+  }
+};
+
+// Clamp, drive, clamp to the curve's range and read, for two interpolated samples at once.
+//
+// From the interpolated sample to the position in the table every operation is monotone, rounding and flush-to-zero
+// included, so the clamps act as well on the position: the same double, and one pair of bounds for two clamps. In the
+// form in which they stand a not-a-number ends at a bound too: no read ever leaves the table.
+class ClipCurve {
+ public:
+  // Samples are clamped to `lower` .. `upper`, then multiplied by `drive`. Any values do.
+  ClipCurve(const Clipper& table, double upper, double lower, double drive) noexcept
+      : table_(&table), drive_(bothLanes(drive)), center_(bothLanes(table.center)) {
+    const double atUpper = positionOf(upper * drive);
+    const double atLower = positionOf(lower * drive);
+    lowest_ = bothLanes(std::min(atUpper, atLower));
+    highest_ = bothLanes(std::max(atUpper, atLower));
+  }
+
+  Lanes operator()(Lanes sample) const noexcept {
+    Lanes position = center_ + (sample * drive_) * center_;
+    position = position < highest_ ? position : highest_;
+    position = position > lowest_ ? position : lowest_;
+    const int first = static_cast<int>(position[0]);
+    const int second = static_cast<int>(position[1]);
+    const Lanes fraction = position - Lanes{static_cast<double>(first), static_cast<double>(second)};
+    const Lanes firstPair = table_->entries(first);
+    const Lanes secondPair = table_->entries(second);
+    const Lanes left = lowLanes(firstPair, secondPair);
+    const Lanes right = highLanes(firstPair, secondPair);
+    return (right - left) * fraction + left;
+  }
+
+ private:
+  double positionOf(double w) const noexcept {
+    w = w < 1.0 ? w : 1.0;
+    w = w > -1.0 ? w : -1.0;
+    return table_->center + w * table_->center;
+  }
+
+  const Clipper* table_;
+  Lanes drive_, center_, lowest_, highest_;
+};
+
+// The saturating stage, at four times the sample rate: the interpolating lowpass, the clip curve, the decimating
+// lowpass.
+//
+// The two lowpasses have the same coefficients and share a vector, the decimating one two samples behind: what the
+// first made of a sample in one step goes through the curve in the next, beside the recurrences, and into the second in
+// the step after. enter() and leave() put a lane's history in just before the step of its first sample and take it out
+// just after the step of its last one; lane 0 interpolates, lane 1 decimates.
+class ClipStage {
+ public:
+  static constexpr int kDelay = 2;  // steps from the interpolating to the decimating lowpass
+
+  // `a`, `b`: the lowpass. `histories`: five values for each of the two, a sixth that stays 0.
+  ClipStage(const double (&a)[5], const double (&b)[6], double (&histories)[2][6], const ClipCurve& curve) noexcept
+      : histories_(&histories), curve_(curve), filter_(a, b) {}
+
+  void enter(int lane) noexcept { filter_.loadLane(lane, (*histories_)[lane]); }
+  void leave(int lane) const noexcept { filter_.storeLane(lane, (*histories_)[lane]); }
+
+  // The decimated sample of the last step.
+  double output() const noexcept { return output_; }
+
+  // One step: takes in one sample of the base rate. Between two samples stand three zeros; the factor 4 makes up for
+  // them.
+  void step(double sample) noexcept {
+    constexpr Lanes kZero = {0.0, 0.0};
+    const Lanes s0 = filter_.step(lowLanes(bothLanes(sample * 4.0), curved_[0]));
+    const Lanes s1 = filter_.step(lowHighLanes(kZero, curved_[0]));
+    const Lanes s2 = filter_.step(lowLanes(kZero, curved_[1]));
+    const Lanes s3 = filter_.step(lowHighLanes(kZero, curved_[1]));
+    curved_[0] = curve_(interpolated_[0]);
+    curved_[1] = curve_(interpolated_[1]);
+    interpolated_[0] = lowLanes(s0, s1);
+    interpolated_[1] = lowLanes(s2, s3);
+    output_ = s0[1];
+  }
+
+ private:
+  double (*histories_)[2][6];
+  ClipCurve curve_;
+  OversamplingFilter<Lanes> filter_;
+  Lanes interpolated_[2] = {};  // four sub-samples, in the order of time
+  Lanes curved_[2] = {};
+  double output_ = 0.0;
+};

@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cfloat>
+#include <cstring>
+
+// Two doubles that are worked on at once: the compilers' own vector type, SSE2 on x86, NEON on AArch64, plain scalar
+// code elsewhere, always with the results of scalar arithmetic in the same order.
+using Lanes = double __attribute__((vector_size(2 * sizeof(double))));
+
+constexpr Lanes bothLanes(double value) noexcept { return Lanes{value, value}; }
+
+// `lanes` with `value` in one of the lanes. Writes the whole vector: a load of it must not wait for two stores.
+inline Lanes withLane(Lanes lanes, int lane, double value) noexcept {
+  return lane == 0 ? Lanes{value, lanes[1]} : Lanes{lanes[0], value};
+}
+
+// `count` neighbours in memory, at any alignment: 2, or 1 in the low lane and 0 in the high one.
+template <int count>
+Lanes loadLanes(const double* values) noexcept {
+  Lanes lanes = {0.0, 0.0};
+  std::memcpy(&lanes, values, count * sizeof(double));
+  return lanes;
+}
+template <int count>
+void storeLanes(double* values, Lanes lanes) noexcept {
+  std::memcpy(values, &lanes, count * sizeof(double));
+}
+
+// Denormal values as zeros of the same sign.
+inline Lanes withoutDenormals(Lanes values) noexcept {
+  using Bits = long long __attribute__((vector_size(sizeof(Lanes))));
+  constexpr long long kSign = static_cast<long long>(1ULL << 63);
+  const Bits bits = reinterpret_cast<Bits>(values);
+  const Lanes magnitude = reinterpret_cast<Lanes>(bits & ~kSign);
+  return magnitude < bothLanes(DBL_MIN) ? reinterpret_cast<Lanes>(bits & kSign) : values;
+}
+
+// One lane of each, named in the order of the arguments.
+inline Lanes lowLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 2); }
+inline Lanes highLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 1, 3); }
+inline Lanes lowHighLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 3); }
+inline Lanes highLowLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 1, 2); }

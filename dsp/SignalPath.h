@@ -1,0 +1,176 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+
+#include "dsp/ClipStage.h"
+#include "dsp/SectionLanes.h"
+#include "dsp/ToneStage.h"
+
+// The stages of the signal path, as the effect owns them, for one block:
+//
+//   pre: fuzzPeak, adjust 0, adjust 1 -> clip stage (4x) -> lowPeak -> tone -> post: fuzzHighpass, rev 0 .. 4, dcBlock
+struct SignalStages {
+  IIRFilter* pre[3];
+  const double (&ovsA)[5];
+  const double (&ovsB)[6];
+  double (&ovsState)[2][6];
+  ClipCurve curve;
+  double clipOutGain;
+  double toneK;
+  double& toneZ1;
+  double& toneZ2;
+  IIRFilter* post[8];  // lowPeak first
+};
+
+// VOLUME over a block: a straight line from `start` at sample 0.
+struct VolumeGlide {
+  double start;
+  double step;  // per sample
+
+  double at(int sample) const noexcept { return start + static_cast<double>(sample) * step; }
+};
+
+// The signal path with all stages in one loop.
+//
+// Every stage stands so many steps behind the input that all stages of a step are nearly independent: the processor
+// works on the filter sections beside the recurrences of the clip stage, which set the pace. The skew opens and closes
+// within the block: the histories come in and go out one stage after another, each just before its first and just after
+// its last sample, so that they hold the truth between blocks.
+//
+// Exact: the same double as sample by sample through one stage after the other. Any block from 1 sample up; kDelay
+// extra steps a block, which pays from kPays samples up (bench/README.md).
+class SignalPath {
+ public:
+  static constexpr int kDelay = 8;  // steps from a sample to its output
+  static constexpr int kPays = 12;
+
+  SignalPath(const SignalStages& stages, const VolumeGlide& volume, int blockLength) noexcept
+      : pre_(stages.pre),
+        clip_(stages.ovsA, stages.ovsB, stages.ovsState, stages.curve),
+        clipOutGain_(stages.clipOutGain),
+        toneK_(stages.toneK),
+        tone_(stages.toneZ1, stages.toneZ2),
+        post_(stages.post),
+        volume_(volume),
+        blockLength_(blockLength) {}
+
+  // Runs the steps from `first` up to `end`, of blockLength + kDelay in all. `steps` holds for each the sample that
+  // comes in (anything for the last kDelay) and is given the output for the sample kDelay before.
+  void run(double* steps, int first, int end) noexcept {
+    const ToneStage::Coefficients atRest(toneK_, volume_.start);
+    int n = first;
+    const auto runEdge = [&](int until) {
+      for (; n < until; ++n) {
+        if (n <= kDelay) enter(n);
+        steps[n - first] = edgeStep(steps[n - first], n, volume_.step == 0.0 ? atRest : toneAt(n));
+        if (n >= blockLength_ - 1) leave(n - (blockLength_ - 1));
+      }
+    };
+    runEdge(std::min(end, kDelay + 1));
+    // In between nothing comes or goes. A copy that nobody else sees stays in registers.
+    const int innerEnd = std::min(end, blockLength_ - 1);
+    if (n < innerEnd) {
+      SignalPath path = *this;
+      if (volume_.step == 0.0) {
+        for (; n < innerEnd; ++n) steps[n - first] = path.step(steps[n - first], atRest);
+      } else {
+        for (; n < innerEnd; ++n) steps[n - first] = path.step(steps[n - first], toneAt(n));
+      }
+      *this = path;
+    }
+    runEdge(end);
+  }
+
+ private:
+  static constexpr int kInterpolate = 2;  // steps from a sample to each stage
+  static constexpr int kDecimate = kInterpolate + ClipStage::kDelay;
+  static constexpr int kTone = kDecimate;
+
+  // Before and after step `n` of a block, for the stages whose first or last sample that is.
+  void enter(int n) noexcept {
+    pre_.enter(n);
+    if (n == kInterpolate) clip_.enter(0);
+    if (n == kDecimate) clip_.enter(1);
+    if (n == kTone) tone_.enter();
+    post_.enter(n - kDecimate);
+  }
+  void leave(int n) const noexcept {
+    pre_.leave(n);
+    if (n == kInterpolate) clip_.leave(0);
+    if (n == kDecimate) clip_.leave(1);
+    if (n == kTone) tone_.leave();
+    post_.leave(n - kDecimate);
+  }
+
+  ToneStage::Coefficients toneAt(int n) const noexcept {
+    return {toneK_, volume_.at(std::clamp(n - kTone, 0, blockLength_ - 1))};
+  }
+
+  [[gnu::always_inline]] double step(double sample, const ToneStage::Coefficients& tone) noexcept {
+    clip_.step(pre_.output(2));
+    pre_.step(Lanes{sample, pre_.output(0)});
+    post_.step(Lanes{clip_.output() * clipOutGain_, tone_.output()});
+    tone_.step(post_.output(0), tone);
+    return post_.output(7);
+  }
+
+  // The same with only those stages that have a sample to work on.
+  double edgeStep(double sample, int n, const ToneStage::Coefficients& tone) noexcept {
+    const int last = n - (blockLength_ - 1);  // steps since the last sample came in
+    if (n >= kInterpolate && last <= kDecimate) clip_.step(pre_.output(2));
+    if (last < kInterpolate) pre_.step(Lanes{sample, pre_.output(0)});
+    if (n >= kDecimate) {
+      post_.step(Lanes{clip_.output() * clipOutGain_, tone_.output()});
+      tone_.step(post_.output(0), tone);
+    }
+    return post_.output(7);
+  }
+
+  SectionLanes<3> pre_;
+  ClipStage clip_;
+  double clipOutGain_;
+  double toneK_;
+  ToneStage tone_;
+  SectionLanes<8> post_;  // behind lowPeak stands the tone stage
+  VolumeGlide volume_;
+  int blockLength_;
+};
+
+// The same for a few samples, one sample after the other through one stage after the other: nothing to open or close.
+[[gnu::always_inline]] inline void runShortBlock(const SignalStages& stages, const VolumeGlide& volume, double* block,
+                                                 int length) noexcept {
+  OversamplingFilter<double> interpolator(stages.ovsA, stages.ovsB);
+  OversamplingFilter<double> decimator(stages.ovsA, stages.ovsB);
+  ToneStage tone(stages.toneZ1, stages.toneZ2);
+  ToneStage::Coefficients coefficients(stages.toneK, volume.start);
+  interpolator.load(stages.ovsState[0]);
+  decimator.load(stages.ovsState[1]);
+  tone.enter();
+  for (int i = 0; i < length; ++i) {
+    double x = block[i];
+    for (IIRFilter* section : stages.pre) section->iirProcessing(&x);
+
+    const double y0 = interpolator.step(x * 4.0);
+    const double y1 = interpolator.stepWithoutInput();
+    const double y2 = interpolator.stepWithoutInput();
+    const double y3 = interpolator.stepWithoutInput();
+    const Lanes v01 = stages.curve(Lanes{y0, y1});
+    const Lanes v23 = stages.curve(Lanes{y2, y3});
+    x = decimator.step(v01[0]) * stages.clipOutGain;
+
+    stages.post[0]->iirProcessing(&x);
+    if (volume.step != 0.0) coefficients = {stages.toneK, volume.at(i)};
+    tone.step(x, coefficients);
+    x = tone.output();
+    for (int s = 1; s < 8; ++s) stages.post[s]->iirProcessing(&x);
+    block[i] = x;
+
+    decimator.step(v01[1]);  // these three are for the history alone
+    decimator.step(v23[0]);
+    decimator.step(v23[1]);
+  }
+  tone.leave();
+  decimator.store(stages.ovsState[1]);
+  interpolator.store(stages.ovsState[0]);
+}

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: MIT
+#include "dsp/SwitchFader.h"
+
+#include <algorithm>
+#include <cmath>
+#include <new>
+
+namespace {
+
+constexpr double kFadeSeconds = 0.016;
+constexpr double kMostSamples = 1 << 20;  // no ramp is longer, 16 MiB for both: 65 MHz and more is no sample rate
+
+}  // namespace
+
+SwitchFader* SwitchFader::create(double sampleRate, float onOff) noexcept {
+  SwitchFader* const fader = new (std::nothrow) SwitchFader{};
+  if (fader == nullptr) return nullptr;
+  fader->fadeTime = kFadeSeconds;
+  fader->unityGain = 1.0;
+  fader->lengthD = std::clamp(std::floor(kFadeSeconds * sampleRate), 1.0, kMostSamples);
+  fader->length = static_cast<std::int32_t>(fader->lengthD);
+  fader->lastSwitch = onOff;
+  fader->fadeIn = new (std::nothrow) double[static_cast<std::size_t>(fader->length)];
+  fader->fadeOut = new (std::nothrow) double[static_cast<std::size_t>(fader->length)];
+  if (fader->fadeIn == nullptr || fader->fadeOut == nullptr) {
+    destroy(fader);
+    return nullptr;
+  }
+  const double step = 1.0 / fader->lengthD;
+  double t = 0.0;
+  for (std::int32_t i = 0; i < fader->length; ++i) {
+    fader->fadeIn[i] = step * t;
+    fader->fadeOut[i] = (fader->lengthD - t) * step;
+    t += 1.0;
+  }
+  return fader;
+}
+
+void SwitchFader::destroy(SwitchFader* fader) noexcept {
+  if (fader == nullptr) return;
+  delete[] fader->fadeIn;
+  delete[] fader->fadeOut;
+  delete[] fader->switchBuf;
+  delete fader;
+}
+
+bool SwitchFader::reserve(std::int32_t samples) noexcept {
+  if (samples <= bufLen) return true;
+  auto* const larger = new (std::nothrow) float[static_cast<std::size_t>(samples)];
+  if (larger == nullptr) return false;
+  delete[] switchBuf;
+  switchBuf = larger;
+  bufLen = samples;
+  return true;
+}
+
+void SwitchFader::run(std::int32_t samples, float onOff, double* gain) noexcept {
+  const bool stays = onOff == lastSwitch || (std::isnan(onOff) && std::isnan(lastSwitch));
+  if (!stays) state = kFadingOut;
+  lastSwitch = onOff;
+
+  // The switch value of a fade-out stands for the setting that is being left.
+  const float leaving = onOff == 1.0F ? 0.0F : 1.0F;
+  std::int32_t i = 0;
+  while (i < samples) {
+    const bool idle = state == kIdle;
+    const std::int32_t run = idle ? samples - i : std::min(samples - i, length - pos);
+    const float source = state == kFadingOut ? leaving : onOff;
+    std::fill_n(switchBuf + i, run, source);
+    if (idle) {
+      std::fill_n(gain + i, run, unityGain);
+    } else {
+      std::copy_n((state == kFadingOut ? fadeOut : fadeIn) + pos, run, gain + i);
+      pos += run;
+      if (pos >= length) {
+        state = state == kFadingOut ? kFadingIn : kIdle;
+        pos = 0;
+      }
+    }
+    i += run;
+  }
+}

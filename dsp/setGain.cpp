@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: MIT
+#include "dsp/IIRFilter.h"
+#include "dsp/Taper.h"
+#include "effect/Brumbler.h"
+
+// The gain law: one FUZZ value sets the clamp thresholds, the drive into the curve, the low boost and the low cut. More
+// FUZZ lowers the thresholds from 0.011 to 0.001 and widens the part of the curve that they span from a third to all.
+void Brumbler::setGain() {
+  const double F = fuzz;
+  clipThrPos = 0.01 * (1.0 - F) * (1.0 - F) + 0.001;
+  clipDrive = fuzzTaper->evaluate(fuzz) / (18.0 * clipThrPos);
+  clipThrNeg = (0.0 - clipThrPos) * 0.8;
+
+  filterPrm_tag peak{FT_PEQ, 110.0, 0.0, 0.0, 0.8, 0.8 * F * F * F * F, curSampleRate};
+  fuzzPeak->FDexcute(&peak);
+  filterPrm_tag highpass{FT_HPF_Q, ((-31.02 * F) + 73.9) * F + 10.0, 0.0, 0.0, 0.5 * F + 0.05, 0.0, curSampleRate};
+  fuzzHighpass->FDexcute(&highpass);
+}

@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: MIT
+// The sample-rate set-up: builds everything of the signal path that depends on the rate.
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <limits>
+#include <mutex>
+#include <new>
+
+#include "dsp/Clipper.h"
+#include "dsp/IIRFilter.h"
+#include "dsp/SwitchFader.h"
+#include "dsp/Taper.h"
+#include "effect/Brumbler.h"
+#include "host/SharedValue.h"
+
+Clipper Brumbler::clip[1];
+double Brumbler::clipSampleRate = -1.0;
+
+const int32 Brumbler::num_Adjust[] = {FT_PEQ, FT_PEQ};
+const double Brumbler::freq_Adjust[] = {60.0, 8000.0};
+const double Brumbler::q_Adjust[] = {1.0, 1.4};
+const double Brumbler::gain_Adjust[] = {5.0, 0.0};
+
+const int32 Brumbler::num_Rev[] = {FT_PEQ, FT_PEQ, FT_PEQ, FT_LPF1, FT_PEQ};
+const double Brumbler::freq_Rev[] = {8000.0, 2000.0, 62.5, 3000.0, 4000.0};
+const double Brumbler::q_Rev[] = {1.4, 1.4, 1.4, 1.0, 1.4};
+const double Brumbler::gain_Rev[] = {15.0, -3.0, 6.0, 0.0, 3.0};
+
+namespace {
+
+constexpr double kToneRadians = 5026.54824574367;  // pi times the tone stage's centre of 1600 Hz
+
+// Fifth-order lowpass at four times the sample rate, 3 dB down at 4857 Hz, at least 55 dB down above 12 kHz.
+// y = sum b[k] x[n-k] + sum a[k] y[n-k]; b is symmetric, so its first half stands for all.
+struct OversamplingLowpass {
+  double a[5];
+  double b[3];
+};
+constexpr OversamplingLowpass kLowpass48000 = {{4.7749840241, -9.149843144, 8.7941651284, -4.2391684132, 0.81984751763},
+                                               {5.0112635698e-06, -2.158011079e-06, 4.5903222912e-06}};
+constexpr OversamplingLowpass kLowpassOther = {
+    {4.7526378444, -9.0699840367, 8.6870494094, -4.1753030355, 0.80557726604},
+    {6.0626054296e-06, -8.5218641012e-07, 6.0657532561e-06}};
+
+// Set-ups of several effects take turns at the shared table.
+RecursiveMutex tableLock;
+
+void buildTable(double rateArgument) {
+  const std::lock_guard guard(tableLock);
+  const bool built = Brumbler::clip[0].center != 0.0;
+  if (built && rateArgument == Brumbler::clipSampleRate) return;
+  Brumbler::clip[0].build();
+  Brumbler::clipSampleRate = rateArgument;
+}
+
+IIRFilter* newSection(int32 type, double frequency, double q, double gain, double rate) {
+  filterPrm_tag parameters{type, frequency, 0.0, 0.0, q, gain, rate};
+  return new (std::nothrow) IIRFilter(&parameters);
+}
+
+void deleteSections(IIRFilter**& sections, int32 count) noexcept {
+  if (sections == nullptr) return;
+  std::for_each_n(sections, count, [](IIRFilter* section) { delete section; });
+  delete[] sections;
+  sections = nullptr;
+}
+
+// An array of `count` sections; null when storage ran out.
+IIRFilter** newSections(int32 count, const int32* types, const double* frequencies, const double* qs,
+                        const double* gains, double rate) {
+  auto** sections = new (std::nothrow) IIRFilter*[static_cast<std::size_t>(count)]();
+  if (sections == nullptr) return nullptr;
+  for (int32 i = 0; i < count; ++i) {
+    sections[i] = newSection(types[i], frequencies[i], qs[i], gains[i], rate);
+    if (sections[i] == nullptr) {
+      deleteSections(sections, count);
+      return nullptr;
+    }
+  }
+  return sections;
+}
+
+template <typename T>
+void deleteAndClear(T*& object) noexcept {
+  delete object;
+  object = nullptr;
+}
+
+}  // namespace
+
+void Brumbler::setSampleRate(float sampleRateArgument) {
+  const std::lock_guard guard(lock);
+  const double argument = sampleRateArgument;
+  if (argument == curSampleRate) return;
+
+  curSampleRate = updateSampleRate();
+  buildTable(argument);
+  releaseProcessing();
+  if (!buildProcessing()) {
+    releaseProcessing();
+    curSampleRate = std::numeric_limits<double>::quiet_NaN();  // no rate equals it: the next set-up runs in full
+  }
+  resume();
+}
+
+// False when storage ran out; what was built so far then stays for releaseProcessing.
+bool Brumbler::buildProcessing() {
+  constexpr double kMostRate = 2147483647.0;
+  sampleRateInt = static_cast<int32>(std::min(curSampleRate, kMostRate));
+  toneK = std::tan(kToneRadians / curSampleRate);
+  toneZ1 = 0.0;
+  toneZ2 = 0.0;
+
+  const OversamplingLowpass& lowpass = sampleRateInt == 48000 ? kLowpass48000 : kLowpassOther;
+  std::copy(std::begin(lowpass.a), std::end(lowpass.a), ovsA);
+  std::copy(std::begin(lowpass.b), std::end(lowpass.b), ovsB);
+  std::reverse_copy(std::begin(lowpass.b), std::end(lowpass.b), ovsB + 3);
+  std::fill_n(&ovsState[0][0], 12, 0.0);
+
+  clipThrPos = 0.0025;
+  clipDrive = 400.0;
+  clipThrNeg = -0.002;
+  lastFuzz = -1.0F;  // the gain law is due at the next block
+  lastVolume = 0.0;  // and VOLUME rises from silence over it
+
+  fuzzTaper = new (std::nothrow) Taper{nullptr, TAPER_POWER, 18.0, 6.0, 1.0F, 0.0F, 0.0F, 1.0F, 0};
+  adjustFilters = newSections(adjustCount, num_Adjust, freq_Adjust, q_Adjust, gain_Adjust, curSampleRate);
+  revFilters = newSections(revCount, num_Rev, freq_Rev, q_Rev, gain_Rev, curSampleRate);
+  fuzzPeak = newSection(FT_PEQ, 110.0, 0.8, 0.05, curSampleRate);
+  fuzzHighpass = newSection(FT_HPF_Q, 300.0, 0.3, 0.0, curSampleRate);
+  lowPeak = newSection(FT_PEQ, 80.0, 0.1, 6.0, curSampleRate);
+  dcBlock = newSection(FT_HPF1, 20.0, 1.0, 0.0, curSampleRate);
+  switchFader = SwitchFader::create(curSampleRate, onOff);
+
+  const bool complete = fuzzTaper != nullptr && adjustFilters != nullptr && revFilters != nullptr &&
+                        fuzzPeak != nullptr && fuzzHighpass != nullptr && lowPeak != nullptr && dcBlock != nullptr &&
+                        switchFader != nullptr;
+  return complete && growWorkBuffers(loadShared(blockSize));
+}
+
+// Tolerates whatever is missing.
+void Brumbler::releaseProcessing() noexcept {
+  if (fuzzTaper != nullptr) delete[] fuzzTaper->coefs;
+  deleteAndClear(fuzzTaper);
+  deleteSections(adjustFilters, adjustCount);
+  deleteSections(revFilters, revCount);
+  deleteAndClear(fuzzPeak);
+  deleteAndClear(fuzzHighpass);
+  deleteAndClear(lowPeak);
+  deleteAndClear(dcBlock);
+  SwitchFader::destroy(switchFader);
+  switchFader = nullptr;
+  delete[] gainBuffer;
+  gainBuffer = nullptr;
+  workBufLen = 0;
+}
+
+void Brumbler::setBlockSize(int32 newBlockSize) {
+  const std::lock_guard guard(lock);
+  AudioEffectX::setBlockSize(newBlockSize);
+  if (isSetUp()) growWorkBuffers(newBlockSize);
+}
+
+// Makes the work buffers hold `samples`; they never shrink. False when storage ran out, and what was there stays.
+bool Brumbler::growWorkBuffers(int32 samples) noexcept {
+  if (!switchFader->reserve(samples)) return false;
+  if (samples <= workBufLen) return true;
+  auto* const larger = new (std::nothrow) double[static_cast<std::size_t>(samples)];
+  if (larger == nullptr) return false;
+  delete[] gainBuffer;
+  gainBuffer = larger;
+  workBufLen = samples;
+  return true;
+}
