@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sndfile.h>
+
+#include <string>
+
+// What a sound file is made of. `format` is libsndfile's container and sample format, or'ed.
+struct AudioFormat {
+  int rate = 44100;  // Hz
+  int channels = 1;
+  int format = SF_FORMAT_WAV | SF_FORMAT_PCM_16;
+
+  int container() const noexcept { return format & SF_FORMAT_TYPEMASK; }
+  int sampleFormat() const noexcept { return format & SF_FORMAT_SUBMASK; }
+};
+
+// The container that a file's name asks for. Throws Failure (usage) listing the known endings when the name has none of
+// them.
+int containerFor(const std::string& path);
+
+// `wanted` in another container: the sample format stays where the container can hold it, else becomes the nearest that
+// it can, which is the smallest that loses nothing, or failing that the finest. Throws Failure naming `path` when the
+// container cannot hold the channels or the rate in any sample format.
+AudioFormat inContainer(const AudioFormat& wanted, int container, const std::string& path);
+
+// In people's words, like "24-bit" or "Vorbis".
+std::string sampleFormatName(int format);
+
+// Bits of an integer format without loss, 0 for all others.
+int integerBits(int format) noexcept;

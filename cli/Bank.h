@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+class HostedEffect;
+
+// The effect's programs, names and values, as a host keeps them in a file (docs/bank.schema.json).
+class Bank {
+ public:
+  // Reads a file; `effect` tells the names of the parameters and the number of programs. Programs may be fewer and
+  // leave out what is to stay as it is. Throws Failure naming line and key.
+  Bank(const std::string& path, const HostedEffect& effect);
+
+  // All programs of `effect`, which then has the same program selected as before.
+  explicit Bank(HostedEffect& effect);
+
+  // Puts the programs into an effect, through program selection, parameters and names, and selects the first.
+  void restore(HostedEffect& effect) const;
+
+  // The text of the file.
+  std::string text() const;
+
+ private:
+  struct Program {
+    std::optional<std::string> name;
+    std::map<int, float> values;  // by parameter
+  };
+
+  std::vector<std::string> parameterNames_;
+  std::vector<Program> programs_;
+};

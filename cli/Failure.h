@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+// What went wrong, told in one line that names the culprit and what to do. main() prints it and exits with `status`.
+class Failure : public std::runtime_error {
+ public:
+  enum Status : int {
+    failed = 1,  // the command was understood but could not be done
+    usage = 2,   // the command line itself is wrong
+  };
+
+  explicit Failure(const std::string& message, Status exitStatus = failed)
+      : std::runtime_error(message), status(exitStatus) {}
+
+  Status status;
+};

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <utility>
+#include <vector>
+
+class EffectModule;
+
+using Points = std::vector<std::pair<double, double>>;
+
+// The effect under test: its rate in Hz, VOLUME and FUZZ from 0 to 1.
+struct TestSettings {
+  int rate = 44100;
+  float volume = 0.5F;
+  float fuzz = 0.5F;
+};
+
+// Peak of the output over peak of the input, both in dBFS, for a steady sine of `frequency` Hz that gets louder in
+// steps from -100 to 0 dBFS. Each step is given time to settle.
+Points measureLevels(const EffectModule& module, const TestSettings& settings, double frequency);
+
+// Gain in dB over frequency in Hz, from 20 Hz up to 20 kHz or 0.49 of the rate, from the answer to one sample of
+// kImpulse: so small that nothing clips. What the effect gives for silence is taken off.
+inline constexpr double kImpulse = 1e-7;
+Points measureResponse(const EffectModule& module, const TestSettings& settings);
+
+// One second of the effect's answer to a steady sine of `frequency` Hz, `level` its peak of full scale.
+std::vector<double> playTone(const EffectModule& module, const TestSettings& settings, double frequency, double level);
+
+// What a steady tone is made of.
+struct Harmonics {
+  std::vector<double> amplitudes;  // peaks of full scale, of the fundamental and then of each harmonic below rate / 2
+  double distortion = 0.0;         // all harmonics by the fundamental, as RMS: the THD
+  double rest = 0.0;               // all that is no harmonic and no constant, by the fundamental, as RMS
+};
+
+// `samples` hold exactly one second; `frequency` is a whole number of Hz, so that its periods fit.
+Harmonics analyseTone(const std::vector<double>& samples, int frequency);

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <memory>
+#include <vector>
+
+struct soxr;
+
+// Brings a stream of interleaved doubles from one sample rate to another at libsoxr's best quality. Linear phase, and
+// the delay is taken out: frame n of the result is the sound at n / `to` seconds.
+class SampleRateConverter {
+ public:
+  // Rates in Hz. Throws Failure when the library cannot convert between them.
+  SampleRateConverter(int from, int to, int channels);
+
+  // Takes `frames` and appends what is ready to `out`, which lags behind by the length of the filter.
+  void convert(const double* samples, int frames, std::vector<double>& out);
+
+  // Appends the rest, as if silence followed. The last call.
+  void finish(std::vector<double>& out);
+
+ private:
+  struct Delete {
+    void operator()(soxr* converter) const noexcept;
+  };
+
+  void run(const double* samples, std::size_t frames, std::vector<double>& out);
+
+  std::size_t channels_;
+  std::vector<double> piece_;
+  std::unique_ptr<soxr, Delete> converter_;
+};

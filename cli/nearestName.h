@@ -1,0 +1,9 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+// "did you mean NAME?" with the known name that takes the fewest changes of a character to get to, whatever the case,
+// or a list of all known names when none is near.
+std::string suggestName(const std::string& given, const std::vector<std::string>& known);
