@@ -1,0 +1,319 @@
+// SPDX-License-Identifier: MIT
+// The built command, from outside.
+#define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <csignal>
+#include <random>
+
+#include "tests/PlainChain.h"
+#include "tests/cli/CommandLine.h"
+
+namespace {
+
+// Tones and noise at about a guitar's level, and a little silence at the end.
+Sound guitar(int rate, int channels, int frames, int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE) {
+  Sound sound{rate, channels, format, {}};
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> noise(-0.005, 0.005);
+  for (int i = 0; i < frames; ++i) {
+    for (int c = 0; c < channels; ++c) {
+      const double tone = 0.05 * std::sin(0.0157 * (c + 1) * i) * std::exp(-3.0 * i / frames);
+      sound.samples.push_back(i < frames - 50 ? tone + noise(random) : 0.0);
+    }
+  }
+  return sound;
+}
+
+// What `render IN OUT OPTIONS` makes.
+std::vector<double> render(CommandLine& cli, const std::string& inAndOptions) {
+  REQUIRE(cli.run("render --force " + inAndOptions + " o.wav") == 0);
+  return cli.read("o.wav").samples;
+}
+
+// The chain as it is after a first sample of silence.
+PlainChain chain(double rate, float onOff, float volume, float fuzz) {
+  PlainChain plain;
+  plain.setUp(rate);
+  plain.onOff = onOff;
+  plain.volume = volume;
+  plain.fuzz = fuzz;
+  double silence = 0.0;
+  plain.process(&silence, &silence, 1);
+  return plain;
+}
+
+double largestDifference(const std::vector<double>& a, const std::vector<double>& b) {
+  double largest = a.size() == b.size() ? 0.0 : 1e9;
+  for (std::size_t i = 0; i < std::min(a.size(), b.size()); ++i) largest = std::max(largest, std::fabs(a[i] - b[i]));
+  return largest;
+}
+
+}  // namespace
+
+TEST_CASE("every channel is the effect's own answer, to the bit, whatever the block length") {
+  const struct {
+    const char* options;
+    float on, volume, fuzz;
+    int rate;
+  } rows[] = {{"", 1, 0.5F, 0.5F, 44100},
+              {"--block 1", 1, 0.5F, 0.5F, 48000},
+              {"--block 777 --volume 0.31 --fuzz 0.9", 1, 0.31F, 0.9F, 44100},
+              {"--block 65536 --program 3 --fuzz 0", 1, 0.5F, 0, 44100},
+              {"--off", 0, 0.5F, 0.5F, 44100},
+              {"--rate native --volume 1", 1, 1, 0.5F, 32000}};
+  for (const auto& row : rows) {
+    CAPTURE(row.options);
+    CommandLine cli;
+    std::vector<double> expected(12000);
+    const Sound in = guitar(row.rate, 2, 6000);
+    for (std::size_t c = 0; c < 2; ++c) {
+      PlainChain plain = chain(row.rate, row.on, row.volume, row.fuzz);
+      for (std::size_t i = c; i < expected.size(); i += 2) plain.process(&in.samples[i], &expected[i], 1);
+    }
+    cli.write("in.wav", in);
+    CHECK(largestDifference(render(cli, "in.wav --no-tail " + std::string(row.options)), expected) == 0.0);
+    CHECK(cli.errText.empty());
+  }
+}
+
+TEST_CASE("format, rate and channels are kept; a dry integer sample comes back as it was") {
+  constexpr int wav = SF_FORMAT_WAV, flac = SF_FORMAT_FLAC, aiff = SF_FORMAT_AIFF;
+  const struct {
+    int format;
+    const char* out;
+    int expected;
+    bool exact;
+  } rows[] = {{wav | SF_FORMAT_PCM_U8, "o.wav", wav | SF_FORMAT_PCM_U8, true},
+              {wav | SF_FORMAT_PCM_16, "o.wav", wav | SF_FORMAT_PCM_16, true},
+              {wav | SF_FORMAT_PCM_24, "o.flac", flac | SF_FORMAT_PCM_24, true},
+              {wav | SF_FORMAT_PCM_32, "o.AIFF", aiff | SF_FORMAT_PCM_32, true},
+              {wav | SF_FORMAT_FLOAT, "o.flac", flac | SF_FORMAT_PCM_24, false},
+              {wav | SF_FORMAT_ULAW, "o.flac", flac | SF_FORMAT_PCM_16, true},
+              {wav | SF_FORMAT_PCM_32, "o.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, false}};
+  for (const auto& c : rows) {
+    CAPTURE(c.format);
+    CAPTURE(c.out);
+    CommandLine cli;
+    Sound in = guitar(22050, 3, 3000, c.format);
+    std::fill_n(&in.samples[7], 2, -1.0);
+    cli.write("in.wav", in);
+    REQUIRE(cli.run("render in.wav --off --no-tail --rate native " + std::string(c.out)) == 0);
+    const Sound out = cli.read(c.out);
+    CHECK(out.format == c.expected);
+    CHECK((out.rate == 22050 && out.channels == 3));
+    if (c.exact) CHECK(largestDifference(out.samples, cli.read("in.wav").samples) == 0.0);
+    const bool sameSamples = (c.expected & SF_FORMAT_SUBMASK) == (c.format & SF_FORMAT_SUBMASK);
+    CHECK((cli.errText.find("note:") == std::string::npos) == sameSamples);  // a change is told
+  }
+}
+
+TEST_CASE("bad input: one line that names the culprit, the right status, nothing left and nothing touched") {
+  CommandLine cli;
+  cli.write("in.wav", guitar(44100, 1, 2000));
+  cli.write("in.aiff", guitar(44100, 1, 2000, SF_FORMAT_AIFF | SF_FORMAT_PCM_16));
+  cli.write("slow.wav", guitar(8000, 1, 2000));
+  fs::create_symlink("in.wav", cli.folder / "link.wav");
+  // clang-format off
+  const struct { const char *name, *content; } files[] = {
+      {"there.wav", "precious"}, {"text.wav", "no sound"}, {"empty.wav", ""},
+      {"bad.json", "{\n  \"parameters\": {\n    \"FUZ\": []\n  }\n}\n"},
+      {"late.json", "{\"parameters\": {\"FUZZ\": [\n {\"samples\": 0, \"value\": 0},\n {\"seconds\": 9,"
+                    "\n \"value\": 1}]}}"},
+      {"half.json", "{\"parameters\": {\n\"On/Off\": [{\"percent\": 1, \"value\": 0.5}]}}"},
+      {"twice.json", "{\n\"programs\": [],\n\"programs\": []}"}, {"broken.json", "{\n\"programs\": [\n  {]\n}"},
+      {"big.json", "{\"programs\": [{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},\n{}]}"},
+  };
+  const struct { const char* arguments; int status; const char* culprit; } rows[] = {
+      {"", 2, "subcommand"}, {"rendre in.wav o.wav", 2, "did you mean render"}, {"render in.wav", 2, "IN and OUT"},
+      {"render none.wav o.wav", 1, "none.wav"}, {"render text.wav o.wav", 1, "text.wav"},
+      {"render empty.wav o.wav", 1, "is empty"}, {"render . o.wav", 1, "folder"}, {"render in.wav o.xyz", 2, ".flac"},
+      {"render in.wav o", 2, ".flac"}, {"render in.wav none/o.wav", 1, "none/o.wav"},
+      {"render in.wav there.wav", 1, "--force"}, {"render in.wav ./in.wav --force", 2, "recording itself"},
+      {"render in.wav link.wav --force", 2, "recording itself"}, {"render text.wav there.wav --force", 1, "text.wav"},
+      {"render in.wav o.wav --volume 1.01", 2, "--volume"}, {"render in.wav o.wav --volume nan", 2, "--volume"},
+      {"render in.wav o.wav --fuzz 0,5", 2, "--fuzz"}, {"render in.wav o.wav --fuzz", 2, "--fuzz"},
+      {"render in.wav o.wav --fuz 1", 2, "did you mean --fuzz"}, {"render in.wav o.wav --program 17", 2, "--program"},
+      {"render in.wav o.wav --block 0", 2, "--block"}, {"render in.wav o.wav --rate 12", 2, "--rate"},
+      {"render slow.wav o.wav --rate native", 1, "8000 Hz"}, {"render in.wav o.wav --trim loud", 2, "--trim"},
+      {"render in.wav o.wav --tail 1 --no-tail", 2, "--tail"}, {"render in.wav o.wav --module none.so", 1, "none.so"},
+      {"render in.wav o.wav --module text.wav", 1, "text.wav"}, {"info --module libm.so.6", 1, "libm.so.6"},
+      {"info --module '" BRUMBLER_TESTMODULE "'", 1, "answers no effect record"},
+      {"render - o.wav --trim auto < in.wav", 2, "--trim auto"},
+      {"render - o.wav --normalize -1 < in.wav", 2, "--norm"},
+      {"render in.wav o.wav --automate bad.json", 1, "bad.json, line 3: /parameters/FUZ is unknown; did you mean FUZZ"},
+      {"render in.wav o.wav --automate late.json", 1, "late.json, line 3: /parameters/FUZZ/1/seconds"},
+      {"render - o.wav --automate late.json < in.wav", 1, "late.json, line 3"},
+      {"render in.wav o.wav --automate half.json", 1, "half.json, line 2"},
+      {"render - o.wav --automate half.json < in.wav", 1, "half.json, line 2"},
+      {"render in.wav o.wav --automate twice.json", 1, "twice.json, line 3"},
+      {"render in.wav o.wav --automate broken.json", 1, "broken.json, line 3"},
+      {"render in.wav o.wav --bank big.json", 1, "big.json, line 2: /programs/16"},
+      {"render in.wav in.wav --out-dir d", 2, "both would become"}, {"riff there.wav", 1, "--force"},
+      {"render in.wav --out-dir .", 2, "folder of the recording"},
+      {"render in.wav --out-dir there.wav", 1, "there.wav"},
+      {"bank save b.json --set 3,fuz=1", 2, "did you mean fuzz"}, {"bank save b.json --set 17,fuzz=1", 2, "16"},
+      {"bank save b.json --set 3,name=Lead, loud", 2, "loud"}, {"info > /dev/full", 1, "standard output"},
+  };
+  // clang-format on
+  for (const auto& file : files) cli.writeText(file.name, file.content);
+  const std::set<std::string> before = cli.files();
+  for (const auto& row : rows) {
+    CAPTURE(row.arguments);
+    CHECK(cli.run(row.arguments) == row.status);
+    CAPTURE(cli.errText);
+    CHECK(cli.errText.find(row.culprit) != std::string::npos);
+    CHECK(std::count(cli.errText.begin(), cli.errText.end(), '\n') == 1);
+    CHECK(cli.files() == before);
+  }
+  CHECK(fs::file_size(cli.folder / "there.wav") == 8);
+}
+
+TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
+  CommandLine cli;
+  Sound sound = guitar(44100, 1, 60000);
+  cli.write("in.wav", sound);
+  sound.samples[44100] = std::nan("");
+  cli.write("bad.wav", sound);
+  cli.write("long.flac", guitar(44100, 1, 60000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
+  fs::resize_file(cli.folder / "long.flac", 60000);
+  cli.writeText("pid", "");
+  const std::set<std::string> before = cli.files();
+  // Feeds the command the start of a sound and, when it is at work, a signal.
+  const auto signalling = [](int signal) {
+    return "{ head -c 9000 in.wav; for i in $(seq 200); do ls -A | grep -q o.wav && break; sleep 0.02; done; ls -A "
+           ">&2; "
+           "kill -" +
+           std::to_string(signal) + " $(cat pid); sleep 0.1; } | sh -c 'echo $$ >pid; exec \"$0\" \"$@\"'";
+  };
+  const struct {
+    std::string arguments, before, told;
+    int status = 1;
+  } rows[] = {{"in.wav --off o.wav", "ulimit -f 3;", "make room"},
+              {"in.wav --off o.flac", "ulimit -f 3;", "make room"},
+              {"in.wav --off o.ogg", "ulimit -f 3;", "make room"},
+              {"in.wav --off o.caf", "ulimit -f 3;", "make room"},
+              {"bad.wav o.wav", "", "at 1.000 s"},
+              {"long.flac o.wav", "", "ends early"},
+              {"- o.wav", "head -c 99999 in.wav |", "ends early"},
+              {"- o.wav", signalling(SIGINT), "o.wav", 128 + SIGINT},
+              {"- o.wav", signalling(SIGTERM), "o.wav", 128 + SIGTERM}};
+  for (const auto& row : rows) {
+    CAPTURE(row.arguments);
+    CHECK(cli.run("render " + row.arguments, row.before) == row.status);
+    CHECK(cli.errText.find(row.told) != std::string::npos);
+    CHECK(cli.files() == before);
+  }
+}
+
+TEST_CASE("a stream gives what a file gives, in every type") {
+  CommandLine cli;
+  cli.write("in.wav", guitar(48000, 2, 20000, SF_FORMAT_WAV | SF_FORMAT_PCM_24));
+  const std::vector<double> expected = render(cli, "in.wav");
+  for (const std::string type : {"wav", "au", "raw"}) {
+    CAPTURE(type);
+    REQUIRE(cli.run("render - - --out-type " + type + " > stream", "cat in.wav |") == 0);
+    CHECK(cli.errText.find("standard output") == 0);
+    const std::string raw = type == "raw" ? " --raw 48000:2:s24" : "";
+    REQUIRE(cli.run("render - back.wav --off --no-tail --force" + raw, "cat stream |") == 0);
+    CHECK(largestDifference(cli.read("back.wav").samples, expected) == 0.0);
+  }
+}
+
+TEST_CASE("automation lands on its sample, in files of any rate") {
+  CommandLine cli;
+  const Sound in = guitar(44100, 1, 4000);
+  cli.write("in.wav", in);
+  cli.writeText("a.json", R"({"parameters": {
+    "On/Off": [{"samples": 0, "value": 1}, {"samples": 1001, "value": 0}, {"percent": 50, "value": 1}],
+    "VOLUME": [{"samples": 0, "value": 0.2}, {"samples": 1000, "value": 0.2}, {"samples": 1040, "value": 0.7}],
+    "FUZZ": [{"seconds": 0, "value": 0.5}]}})");
+  // As a host does it by hand: blocks end where something changes; VOLUME glides over the block [1000, 1040), which is
+  // cut at 1001 for the switch, and at 1024, a multiple of 64.
+  const struct {
+    int end;
+    float on, volume;
+  } blocks[] = {
+      {1000, 1, 0.2F}, {1001, 1, 0.2F + 0.5F / 40}, {1024, 0, 0.2F + 0.5F * 24 / 40}, {1040, 0, 0.7F}, {2000, 0, 0.7F},
+      {4000, 1, 0.7F}};
+  std::vector<double> expected = in.samples;
+  PlainChain plain = chain(44100, 1, 0.2F, 0.5F);
+  int begin = 0;
+  for (const auto& block : blocks) {
+    plain.onOff = block.on;
+    plain.volume = block.volume;
+    plain.process(expected.data() + begin, expected.data() + begin, block.end - begin);
+    begin = block.end;
+  }
+  for (const char* length : {"512", "65536"}) {
+    const auto out = render(cli, "in.wav --no-tail --automate a.json --block " + std::string(length));
+    CHECK(largestDifference(out, expected) < 1e-9);
+  }
+}
+
+TEST_CASE("other rates: no delay, no change of length") {
+  for (const int rate : {22050, 88200, 96000}) {
+    CAPTURE(rate);
+    CommandLine cli;
+    Sound in{rate, 2, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, {}};
+    for (int i = 0; i < 20001; ++i) {
+      const double x = (i - 9000) / 400.0;
+      in.samples.insert(in.samples.end(), {0.1 * std::exp(-x * x) * std::sin(0.3 * i), 0.0});
+    }
+    cli.write("in.wav", in);
+    CHECK(largestDifference(render(cli, "in.wav --off --no-tail"), in.samples) < 1e-6);
+  }
+}
+
+TEST_CASE("levels and tails") {
+  CommandLine cli;
+  Sound in = guitar(44100, 1, 5000);
+  cli.write("in.wav", in);
+  for (double& sample : in.samples) sample *= 10.0;
+  cli.write("hot.wav", in);
+  std::vector<double> scaled = render(cli, "in.wav --no-tail");
+  for (double& sample : scaled) sample *= 10.0;
+  CHECK(largestDifference(render(cli, "hot.wav --no-tail --trim 20"), scaled) < 1e-9);
+
+  const std::vector<double> loud = render(cli, "hot.wav --normalize -6 --trim auto --tail 0.5");
+  CHECK(loud.size() == 5000 + 22050);
+  CHECK(largestDifference(loud, std::vector<double>(loud.size())) == doctest::Approx(0.501187).epsilon(1e-5));
+
+  const std::vector<double> heard = render(cli, "hot.wav --trim 20");
+  CHECK((heard.size() > 5000 && heard.size() < 5000 + 44100));
+  CHECK(std::fabs(heard.back()) > 3.16e-5);
+  CHECK(render(cli, "in.wav --off").size() == 5000);
+
+  cli.write("loud16.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, std::vector<double>(100, -1.0)});
+  render(cli, "loud16.wav --trim -30 --volume 1");
+  CHECK(cli.outText.find("clipped") == std::string::npos);
+  CHECK(cli.run("render hot.wav c.flac --trim 30 --volume 1") == 0);
+  CHECK(cli.outText.find("samples clipped: lower --volume") != std::string::npos);
+}
+
+TEST_CASE("banks, many files and the riff") {
+  CommandLine cli;
+  REQUIRE(cli.run("riff a.wav && '" BRUMBLER_COMMAND "' riff b.flac") == 0);
+  const std::vector<double> riff = cli.read("a.wav").samples;
+  CHECK(largestDifference(riff, cli.read("b.flac").samples) == 0.0);
+  CHECK(riff.size() > 8 * 44100);
+  CHECK(-*std::min_element(riff.begin(), riff.end()) == doctest::Approx(0.1).epsilon(1e-6));
+
+  REQUIRE(cli.run("bank save b.json --set '3,volume=0.25,fuzz=0.8,name=Lead, loud' --set 4,on=0") == 0);
+  CHECK(cli.run("info --bank b.json --json") == 0);
+  CHECK(cli.outText.find("\"name\": \"Lead, loud\"") != std::string::npos);
+  CHECK(cli.outText.find("\"uniqueId\": \"KWBR\"") != std::string::npos);
+  const std::vector<double> banked = render(cli, "a.wav --bank b.json --program 3");
+  CHECK(largestDifference(banked, render(cli, "a.wav --volume 0.25 --fuzz 0.8")) == 0.0);
+
+  cli.writeText("c.wav", "no sound");
+  CHECK(cli.run("render a.wav c.wav b.flac --out-dir new/folder") == 1);
+  CHECK(cli.errText.find("c.wav") != std::string::npos);
+  CHECK(cli.errText.find("1 of 3 files failed") != std::string::npos);
+  CHECK(cli.outText.find("2 of 3 files") == 0);
+  REQUIRE(cli.run("render b.flac one.flac") == 0);
+  CHECK(largestDifference(cli.read("new/folder/b.flac").samples, cli.read("one.flac").samples) == 0.0);
+  CHECK(cli.read("new/folder/a.wav").samples.size() >= riff.size());
+}

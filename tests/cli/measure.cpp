@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: MIT
+// What the command measures, compares and draws, against sounds that are known.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <numbers>
+
+#include "tests/cli/CommandLine.h"
+
+namespace {
+
+double sine(double frequency, int i) { return std::sin(2.0 * std::numbers::pi * frequency * i / 44100.0); }
+
+// A sound that is like itself at no other delay.
+Sound sweep(int frames, int delay, double gain = 0.1) {
+  Sound sound;
+  for (int i = 0; i < frames; ++i) {
+    const double t = std::max(0, i - delay) / 44100.0;
+    sound.samples.push_back(i < delay ? 0.0 : gain * std::sin(500.0 * t + 3000.0 * t * t));
+  }
+  return sound;
+}
+
+bool holds(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+}  // namespace
+
+TEST_CASE("compare finds difference, delay and polarity, and judges by the tolerance") {
+  CommandLine cli;
+  const Sound a = sweep(40000, 0);
+  Sound marked = a;
+  marked.samples[31234] += 0.25;
+  cli.write("a.wav", a);
+  cli.write("marked.wav", marked);
+  cli.write("late.wav", sweep(40000, 137));
+  cli.write("louder.wav", sweep(40000, 0, -0.2));
+  cli.write("short.wav", sweep(39990, 0));
+  cli.write("stereo.wav", {44100, 2, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(100)});
+  cli.write("48k.wav", {48000, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(100)});
+  struct Case {
+    const char* arguments;
+    int status;
+    const char* said;
+  };
+  for (const Case& c : {Case{"a.wav a.wav", 0, "difference  none"},
+                        {"a.wav marked.wav", 1,
+                         "largest     0.25 (-12.0 dB of full scale) at sample 31234\n"
+                         "RMS         -58.1 dB of full scale"},
+                        {"a.wav marked.wav --tolerance 0.2501", 0, "first       at sample 31234"},
+                        {"a.wav marked.wav --tolerance 0.2499", 1, "more than --tolerance 0.2499"},
+                        {"a.wav late.wav", 1, "B comes 137 samples later"},
+                        {"late.wav a.wav", 1, "B comes 137 samples earlier"},
+                        {"a.wav louder.wav", 1, "upside down"},
+                        {"- a.wav <a.wav", 0, "difference  none"},
+                        {"a.wav short.wav --tolerance 1", 1, "40000 and 39990 samples"},
+                        {"a.wav 48k.wav", 1, "44100 and 48000 Hz"},
+                        {"a.wav stereo.wav", 1, "1 and 2 channels"},
+                        {"- -", 2, "only one"},
+                        {"a.wav a.wav --tolerance -1", 2, "--tolerance"}}) {
+    CAPTURE(c.arguments);
+    CHECK(cli.run(std::string("compare ") + c.arguments) == c.status);
+    const std::string said = cli.outText + cli.errText;
+    CAPTURE(said);
+    CHECK(holds(said, c.said));
+  }
+}
+
+TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
+  CommandLine cli;
+  Sound tone;  // a third harmonic at 5 per cent, a fifth at 2 and a stranger at 1
+  for (int i = 0; i < 44100; ++i) {
+    tone.samples.push_back(0.3 + 0.1 * sine(441, i) + 0.005 * sine(1323, i) + 0.002 * sine(2205, i) +
+                           0.001 * sine(1000, i));
+  }
+  cli.write("tone.wav", tone);
+  CHECK(cli.run("plot spectrum tone.wav --frequency 441 -o tone.png", "PATH=/nowhere") == 1);
+  CHECK(holds(cli.outText, "fundamental -20.0 dBFS, THD 5.39 % (-25.4 dB), all else -40.0 dB"));
+  CHECK(cli.files() == std::set<std::string>{"tone.csv", "tone.wav"});
+  CHECK(holds(cli.errText, "tone.csv"));
+
+  // At a low level the steady tone must meet the gain that the impulse shows.
+  CHECK(cli.run("plot curve --fuzz 0 --frequency 1000 -o c.svg", "PATH=/nowhere") == 1);
+  CHECK(cli.run("plot response --fuzz 0 --volume 0.5 -o r.svg", "PATH=/nowhere") == 1);
+  const auto valueAt = [&cli](const std::string& file, const std::string& start) {
+    std::ifstream in(cli.folder / file);
+    for (std::string line; std::getline(in, line);) {
+      if (line.rfind(start, 0) == 0) return std::stod(line.substr(line.rfind(',') + 1));
+    }
+    return 1e9;
+  };
+  CHECK(std::fabs(valueAt("c.csv", "\"FUZZ 0\",-100,") + 100.0 - valueAt("r.csv", "\"VOLUME 0.5\",1002.3")) < 0.3);
+
+  CHECK(cli.run("plot curve -o c.pdf") == 2);
+  CHECK(cli.run("plot curve -o c.svg --fuzz 0,2") == 2);
+  CHECK(cli.run("plot wave tone.wav --from 2 -o w.svg") == 1);
+  CHECK(cli.run("plot spectrum --frequency 30000 -o s.svg") == 2);
+  CHECK(cli.files().size() == 4);
+}

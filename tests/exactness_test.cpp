@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: MIT
+// The effect against the plain chain, to the last bit.
+#include <doctest/doctest.h>
+
+#include <bit>
+#include <cstdint>
+#include <memory>
+#include <random>
+#include <vector>
+
+#include "tests/FakeHost.h"
+#include "tests/PlainChain.h"
+
+namespace {
+
+// A host's use of the effect, at random: blocks of any length, in place and not, parameters, programs, rates.
+class RandomSession {
+ public:
+  explicit RandomSession(unsigned seed) : random_(seed) {
+    FakeHost::reset();
+    std::unique_ptr<Q_TypeIF> wrapper(getinterface(FakeHost::callback));
+    effect_ = wrapper->aeffect;
+    setRate(44100);
+  }
+  ~RandomSession() { dispatch(EffectOpcode::close, 0, 0.0F); }
+
+  long samples() const { return samples_; }
+  long differing() const { return differing_; }
+
+  void step() {
+    switch (pick(12)) {
+      case 0: setParameter(0, pick(3) == 0 ? uniform() : static_cast<float>(pick(2))); break;
+      case 1: setParameter(1, pick(4) == 0 ? static_cast<float>(pick(2)) : uniform()); break;
+      case 2: setParameter(2, pick(4) == 0 ? static_cast<float>(pick(2)) : uniform()); break;
+      case 3: if (pick(4) == 0) setProgram(pick(16)); break;
+      case 4: if (pick(30) == 0) setRate(kRates[pick(6)]); break;
+      default: block(); break;
+    }
+  }
+
+ private:
+  static constexpr int kRates[] = {44100, 48000, 88200, 96000, 22050, 192000};
+
+  int pick(int below) { return std::uniform_int_distribution<int>(0, below - 1)(random_); }
+  float uniform() { return std::uniform_real_distribution<float>(0.0F, 1.0F)(random_); }
+
+  void dispatch(EffectOpcode opcode, intptr value, float opt) {
+    effect_->dispatcher(effect_, static_cast<int32>(opcode), 0, value, nullptr, opt);
+  }
+
+  void setParameter(int index, float value) {
+    effect_->setParameter(effect_, index, value);
+    programs_[program_][index] = value;
+    plain_.onOff = programs_[program_][0];
+    plain_.volume = programs_[program_][1];
+    plain_.fuzz = programs_[program_][2];
+  }
+
+  void setProgram(int program) {
+    dispatch(EffectOpcode::setProgram, program, 0.0F);
+    program_ = program;
+    setParameter(0, programs_[program_][0]);
+  }
+
+  void setRate(int rate) {
+    if (rate == FakeHost::sampleRate && samples_ > 0) return;
+    FakeHost::sampleRate = rate;
+    dispatch(EffectOpcode::setSampleRate, 0, static_cast<float>(rate));
+    plain_.setUp(rate);
+  }
+
+  // Noise, tones, steps, silence and extremes, at any level; amplitudes down to the smallest numbers there are.
+  void fill(std::vector<double>& signal) {
+    const int kind = pick(8);
+    const double level = std::pow(10.0, std::uniform_real_distribution<double>(-4.0, 1.0)(random_));
+    std::uniform_real_distribution<double> noise(-level, level);
+    const double huge[] = {1e30, -1e30, 1e20};
+    const double tiny[] = {1e-300, -1e-307, 3e-308, 5e-320, -2e-308};
+    for (double& x : signal) {
+      switch (kind) {
+        case 0: x = 0.0; break;
+        case 1: x = level; break;
+        case 2: x = tiny[pick(5)] * uniform(); break;
+        case 3: x = pick(200) == 0 ? huge[pick(3)] : noise(random_); break;
+        case 4: x = level * std::sin(phase_ += 0.02); break;
+        default: x = noise(random_); break;
+      }
+    }
+  }
+
+  void block() {
+    const int lengths[] = {pick(4), pick(40), pick(300), 64, 1 + pick(3000)};
+    const int n = lengths[pick(5)];
+    std::vector<double> in(static_cast<std::size_t>(n));
+    fill(in);
+    std::vector<double> expected(in.size());
+    plain_.process(in.data(), expected.data(), n);
+
+    std::vector<double> out = in;
+    double* source = pick(2) == 0 ? in.data() : out.data();
+    double* target = out.data();
+    effect_->processDoubleReplacing(effect_, &source, &target, n);
+    for (std::size_t i = 0; i < in.size(); ++i) {
+      if (std::bit_cast<std::uint64_t>(out[i]) != std::bit_cast<std::uint64_t>(expected[i])) ++differing_;
+    }
+    samples_ += n;
+  }
+
+  std::mt19937 random_;
+  AEffect* effect_ = nullptr;
+  PlainChain plain_;
+  float programs_[16][3] = {{1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F},
+                            {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F},
+                            {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}};
+  int program_ = 0;
+  double phase_ = 0.0;
+  long samples_ = 0;
+  long differing_ = 0;
+};
+
+}  // namespace
+
+TEST_CASE("every processed sample equals the plain chain's, to the bit") {
+  long samples = 0;
+  for (unsigned seed = 1; seed <= 12; ++seed) {
+    CAPTURE(seed);
+    RandomSession session(seed);
+    for (int i = 0; i < 900; ++i) session.step();
+    CHECK(session.differing() == 0);
+    samples += session.samples();
+  }
+  CHECK(samples > 2000000);
+  MESSAGE(samples << " samples compared");
+}

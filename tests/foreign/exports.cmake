@@ -1,0 +1,49 @@
+# SPDX-License-Identifier: MIT
+# Holds the built module to what it may show and need:
+#   cmake -DMODULE=FILE -DREADELF=PROGRAM -DSLOTS=SOURCE -DOWN_RUNTIME=BOOL -P exports.cmake
+# OWN_RUNTIME: the module brings its C++ runtime, as all but the sanitizer builds do.
+execute_process(COMMAND ${READELF} --dyn-syms --wide ${MODULE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "[0-9]+: [0-9a-f]+ +[^\n]+" symbols "${symbols}")
+foreach(symbol IN LISTS symbols)
+  string(REGEX MATCHALL "[^ ]+" columns "${symbol}")
+  list(LENGTH columns length)
+  if(length LESS 8)  # the nameless first one
+    continue()
+  endif()
+  list(GET columns 6 section)
+  list(GET columns 7 name)
+  if(NOT section STREQUAL "UND")
+    list(APPEND exported ${name})
+  elseif(OWN_RUNTIME AND NOT name MATCHES "@(GLIBC|GCC)_|^_ITM_(de)?registerTMCloneTable$|^__gmon_start__$")
+    message(SEND_ERROR "${name} is left to the host")
+  endif()
+endforeach()
+list(SORT exported)
+if(NOT exported STREQUAL "QTypeIF;getinterface")
+  message(SEND_ERROR "exports ${exported}")
+endif()
+if(NOT OWN_RUNTIME)
+  return()
+endif()
+
+# The C library, its mathematics and its loader alone.
+execute_process(COMMAND ${READELF} --dynamic --wide ${MODULE} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCHALL "Shared library: [^\n]+" needed "${dynamic}")
+foreach(library IN LISTS needed)
+  message(STATUS "${library}")
+  if(NOT library MATCHES "\\[(libc\\.so\\.6|libm\\.so\\.6|ld-linux[-a-z0-9_]*\\.so\\.[0-9])\\]")
+    message(SEND_ERROR "needs more than the C library: ${library}")
+  endif()
+endforeach()
+
+# Two words stand before the slots of a virtual table.
+execute_process(COMMAND ${READELF} --syms --wide ${MODULE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
+string(REGEX MATCH "([0-9a-f]+) +([0-9]+) OBJECT[^\n]+ _ZTV8Brumbler\n" table "${symbols}")
+string(LENGTH "${CMAKE_MATCH_1}" digits)
+math(EXPR slots "0${CMAKE_MATCH_2} / (${digits} / 2) - 2")
+file(READ ${SLOTS} source)
+string(REGEX MATCHALL "{[0-9]+, [a-z]" rows "${source}")
+list(LENGTH rows rows)
+if(NOT slots EQUAL rows)
+  message(SEND_ERROR "the virtual table has ${slots} slots, the test calls ${rows}")
+endif()

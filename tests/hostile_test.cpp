@@ -1,0 +1,118 @@
+// SPDX-License-Identifier: MIT
+// What must not outlast its block, and what must never come out.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "tests/Player.h"
+
+namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+constexpr int kLengths[] = {1, 7, 16, 64, 1000};
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+
+bool allFinite(const Sound& sound) {
+  return std::all_of(sound.begin(), sound.end(), [](double x) { return std::isfinite(x); });
+}
+bool sameBytes(const Sound& a, const Sound& b) {
+  return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
+}
+
+}  // namespace
+
+// The strongest form of "it does not stay": from the next block on the effect plays, to the bit, what one plays that
+// never heard anything. An empty block brings VOLUME to its value there, where a first block would glide.
+TEST_CASE("a bad sample spoils its block and no more") {
+  for (const double bad : {kNaN, -kNaN, kInfinity, -kInfinity, 1e300, -1e300, std::numeric_limits<double>::max()}) {
+    for (int variant = 0; variant < 30; ++variant) {
+      CAPTURE(bad);
+      CAPTURE(variant);
+      const int length = kLengths[variant % 5];
+      const bool on = variant % 2 == 0;
+      Player player, fresh;
+      for (Player* each : {&player, &fresh}) each->set(0, on ? 1.0F : 0.0F);
+      player.play(pluckedStrings(length));
+      fresh.play(Sound{});
+
+      Sound block = pluckedStrings(length);
+      block[static_cast<std::size_t>((length - 1) * (variant % 3) / 2)] = bad;
+      const Sound out = player.play(block);
+      CHECK((on ? allFinite(out) : sameBytes(out, block)));
+
+      for (Player* each : {&player, &fresh}) each->set(0, 1.0F);
+      for (int next = 1; next < 4; ++next) {
+        const Sound clean = pluckedStrings(1500, 44100.0, 3000 * next);
+        const Sound played = player.play(clean);
+        CHECK(sameBytes(played, fresh.play(clean)));
+        CHECK(played != clean);
+      }
+    }
+  }
+}
+
+TEST_CASE("a bad parameter spoils the blocks that it holds for and no more") {
+  for (const float bad : {std::nanf(""), HUGE_VALF, -HUGE_VALF, 1e38F, -1e38F, 1e30F, -0.9F, 2.5F, 5.0F}) {
+    for (int variant = 0; variant < 10; ++variant) {
+      CAPTURE(bad);
+      CAPTURE(variant);
+      const int length = kLengths[variant % 5];
+      const int32 index = 1 + variant % 2;
+      Player player, fresh;
+      player.play(pluckedStrings(length));
+      player.set(index, bad);
+      for (int block = 1; block < 30; ++block) {
+        CHECK(allFinite(player.play(pluckedStrings(length, 44100.0, block * length))));
+      }
+      player.set(index, 0.5F);
+      if (index != 1) fresh.play(Sound{});  // a bad VOLUME comes back from zero
+      for (int next = 0; next < 3; ++next) {
+        const Sound clean = pluckedStrings(length, 44100.0, 3000 * next);
+        CHECK(sameBytes(player.play(clean), fresh.play(clean)));
+      }
+    }
+  }
+}
+
+// Each output sample is a fade's gain times a sample of one of two signals. Between two samples of one signal the
+// output moves by at most the signal's own step, and by at most its level times the gain's step, 1 / N for a fade of N
+// samples; where the source changes, the gain goes from 1 / N to 0, and from the last sample of a fade in to the
+// undisturbed signal by 1 / N. So, with `wet` what an effect plays that is never switched and `dry` the input:
+//
+//   |out[i+1] - out[i]|  <=  max(|step of wet|, |step of dry|) + max(|wet|, |dry| at i and i + 1) / N
+TEST_CASE("switching never steps the output by more than the signals and the fade do") {
+  double mostOfFade = 0.0;
+  for (const int32 rate : {8000, 44100, 48000, 96000, 192000}) {
+    for (const int length : {1, 7, 64, 441, 3000}) {
+      CAPTURE(rate);
+      CAPTURE(length);
+      const int fade = static_cast<int>(0.016 * rate);
+      const Sound dry = pluckedStrings(rate / 2 / length * length, rate);
+      Sound wet(dry.size()), out(dry.size());
+      Player switched(rate, 3000), steady(rate, 3000);
+      float onOff = 1.0F;
+      int quiet = 0;
+      for (int first = 0; first < static_cast<int>(dry.size()); first += length, quiet += length) {
+        if (quiet >= 2 * fade + length % 5) {
+          switched.set(0, onOff = 1.0F - onOff);
+          quiet = 0;
+        }
+        steady.play(dry.data() + first, wet.data() + first, length);
+        switched.play(dry.data() + first, out.data() + first, length);
+      }
+      bool held = true;
+      for (std::size_t i = 0; i + 1 < dry.size(); ++i) {
+        const auto step = [i](const Sound& sound) { return std::fabs(sound[i + 1] - sound[i]); };
+        const auto level = [i](const Sound& sound) { return std::max(std::fabs(sound[i]), std::fabs(sound[i + 1])); };
+        const double ofFade = std::max(level(wet), level(dry)) / fade;
+        const double beyond = step(out) - std::max(step(wet), step(dry));
+        held = held && beyond <= ofFade * (1.0 + 1e-9) + 1e-15;
+        if (ofFade > 0.0) mostOfFade = std::max(mostOfFade, beyond / ofFade);
+      }
+      CHECK(held);
+    }
+  }
+  CHECK(mostOfFade > 0.1);  // or the bound was never near
+}

@@ -1,0 +1,112 @@
+// SPDX-License-Identifier: MIT
+// Which rate a set-up takes; storage that runs out at any allocation of a whole life; blocks that take none.
+#include <doctest/doctest.h>
+
+#include <optional>
+#include <random>
+
+#include "tests/LayoutCheck.h"
+#include "tests/Player.h"
+#include "tests/Storage.h"
+
+namespace {
+
+// A host's use of everything that takes storage, and afterwards, with storage again, set-ups and a block.
+Sound live(long successes, long& taken) {
+  static const Sound in = pluckedStrings(1000);
+  Sound out(in.size());
+  const long before = storage::allocations;
+  std::optional<Player> player;
+  VstSpeakerArrangement* speakers = nullptr;
+  VstSpeakerArrangement* copy = nullptr;
+  bool made = false, matched = false;
+  storage::limited(successes, [&] {
+    player.emplace(44100, 64);
+    if (!player->exists()) return;
+    player->play(in.data(), out.data(), 64);
+    player->play(in.data(), out.data(), 1000);
+    player->setUp(96000);
+    player->announce(2000);
+    made = player->effect().allocateArrangement(&speakers, 2);
+    matched = player->effect().matchArrangement(&copy, speakers);
+  });
+  CHECK(made == (speakers != nullptr));
+  CHECK(matched == (copy != nullptr));
+  taken = storage::allocations - before;
+  if (!player->exists()) return {};
+  player->effect().deallocateArrangement(&speakers);
+  player->effect().deallocateArrangement(&copy);
+  player->setUp(96000);  // runs in full although a failed one had the same argument
+  CHECK(player->play(in) != in);
+  player->setUp(44100);
+  return player->play(in);
+}
+
+}  // namespace
+
+TEST_CASE("whatever storage runs out for, the effect takes it and plays when storage is back") {
+  long needed = 0;
+  const Sound expected = live(-1, needed);
+  REQUIRE(needed > 40);
+  for (long successes = 0; successes < needed; ++successes) {
+    CAPTURE(successes);
+    long taken = 0;
+    const Sound played = live(successes, taken);
+    CHECK(taken > successes);  // it did run out
+    CHECK((played.empty() ? successes < 3 : played == expected));
+  }
+}
+
+TEST_CASE("without storage a set-up, or a block longer than announced, leaves the input as it is") {
+  const Sound in = pluckedStrings(300);
+  Sound out(in.size());
+  for (const long successes : {0, 1, 5, 12}) {
+    Player player;
+    storage::limited(successes, [&] { player.setUp(48000); });
+    CHECK(player.play(in) == in);
+  }
+  Player player(44100, 100);
+  storage::limited(0, [&] { player.play(in.data(), out.data(), 300); });
+  CHECK(out == in);
+  player.play(in.data(), out.data(), 300);  // grows the buffers, once
+  CHECK(out != in);
+  const long grown = storage::calls;
+  for (const int32 length : {300, 1, 299, 300}) player.play(in.data(), out.data(), length);
+  CHECK(storage::calls == grown);
+}
+
+TEST_CASE("the rate in use, announced again, changes nothing; else what the host answers counts") {
+  const Sound in = pluckedStrings(300);
+  CHECK(Player(-1).play(in) == in);  // the rate of no set-up
+  Player player, twin;
+  for (Player* each : {&player, &twin}) {
+    each->play(in);
+    each->set(0, 0.0F);
+    each->play(in);  // into the middle of a fade
+  }
+  player.setUp(48000, 44100.0F);
+  CHECK(player.play(in) == twin.play(in));
+  player.setUp(96000, 22050.0F);
+  CHECK(LayoutCheck::curSampleRate(player.effect()) == 96000.0);
+  CHECK(Brumbler::clipSampleRate == 22050.0);
+}
+
+TEST_CASE("the audio thread takes no storage, gives none back, and takes no lock but the effect's") {
+  const Sound in = pluckedStrings(3000);
+  Sound out(in.size());
+  Player player(48000, 3000);
+  std::mt19937 random(1);
+  for (const int32 rate : {44100, 48000, 96000}) {
+    player.setUp(rate);
+    const long calls = storage::calls;
+    const long locks = storage::locks;
+    for (int block = 0; block < 800; ++block) {
+      const int32 lengths[] = {1, 3000, 64, static_cast<int32>(random() % 3000), 0};
+      player.play(in.data(), out.data(), lengths[block % 5]);
+      const auto value = static_cast<float>(random() % 101) / 100.0F;
+      player.set(block % 3, block % 3 == 0 ? std::round(value) : value);
+    }
+    CHECK(storage::calls == calls);
+    if (storage::kWatchesLibrary) CHECK(storage::locks == locks + 1600);  // one a block, one a parameter
+  }
+}
