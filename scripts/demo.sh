@@ -1,0 +1,45 @@
+#!/bin/sh
+# SPDX-License-Identifier: MIT
+# Plays the example riff, or the recording IN, through the fuzz, and draws what the fuzz does to it.
+# Usage: scripts/demo.sh [IN]
+set -eu
+start=$PWD
+cd "$(dirname "$0")/.."
+
+case ${1-} in
+  -h | --help) sed -n '3,4s/^# //p' scripts/demo.sh; exit 0 ;;
+  "" | /*) in=${1-} ;;
+  *) in=$start/$1 ;;
+esac
+if [ -n "$in" ] && [ ! -r "$in" ]; then
+  echo "demo.sh: $1: cannot be read; check the name and its permissions" >&2
+  exit 1
+fi
+
+scripts/setup
+cmake --preset release -DBUILD_TESTING=OFF >/dev/null
+cmake --build --preset release --target brumbler --target brumbler_cli
+
+brumbler=build/release/brumbler
+mkdir -p out
+if [ -z "$in" ]; then
+  "$brumbler" riff out/dry.wav --force
+  "$brumbler" render out/dry.wav out/fuzzed.wav --force
+else
+  # Recordings are mastered far above a guitar's own level; this takes the difference off and puts it back.
+  "$brumbler" render "$in" out/dry.wav --off --no-tail --force
+  "$brumbler" render "$in" out/fuzzed.wav --trim auto --force
+fi
+scripts/picture.sh out/dry.wav out/fuzzed.wav out/dry-and-fuzzed.png
+
+cat <<END
+
+  out/dry.wav              the guitar as it came
+  out/fuzzed.wav           the same through the fuzz
+  out/dry-and-fuzzed.png   waveform and spectrum of both
+
+Try next:
+  more of it                 $brumbler render out/dry.wav out/hot.wav --fuzz 1 --volume 0.7
+  on your own playing        scripts/demo.sh YOUR-RECORDING.wav
+  all that the command does  $brumbler render --help
+END
