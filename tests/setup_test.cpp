@@ -8,6 +8,7 @@
 #include "tests/LayoutCheck.h"
 #include "tests/Player.h"
 #include "tests/Storage.h"
+#include "tests/SystemCalls.h"
 
 namespace {
 
@@ -91,21 +92,25 @@ TEST_CASE("the rate in use, announced again, changes nothing; else what the host
   CHECK(Brumbler::clipSampleRate == 22050.0);
 }
 
-TEST_CASE("the audio thread takes no storage, gives none back, and takes no lock but the effect's") {
+TEST_CASE("the audio thread takes no storage, gives none back, makes no system call, takes no lock but the effect's") {
   const Sound in = pluckedStrings(3000);
   Sound out(in.size());
   Player player(48000, 3000);
   std::mt19937 random(1);
   for (const int32 rate : {44100, 48000, 96000}) {
     player.setUp(rate);
+    const auto work = [&] {
+      for (int block = 0; block < 800; ++block) {
+        const int32 lengths[] = {1, 3000, 64, static_cast<int32>(random() % 3000), 0};
+        player.play(in.data(), out.data(), lengths[block % 5]);
+        const auto value = static_cast<float>(random() % 101) / 100.0F;
+        player.set(block % 3, block % 3 == 0 ? std::round(value) : value);
+      }
+    };
+    if (storage::kWatchesLibrary) CHECK(makesNoSystemCall(work));
     const long calls = storage::calls;
     const long locks = storage::locks;
-    for (int block = 0; block < 800; ++block) {
-      const int32 lengths[] = {1, 3000, 64, static_cast<int32>(random() % 3000), 0};
-      player.play(in.data(), out.data(), lengths[block % 5]);
-      const auto value = static_cast<float>(random() % 101) / 100.0F;
-      player.set(block % 3, block % 3 == 0 ? std::round(value) : value);
-    }
+    work();
     CHECK(storage::calls == calls);
     if (storage::kWatchesLibrary) CHECK(storage::locks == locks + 1600);  // one a block, one a parameter
   }
