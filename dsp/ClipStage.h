@@ -103,19 +103,30 @@ class ClipCurve {
     highest_ = bothLanes(std::max(atUpper, atLower));
   }
 
-  Lanes operator()(Lanes sample) const noexcept {
+  // Where between two entries of the table each of two samples stands.
+  struct Spot {
+    int first, second;  // the entries below
+    Lanes fraction;     // 0 to 1, from there to the next ones
+  };
+
+  Spot locate(Lanes sample) const noexcept {
     Lanes position = center_ + (sample * drive_) * center_;
     position = position < highest_ ? position : highest_;
     position = position > lowest_ ? position : lowest_;
     const int first = static_cast<int>(position[0]);
     const int second = static_cast<int>(position[1]);
-    const Lanes fraction = position - Lanes{static_cast<double>(first), static_cast<double>(second)};
-    const Lanes firstPair = table_->entries(first);
-    const Lanes secondPair = table_->entries(second);
+    return {first, second, position - Lanes{static_cast<double>(first), static_cast<double>(second)}};
+  }
+
+  Lanes read(const Spot& spot) const noexcept {
+    const Lanes firstPair = table_->entries(spot.first);
+    const Lanes secondPair = table_->entries(spot.second);
     const Lanes left = lowLanes(firstPair, secondPair);
     const Lanes right = highLanes(firstPair, secondPair);
-    return (right - left) * fraction + left;
+    return (right - left) * spot.fraction + left;
   }
+
+  Lanes operator()(Lanes sample) const noexcept { return read(locate(sample)); }
 
  private:
   double positionOf(double w) const noexcept {
@@ -131,10 +142,11 @@ class ClipCurve {
 // The saturating stage, at four times the sample rate: the interpolating lowpass, the clip curve, the decimating
 // lowpass.
 //
-// The two lowpasses have the same coefficients and share a vector, the decimating one two samples behind: what the
-// first made of a sample in one step goes through the curve in the next, beside the recurrences, and into the second in
-// the step after. enter() and leave() put a lane's history in just before the step of its first sample and take it out
-// just after the step of its last one; lane 0 interpolates, lane 1 decimates.
+// The two lowpasses have the same coefficients and share a vector, the decimating one two samples behind, so that the
+// curve stands beside their recurrences and not in them. Its long way, from the interpolated sample to a place in the
+// table to what stands there, is cut in two: parts that wait for nothing leave the processor free for other work, where
+// the whole way in one step took a fifth longer. enter() and leave() put a lane's history in just before the step of
+// its first sample and take it out just after the step of its last one; lane 0 interpolates, lane 1 decimates.
 class ClipStage {
  public:
   static constexpr int kDelay = 2;  // steps from the interpolating to the decimating lowpass
@@ -149,19 +161,35 @@ class ClipStage {
   // The decimated sample of the last step.
   double output() const noexcept { return output_; }
 
-  // One step: takes in one sample of the base rate. Between two samples stand three zeros; the factor 4 makes up for
-  // them.
+  // One step: takes in one sample of the base rate.
   void step(double sample) noexcept {
-    constexpr Lanes kZero = {0.0, 0.0};
-    const Lanes s0 = filter_.step(lowLanes(bothLanes(sample * 4.0), curved_[0]));
-    const Lanes s1 = filter_.step(lowHighLanes(kZero, curved_[0]));
-    const Lanes s2 = filter_.step(lowLanes(kZero, curved_[1]));
-    const Lanes s3 = filter_.step(lowHighLanes(kZero, curved_[1]));
-    curved_[0] = curve_(interpolated_[0]);
-    curved_[1] = curve_(interpolated_[1]);
-    interpolated_[0] = lowLanes(s0, s1);
-    interpolated_[1] = lowLanes(s2, s3);
-    output_ = s0[1];
+    lowpass<0>(sample);
+    lowpass<1>();
+    clip<1>();
+    lowpass<2>();
+    clip<0>();
+    lowpass<3>();
+  }
+
+  // The parts of a step, for a caller that puts other work in between. In this order, but clip<0>() anywhere behind
+  // lowpass<1>(), and clip<1>() anywhere before lowpass<2>().
+
+  // Sub-sample k of a step, through both lowpasses. Between two samples stand three zeros; the factor 4 makes up for
+  // them.
+  template <int k>
+  void lowpass(double sample = 0.0) noexcept {
+    const Lanes in = bothLanes(k == 0 ? sample * 4.0 : 0.0);
+    const Lanes clipped = clipped_[k / 2];
+    const Lanes y = filter_.step(k % 2 == 0 ? lowLanes(in, clipped) : lowHighLanes(in, clipped));
+    interpolated_[k / 2] = k % 2 == 0 ? y : lowLanes(interpolated_[k / 2], y);
+    if (k == 0) output_ = y[1];
+  }
+
+  // The curve for half a step, two sub-samples: reads at the spots of the last step and finds those for the next.
+  template <int half>
+  void clip() noexcept {
+    clipped_[half] = curve_.read(spots_[half]);
+    spots_[half] = curve_.locate(interpolated_[half]);
   }
 
  private:
@@ -169,6 +197,7 @@ class ClipStage {
   ClipCurve curve_;
   OversamplingFilter<Lanes> filter_;
   Lanes interpolated_[2] = {};  // four sub-samples, in the order of time
-  Lanes curved_[2] = {};
+  ClipCurve::Spot spots_[2] = {};
+  Lanes clipped_[2] = {};
   double output_ = 0.0;
 };

@@ -1,6 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
+#include <utility>
+
 #include "dsp/IIRFilter.h"
 #include "dsp/Lanes.h"
 
@@ -46,15 +49,20 @@ class SectionLanes {
 
   // One step. `first` holds the samples for the sections 0 and 1.
   void step(Lanes first) noexcept {
-    Lanes x = first;
-    for (int p = 0; p < kPairs; ++p) {
-      if (p > 0) x = highLowLanes(y_[p - 1], y_[p]);
-      const Lanes(&c)[5] = c_[p];
-      const Lanes y = c[2] * x + z1_[p];
-      z1_[p] = (c[3] * x + z2_[p]) + c[0] * y;
-      z2_[p] = c[4] * x + c[1] * y;
-      y_[p] = y;
-    }
+    [&]<int... p>(std::integer_sequence<int, p...>) { (stepPair<p>(first), ...); }
+    (std::make_integer_sequence<int, kPairs>());
+  }
+
+  // One step's share of a pair of sections, for a caller that puts other work in between: all pairs, in their order.
+  // `first` is for pair 0 alone.
+  template <int pair>
+  void stepPair(Lanes first = Lanes{}) noexcept {
+    const Lanes x = pair == 0 ? first : highLowLanes(y_[std::max(pair - 1, 0)], y_[pair]);
+    const Lanes(&c)[5] = c_[pair];
+    const Lanes y = c[2] * x + z1_[pair];
+    z1_[pair] = (c[3] * x + z2_[pair]) + c[0] * y;
+    z2_[pair] = c[4] * x + c[1] * y;
+    y_[pair] = y;
   }
 
  private:

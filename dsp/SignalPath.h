@@ -68,16 +68,17 @@ class SignalPath {
       }
     };
     runEdge(std::min(end, kDelay + 1));
-    // In between nothing comes or goes. A copy that nobody else sees stays in registers.
+    // In between nothing comes or goes. A copy that nobody else sees stays in registers: the clip stage's alone, whose
+    // recurrences set the pace. With copies of all, there are too few registers, and these are the first to suffer.
     const int innerEnd = std::min(end, blockLength_ - 1);
     if (n < innerEnd) {
-      SignalPath path = *this;
+      ClipStage clip = clip_;
       if (volume_.step == 0.0) {
-        for (; n < innerEnd; ++n) steps[n - first] = path.step(steps[n - first], atRest);
+        for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], atRest);
       } else {
-        for (; n < innerEnd; ++n) steps[n - first] = path.step(steps[n - first], toneAt(n));
+        for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], toneAt(n));
       }
-      *this = path;
+      clip_ = clip;
     }
     runEdge(end);
   }
@@ -107,11 +108,24 @@ class SignalPath {
     return {toneK_, volume_.at(std::clamp(n - kTone, 0, blockLength_ - 1))};
   }
 
-  [[gnu::always_inline]] double step(double sample, const ToneStage::Coefficients& tone) noexcept {
-    clip_.step(pre_.output(2));
-    pre_.step(Lanes{sample, pre_.output(0)});
-    post_.step(Lanes{clip_.output() * clipOutGain_, tone_.output()});
+  // Each stage works on what the others made of their samples in the last step, `post` also on this step's. The parts
+  // stand in the order in which the processor can begin with them: it looks ahead by less than a step, so what waits
+  // for the recurrences has to stand among what does not.
+  [[gnu::always_inline]] double step(ClipStage& clip, double sample, const ToneStage::Coefficients& tone) noexcept {
+    clip.lowpass<0>(pre_.output(2));
+    const Lanes decimatedAndToned{clip.output() * clipOutGain_, tone_.output()};
+    pre_.stepPair<0>(Lanes{sample, pre_.output(0)});
+    pre_.stepPair<1>();
+    clip.lowpass<1>();
+    clip.clip<1>();
+    post_.stepPair<0>(decimatedAndToned);
+    clip.lowpass<2>();
+    clip.clip<0>();
+    post_.stepPair<1>();
     tone_.step(post_.output(0), tone);
+    post_.stepPair<2>();
+    clip.lowpass<3>();
+    post_.stepPair<3>();
     return post_.output(7);
   }
 
