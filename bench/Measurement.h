@@ -20,4 +20,4 @@ std::vector<Measurement> measurements();
 std::size_t instanceBytes(int blockSize);
 
 // Times every measurement `rounds` times, the members of a group in turn, and prints the ratios of the minima.
-void printRatios(const std::vector<Measurement>& all, int rounds);
+void printRatios(const std::vector<Measurement>& all, int rounds, const std::string& prefix);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // brumbler_bench [Google Benchmark's options]: the time of every measurement.
-// brumbler_bench --ratios [rounds]: the table of bench/README.md.
+// brumbler_bench --ratios [rounds [group]]: the tables of bench/README.md, or what begins with `group` of them.
 #include <benchmark/benchmark.h>
 
 #include <cstdlib>
@@ -11,7 +11,7 @@
 int main(int argc, char** argv) {
   const std::vector<Measurement> all = measurements();
   if (argc > 1 && std::strcmp(argv[1], "--ratios") == 0) {
-    printRatios(all, argc > 2 ? std::atoi(argv[2]) : 1500);
+    printRatios(all, argc > 2 ? std::atoi(argv[2]) : 1500, argc > 3 ? argv[3] : "");
     return 0;
   }
   for (const Measurement& m : all) {

@@ -29,7 +29,7 @@ Minima timeGroup(const std::vector<const Measurement*>& members, int rounds) {
 
 }  // namespace
 
-void printRatios(const std::vector<Measurement>& all, int rounds) {
+void printRatios(const std::vector<Measurement>& all, int rounds, const std::string& prefix) {
   std::vector<std::string> groups;
   std::map<std::string, std::vector<const Measurement*>> members;
   for (const Measurement& m : all) {
@@ -37,6 +37,7 @@ void printRatios(const std::vector<Measurement>& all, int rounds) {
     members[m.group].push_back(&m);
   }
   for (const std::string& group : groups) {
+    if (!group.starts_with(prefix)) continue;
     Minima ns = timeGroup(members[group], rounds);
     std::printf("%-16s", group.c_str());
     for (const Measurement* m : members[group]) std::printf("  %s %.2f", m->name.c_str(), ns[m->name]);
@@ -57,6 +58,7 @@ void printRatios(const std::vector<Measurement>& all, int rounds) {
         ns.begin(), ns.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
     if (group.starts_with("signal")) std::printf("  slowest/fastest %.3f", slowest->second / fastest->second);
     std::printf("\n");
+    std::fflush(stdout);
   }
   std::printf("one instance, blocks of 1024: %zu bytes\n", instanceBytes(1024));
 }

@@ -62,21 +62,19 @@ void SwitchFader::run(std::int32_t samples, float onOff, double* gain) noexcept 
   // The switch value of a fade-out stands for the setting that is being left.
   const float leaving = onOff == 1.0F ? 0.0F : 1.0F;
   std::int32_t i = 0;
-  while (i < samples) {
-    const bool idle = state == kIdle;
-    const std::int32_t run = idle ? samples - i : std::min(samples - i, length - pos);
-    const float source = state == kFadingOut ? leaving : onOff;
-    std::fill_n(switchBuf + i, run, source);
-    if (idle) {
-      std::fill_n(gain + i, run, unityGain);
-    } else {
-      std::copy_n((state == kFadingOut ? fadeOut : fadeIn) + pos, run, gain + i);
-      pos += run;
-      if (pos >= length) {
-        state = state == kFadingOut ? kFadingIn : kIdle;
-        pos = 0;
-      }
-    }
+  while (state != kIdle && i < samples) {
+    const std::int32_t run = std::min(samples - i, length - pos);
+    std::fill_n(switchBuf + i, run, state == kFadingOut ? leaving : onOff);
+    std::copy_n((state == kFadingOut ? fadeOut : fadeIn) + pos, run, gain + i);
     i += run;
+    pos += run;
+    if (pos >= length) {
+      state = state == kFadingOut ? kFadingIn : kIdle;
+      pos = 0;
+    }
+  }
+  for (; i < samples; ++i) {
+    switchBuf[i] = onOff;
+    gain[i] = unityGain;
   }
 }

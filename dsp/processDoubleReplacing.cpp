@@ -94,7 +94,7 @@ void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 s
   const int32 length = std::max(sampleFrames, 0);
   if (length > 0 && (inputs == nullptr || outputs == nullptr || inputs[0] == nullptr || outputs[0] == nullptr)) return;
   const std::lock_guard guard(lock);
-  if (!isSetUp() || !growWorkBuffers(length)) {
+  if (!isSetUp() || (length > workBufLen && !growWorkBuffers(length))) {
     if (length > 0) std::memmove(outputs[0], inputs[0], static_cast<std::size_t>(length) * sizeof(double));
     return;
   }

@@ -164,8 +164,8 @@ void Brumbler::setBlockSize(int32 newBlockSize) {
 
 // Makes the work buffers hold `samples`; they never shrink. False when storage ran out, and what was there stays.
 bool Brumbler::growWorkBuffers(int32 samples) noexcept {
-  if (!switchFader->reserve(samples)) return false;
   if (samples <= workBufLen) return true;
+  if (!switchFader->reserve(samples)) return false;
   auto* const larger = new (std::nothrow) double[static_cast<std::size_t>(samples)];
   if (larger == nullptr) return false;
   delete[] gainBuffer;

@@ -131,7 +131,7 @@ class Brumbler : public Q_TypeBase {
   double clipThrPos = 0.0;
   double clipDrive = 0.0;
   double clipThrNeg = 0.0;
-  int32 workBufLen = 0;  // samples that gainBuffer holds
+  int32 workBufLen = 0;  // samples that gainBuffer holds, and the switch buffer at least
 
   int32 samplesUnchecked = 0;  // since the last look at the histories
 
