@@ -28,7 +28,11 @@ struct VolumeGlide {
   double start;
   double step;  // per sample
 
-  double at(int sample) const noexcept { return start + static_cast<double>(sample) * step; }
+  // `sample` as a double, or two in Lanes.
+  template <typename T>
+  T at(T sample) const noexcept {
+    return start + sample * step;
+  }
 };
 
 // The signal path with all stages in one loop.
@@ -58,7 +62,7 @@ class SignalPath {
   // Runs the steps from `first` up to `end`, of blockLength + kDelay in all. `steps` holds for each the sample that
   // comes in (anything for the last kDelay) and is given the output for the sample kDelay before.
   void run(double* steps, int first, int end) noexcept {
-    const ToneStage::Coefficients atRest(toneK_, volume_.start);
+    const ToneCoefficients<double> atRest(toneK_, volume_.start);
     int n = first;
     const auto runEdge = [&](int until) {
       for (; n < until; ++n) {
@@ -76,6 +80,12 @@ class SignalPath {
       if (volume_.step == 0.0) {
         for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], atRest);
       } else {
+        for (; n + 1 < innerEnd; n += 2) {
+          const double sample = n - kTone;
+          const ToneCoefficients<Lanes> both(toneK_, volume_.at(Lanes{sample, sample + 1.0}));
+          steps[n - first] = step(clip, steps[n - first], {both, 0});
+          steps[n + 1 - first] = step(clip, steps[n + 1 - first], {both, 1});
+        }
         for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], toneAt(n));
       }
       clip_ = clip;
@@ -104,14 +114,14 @@ class SignalPath {
     post_.leave(n - kDecimate);
   }
 
-  ToneStage::Coefficients toneAt(int n) const noexcept {
-    return {toneK_, volume_.at(std::clamp(n - kTone, 0, blockLength_ - 1))};
+  ToneCoefficients<double> toneAt(int n) const noexcept {
+    return {toneK_, volume_.at<double>(std::clamp(n - kTone, 0, blockLength_ - 1))};
   }
 
   // Each stage works on what the others made of their samples in the last step, `post` also on this step's. The parts
   // stand in the order in which the processor can begin with them: it looks ahead by less than a step, so what waits
   // for the recurrences has to stand among what does not.
-  [[gnu::always_inline]] double step(ClipStage& clip, double sample, const ToneStage::Coefficients& tone) noexcept {
+  [[gnu::always_inline]] double step(ClipStage& clip, double sample, const ToneCoefficients<double>& tone) noexcept {
     clip.lowpass<0>(pre_.output(2));
     const Lanes decimatedAndToned{clip.output() * clipOutGain_, tone_.output()};
     pre_.stepPair<0>(Lanes{sample, pre_.output(0)});
@@ -130,7 +140,7 @@ class SignalPath {
   }
 
   // The same with only those stages that have a sample to work on.
-  double edgeStep(double sample, int n, const ToneStage::Coefficients& tone) noexcept {
+  double edgeStep(double sample, int n, const ToneCoefficients<double>& tone) noexcept {
     const int last = n - (blockLength_ - 1);  // steps since the last sample came in
     if (n >= kInterpolate && last <= kDecimate) clip_.step(pre_.output(2));
     if (last < kInterpolate) pre_.step(Lanes{sample, pre_.output(0)});
@@ -153,7 +163,7 @@ class SignalPath {
 
 // One sample through one stage after the other: nothing to open or close. Not inlined: what a loop around it would keep
 // in registers has to be loaded and stored all the same for one or two samples, and made them an eighth slower.
-[[gnu::noinline]] inline double runSample(const SignalStages& stages, const ToneStage::Coefficients& coefficients,
+[[gnu::noinline]] inline double runSample(const SignalStages& stages, const ToneCoefficients<double>& coefficients,
                                           double x) noexcept {
   for (IIRFilter* section : stages.pre) section->iirProcessing(&x);
   OversamplingFilter<double> interpolator(stages.ovsA, stages.ovsB);
@@ -188,9 +198,9 @@ class SignalPath {
 
 // The same for a few samples.
 inline void runShortBlock(const SignalStages& stages, const VolumeGlide& volume, double* block, int length) noexcept {
-  ToneStage::Coefficients coefficients(stages.toneK, volume.start);
+  ToneCoefficients<double> coefficients(stages.toneK, volume.start);
   for (int i = 0; i < length; ++i) {
-    if (i > 0 && volume.step != 0.0) coefficients = {stages.toneK, volume.at(i)};
+    if (i > 0 && volume.step != 0.0) coefficients = {stages.toneK, volume.at<double>(i)};
     block[i] = runSample(stages, coefficients, block[i]);
   }
 }

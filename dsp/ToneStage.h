@@ -1,27 +1,35 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include "dsp/Lanes.h"
+
+// What VOLUME makes of the tone stage, for one sample (T double) or two (Lanes). `k`: the prewarped centre,
+// tan(pi * 1600 Hz / sample rate). Three divisions.
+template <typename T>
+struct ToneCoefficients {
+  T f1, f2, b2, b0, inverse;
+
+  ToneCoefficients(double k, T volume) noexcept {
+    const double K2 = k * k;
+    const T Kq = k / (0.35 * volume + 0.3);
+    const T g = 0.8741074588 * volume * volume + 0.1258925412;
+    const T den = 1.0 + K2 + g * Kq;
+    inverse = 1.0 / den;
+    f1 = ((K2 - 1.0) * 2.0) / den;
+    f2 = (1.0 + K2 - g * Kq) * inverse;
+    b2 = 1.0 + K2 - Kq;
+    b0 = 1.0 + K2 + Kq;
+  }
+
+  // Those of one of two samples.
+  ToneCoefficients(const ToneCoefficients<Lanes>& both, int lane) noexcept
+      : f1(both.f1[lane]), f2(both.f2[lane]), b2(both.b2[lane]), b0(both.b0[lane]), inverse(both.inverse[lane]) {}
+};
+
 // The tone control that follows VOLUME: a peak at 1600 Hz, 18 dB high at VOLUME 0, flat at 1. The bilinear transform of
 // (p^2 + p/Q + 1) / (p^2 + g p/Q + 1) with Q = 0.35 vol + 0.3 and g = 0.874 vol^2 + 0.126, in direct form II.
 class ToneStage {
  public:
-  // What VOLUME makes of the section. `k`: the prewarped centre, tan(pi * 1600 Hz / sample rate). Three divisions.
-  struct Coefficients {
-    double f1, f2, b2, b0, inverse;
-
-    Coefficients(double k, double volume) noexcept {
-      const double K2 = k * k;
-      const double Kq = k / (0.35 * volume + 0.3);
-      const double g = 0.8741074588 * volume * volume + 0.1258925412;
-      const double den = 1.0 + K2 + g * Kq;
-      inverse = 1.0 / den;
-      f1 = ((K2 - 1.0) * 2.0) / den;
-      f2 = (1.0 + K2 - g * Kq) * inverse;
-      b2 = 1.0 + K2 - Kq;
-      b0 = 1.0 + K2 + Kq;
-    }
-  };
-
   ToneStage(double& z1, double& z2) noexcept : z1_(&z1), z2_(&z2) {}
 
   // As in SectionLanes: histories in before the first sample, out after the last.
@@ -36,7 +44,7 @@ class ToneStage {
 
   double output() const noexcept { return output_; }
 
-  void step(double sample, const Coefficients& c) noexcept {
+  void step(double sample, const ToneCoefficients<double>& c) noexcept {
     const double feedback = c.f1 * w1_;
     const double w0 = (sample - c.f2 * w2_) - feedback;
     output_ = (c.b2 * w2_ + c.b0 * w0) * c.inverse + feedback;

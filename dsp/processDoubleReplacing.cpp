@@ -72,7 +72,7 @@ struct Mixer {
     Lanes counter = {static_cast<double>(first), first + 1.0};
     forEachPair(first, end, [&]<int count>(int i) {
       const Lanes gain = loadLanes<count>(gains + i);
-      const Lanes volumes = volume.start + counter * volume.step;
+      const Lanes volumes = volume.at(counter);
       const Lanes wet = ((gain * loadLanes<count>(effect + (i - first))) * volumes) * outputGain;
       const Lanes nothing = wet - wet;  // 0, or not-a-number. NOLINT(misc-redundant-expression)
       sum += nothing;
