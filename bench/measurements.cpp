@@ -102,7 +102,7 @@ struct Stages {
     SectionLanes<N> lanes(pointers);
     for (int i = 0; i < N; ++i) lanes.enter(i);
     for (int i = 0; i < n; ++i) {
-      lanes.step(Lanes{in[i], lanes.output(0)});
+      lanes.step(in[i], lanes.output(0));
       out[i] = lanes.output(N - 1);
     }
     for (int i = 0; i < N; ++i) lanes.leave(i);

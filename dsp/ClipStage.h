@@ -72,11 +72,11 @@ struct OversamplingFilter {
 
   // The histories of one lane, of a filter for two.
   void loadLane(int lane, const double* h) noexcept {
-    h0 = withLane(h0, lane, h[0]);
-    h1 = withLane(h1, lane, h[1]);
-    h2 = withLane(h2, lane, h[2]);
-    h3 = withLane(h3, lane, h[3]);
-    h4 = withLane(h4, lane, h[4]);
+    setLane(h0, lane, h[0]);
+    setLane(h1, lane, h[1]);
+    setLane(h2, lane, h[2]);
+    setLane(h3, lane, h[3]);
+    setLane(h4, lane, h[4]);
   }
   void storeLane(int lane, double* h) const noexcept {
     h[0] = h0[lane];

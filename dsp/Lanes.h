@@ -3,16 +3,26 @@
 
 #include <cfloat>
 #include <cstring>
+#include <type_traits>
 
 // Two doubles that are worked on at once: the compilers' own vector type, SSE2 on x86, NEON on AArch64, plain scalar
 // code elsewhere, always with the results of scalar arithmetic in the same order.
 using Lanes = double __attribute__((vector_size(2 * sizeof(double))));
 
+// The same for four, which is worth it where the processor has vectors of them (laneCount.h); others work on them by
+// twos. `count` 2 or 4.
+using FourLanes = double __attribute__((vector_size(4 * sizeof(double))));
+template <int count>
+using LanesOf = std::conditional_t<count == 4, FourLanes, Lanes>;
+
 constexpr Lanes bothLanes(double value) noexcept { return Lanes{value, value}; }
 
-// `lanes` with `value` in one of the lanes. Writes the whole vector: a load of it must not wait for two stores.
-inline Lanes withLane(Lanes lanes, int lane, double value) noexcept {
-  return lane == 0 ? Lanes{value, lanes[1]} : Lanes{lanes[0], value};
+// Puts `value` in one of the lanes. Writes the whole vector: a load of it must not wait for two stores.
+template <typename T>
+void setLane(T& lanes, int lane, double value) noexcept {
+  T changed = lanes;
+  for (int i = 0; i < static_cast<int>(sizeof(T) / sizeof(double)); ++i) changed[i] = i == lane ? value : changed[i];
+  lanes = changed;
 }
 
 // `count` neighbours in memory, at any alignment: 2, or 1 in the low lane and 0 in the high one.

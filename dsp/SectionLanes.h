@@ -1,17 +1,16 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <algorithm>
 #include <utility>
 
 #include "dsp/IIRFilter.h"
 #include "dsp/Lanes.h"
 
-// N filter sections in series, two to a vector, the second of each vector one sample behind the first.
+// N filter sections in series, `width` of them to a vector, 2 or 4, each one sample behind the one before.
 //
 // Section s needs, for sample n, what section s - 1 made of it. Within a vector that was made a step earlier, so at
-// step n the low lane works on a sample and the high lane on the one before; the next vector takes over in the same
-// step:
+// step n the first lane works on a sample, the next one on the sample before; the next vector takes over in the same
+// step. For two lanes:
 //
 //   step n    [ s0(n)    s1(n-1) ]  [ s2(n-1)  s3(n-2) ]  [ s4(n-2)  ...
 //   step n+1  [ s0(n+1)  s1(n)   ]  [ s2(n)    s3(n-1) ]  [ s4(n-1)  ...
@@ -20,65 +19,80 @@
 // just after the step of its last one; what a lane does before and after that goes nowhere.
 //
 // Exact: every section sees the samples, and updates its history, as if the sections ran one after the other. All must
-// be of the two-history form. Cost: 9 vector operations and a shuffle for two sections.
-template <int N>
+// be of the two-history form. Cost: 9 vector operations and a shuffle for a vector of sections.
+template <int N, int width = 2>
 class SectionLanes {
  public:
   explicit SectionLanes(IIRFilter* const (&sections)[N]) noexcept : sections_(&sections[0]) {
     for (int s = 0; s < N; ++s) {
-      for (int k = 0; k < 5; ++k) c_[s / 2][k][s % 2] = sections[s]->coef[k];
+      for (int k = 0; k < 5; ++k) c_[s / width][k][s % width] = sections[s]->coef[k];
     }
   }
+
+  // Steps that `section` works behind the first one.
+  static constexpr int behind(int section) noexcept { return section - section / width; }
 
   // Before and after step `n` of a block, for the sections whose first or last sample that is.
   void enter(int n) noexcept {
     forEachBehind(n, [this](int s) {
-      z1_[s / 2] = withLane(z1_[s / 2], s % 2, sections_[s]->z1);
-      z2_[s / 2] = withLane(z2_[s / 2], s % 2, sections_[s]->z2);
+      setLane(z1_[s / width], s % width, sections_[s]->z1);
+      setLane(z2_[s / width], s % width, sections_[s]->z2);
     });
   }
   void leave(int n) const noexcept {
     forEachBehind(n, [this](int s) {
-      sections_[s]->z1 = z1_[s / 2][s % 2];
-      sections_[s]->z2 = z2_[s / 2][s % 2];
+      sections_[s]->z1 = z1_[s / width][s % width];
+      sections_[s]->z2 = z2_[s / width][s % width];
     });
   }
 
   // What `section` made of its sample in the last step.
-  double output(int section) const noexcept { return y_[section / 2][section % 2]; }
+  double output(int section) const noexcept { return y_[section / width][section % width]; }
 
-  // One step. `first` holds the samples for the sections 0 and 1.
-  void step(Lanes first) noexcept {
-    [&]<int... p>(std::integer_sequence<int, p...>) { (stepPair<p>(first), ...); }
-    (std::make_integer_sequence<int, kPairs>());
+  // One step. `first` and `second` are the samples for the sections 0 and 1.
+  void step(double first, double second) noexcept {
+    [&]<int... v>(std::integer_sequence<int, v...>) { (stepVector<v>(first, second), ...); }
+    (std::make_integer_sequence<int, kVectors>());
   }
 
-  // One step's share of a pair of sections, for a caller that puts other work in between: all pairs, in their order.
-  // `first` is for pair 0 alone.
-  template <int pair>
-  void stepPair(Lanes first = Lanes{}) noexcept {
-    const Lanes x = pair == 0 ? first : highLowLanes(y_[std::max(pair - 1, 0)], y_[pair]);
-    const Lanes(&c)[5] = c_[pair];
-    const Lanes y = c[2] * x + z1_[pair];
-    z1_[pair] = (c[3] * x + z2_[pair]) + c[0] * y;
-    z2_[pair] = c[4] * x + c[1] * y;
-    y_[pair] = y;
+  // One step's share of a vector of sections, for a caller that puts other work in between: all vectors, in their
+  // order. Those that are not there cost nothing. `first` and `second` are for vector 0 alone.
+  template <int v>
+  void stepVector(double first = 0.0, double second = 0.0) noexcept {
+    if constexpr (v < kVectors) {
+      Vector x;
+      if constexpr (v > 0 && width == 2) {
+        x = __builtin_shufflevector(y_[v - 1], y_[v], 1, 2);
+      } else if constexpr (v > 0) {
+        x = __builtin_shufflevector(y_[v - 1], y_[v], 3, 4, 5, 6);
+      } else if constexpr (width == 2) {
+        x = Vector{first, second};
+      } else {
+        x = Vector{first, second, y_[0][1], y_[0][2]};
+      }
+      const Vector(&c)[5] = c_[v];
+      const Vector y = c[2] * x + z1_[v];
+      z1_[v] = (c[3] * x + z2_[v]) + c[0] * y;
+      z2_[v] = c[4] * x + c[1] * y;
+      y_[v] = y;
+    }
   }
 
  private:
-  static constexpr int kPairs = (N + 1) / 2;  // an odd last lane idles
+  using Vector = LanesOf<width>;
+  static constexpr int kVectors = (N + width - 1) / width;  // the last lanes may idle
 
   // The sections that work `n` steps behind the first one.
   template <typename Function>
   static void forEachBehind(int n, Function function) noexcept {
-    if (n < 0) return;
-    if (n > 0 && 2 * n - 1 < N) function(2 * n - 1);
-    if (2 * n < N) function(2 * n);
+    for (int s = 0; s < N; ++s) {
+      if (behind(s) == n) function(s);
+    }
   }
 
   IIRFilter* const* sections_;
-  Lanes c_[kPairs][5] = {};
-  Lanes z1_[kPairs] = {};
-  Lanes z2_[kPairs] = {};
-  Lanes y_[kPairs] = {};
+  Vector c_[kVectors][5] = {};
+  Vector z1_[kVectors] = {};
+  Vector z2_[kVectors] = {};
+  Vector y_[kVectors] = {};
 };

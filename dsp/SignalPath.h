@@ -43,11 +43,18 @@ struct VolumeGlide {
 // its last sample, so that they hold the truth between blocks.
 //
 // Exact: the same double as sample by sample through one stage after the other. Any block from 1 sample up; kDelay
-// extra steps a block, which pays from kPays samples up (bench/README.md).
+// extra steps a block. `width`: filter sections to a vector, 2 or 4.
+template <int width>
 class SignalPath {
+ private:
+  using PreLanes = SectionLanes<3, width>;
+  using PostLanes = SectionLanes<8, width>;
+  static constexpr int kInterpolate = PreLanes::behind(2) + 1;  // steps from a sample to each stage
+  static constexpr int kDecimate = kInterpolate + ClipStage::kDelay;
+  static constexpr int kTone = kDecimate;
+
  public:
-  static constexpr int kDelay = 8;  // steps from a sample to its output
-  static constexpr int kPays = 9;
+  static constexpr int kDelay = kDecimate + PostLanes::behind(7);  // steps from a sample to its output
 
   SignalPath(const SignalStages& stages, const VolumeGlide& volume, int blockLength) noexcept
       : pre_(stages.pre),
@@ -94,10 +101,6 @@ class SignalPath {
   }
 
  private:
-  static constexpr int kInterpolate = 2;  // steps from a sample to each stage
-  static constexpr int kDecimate = kInterpolate + ClipStage::kDelay;
-  static constexpr int kTone = kDecimate;
-
   // Before and after step `n` of a block, for the stages whose first or last sample that is.
   void enter(int n) noexcept {
     pre_.enter(n);
@@ -123,19 +126,20 @@ class SignalPath {
   // for the recurrences has to stand among what does not.
   [[gnu::always_inline]] double step(ClipStage& clip, double sample, const ToneCoefficients<double>& tone) noexcept {
     clip.lowpass<0>(pre_.output(2));
-    const Lanes decimatedAndToned{clip.output() * clipOutGain_, tone_.output()};
-    pre_.stepPair<0>(Lanes{sample, pre_.output(0)});
-    pre_.stepPair<1>();
+    const double decimated = clip.output() * clipOutGain_;
+    const double toned = tone_.output();
+    pre_.template stepVector<0>(sample, pre_.output(0));
+    pre_.template stepVector<1>();
     clip.lowpass<1>();
     clip.clip<1>();
-    post_.stepPair<0>(decimatedAndToned);
+    post_.template stepVector<0>(decimated, toned);
     clip.lowpass<2>();
     clip.clip<0>();
-    post_.stepPair<1>();
+    post_.template stepVector<1>();
     tone_.step(post_.output(0), tone);
-    post_.stepPair<2>();
+    post_.template stepVector<2>();
     clip.lowpass<3>();
-    post_.stepPair<3>();
+    post_.template stepVector<3>();
     return post_.output(7);
   }
 
@@ -143,20 +147,20 @@ class SignalPath {
   double edgeStep(double sample, int n, const ToneCoefficients<double>& tone) noexcept {
     const int last = n - (blockLength_ - 1);  // steps since the last sample came in
     if (n >= kInterpolate && last <= kDecimate) clip_.step(pre_.output(2));
-    if (last < kInterpolate) pre_.step(Lanes{sample, pre_.output(0)});
+    if (last < kInterpolate) pre_.step(sample, pre_.output(0));
     if (n >= kDecimate) {
-      post_.step(Lanes{clip_.output() * clipOutGain_, tone_.output()});
+      post_.step(clip_.output() * clipOutGain_, tone_.output());
       tone_.step(post_.output(0), tone);
     }
     return post_.output(7);
   }
 
-  SectionLanes<3> pre_;
+  PreLanes pre_;
   ClipStage clip_;
   double clipOutGain_;
   double toneK_;
   ToneStage tone_;
-  SectionLanes<8> post_;  // behind lowPeak stands the tone stage
+  PostLanes post_;  // behind lowPeak stands the tone stage
   VolumeGlide volume_;
   int blockLength_;
 };
@@ -196,8 +200,11 @@ class SignalPath {
   return x;
 }
 
-// The same for a few samples.
-inline void runShortBlock(const SignalStages& stages, const VolumeGlide& volume, double* block, int length) noexcept {
+// From this many samples up the extra steps of SignalPath pay (bench/README.md); shorter blocks go through
+// runShortBlock.
+constexpr int kLongBlock = 9;
+
+inline void runShortBlock(const SignalStages& stages, VolumeGlide volume, double* block, int length) noexcept {
   ToneCoefficients<double> coefficients(stages.toneK, volume.start);
   for (int i = 0; i < length; ++i) {
     if (i > 0 && volume.step != 0.0) coefficients = {stages.toneK, volume.at<double>(i)};

@@ -12,6 +12,7 @@
 #include "dsp/IIRFilter.h"
 #include "dsp/SignalPath.h"
 #include "dsp/SwitchFader.h"
+#include "dsp/laneCount.h"
 #include "effect/Brumbler.h"
 
 namespace {
@@ -86,7 +87,51 @@ struct Mixer {
   }
 };
 
+// A whole block through all stages and the mixer. False when something passed that must not stay.
+bool runShort(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
+  double piece[kPiece];
+  const bool good = takeIn(mixer.dry, 0, length, piece);
+  runShortBlock(stages, mixer.volume, piece, length);
+  return mixer.run(piece, 0, length) && good;
+}
+
+// The same for at least kLongBlock samples. The outputs come kDelay steps after the inputs; behind the last input
+// follow kDelay steps more.
+template <int width>
+bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
+  constexpr int kDelay = SignalPath<width>::kDelay;
+  SignalPath<width> path(stages, mixer.volume, length);
+  double piece[kPiece];
+  bool good = true;
+  for (int first = 0; first < length + kDelay; first += kPiece) {
+    const int end = std::min(first + kPiece, length + kDelay);
+    const int inputEnd = std::clamp(end, first, std::max(first, length));
+    good &= takeIn(mixer.dry, first, inputEnd, piece);
+    std::fill(piece + (inputEnd - first), piece + (end - first), 0.0);
+    path.run(piece, first, end);
+    const int skipped = std::max(kDelay - first, 0);
+    good &= mixer.run(piece + skipped, first + skipped - kDelay, end - kDelay);
+  }
+  return good;
+}
+
+// Flattened, so that all it calls becomes part of it and AVX2 code: nothing of that is left for other processors to
+// stumble over. clang++ flattens one level only; its builds stay with two lanes.
+#if defined(__x86_64__) && !defined(__clang__)
+#define BRUMBLER_FOUR_LANES
+[[gnu::target("avx2"), gnu::flatten]] bool runLongByFours(const SignalStages& stages, const Mixer& mixer,
+                                                          int length) noexcept {
+  return runLong<4>(stages, mixer, length);
+}
+#endif
+
 }  // namespace
+
+#ifdef BRUMBLER_FOUR_LANES
+int laneCount = __builtin_cpu_supports("avx2") ? 4 : 2;
+#else
+int laneCount = 2;
+#endif
 
 void Brumbler::processReplacing(float** /*inputs*/, float** /*outputs*/, int32 /*sampleFrames*/) {}
 
@@ -116,7 +161,7 @@ void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 s
 }
 
 // `length` at least 1. `in` and `out` may be the same. False when something passed that must not stay.
-bool Brumbler::processBlock(const double* in, double* out, int length, const VolumeGlide& glide) {
+bool Brumbler::processBlock(const double* in, double* out, int length, VolumeGlide glide) {
   const SignalStages stages{
       {fuzzPeak, adjustFilters[0], adjustFilters[1]},
       ovsA,
@@ -129,28 +174,11 @@ bool Brumbler::processBlock(const double* in, double* out, int length, const Vol
       toneZ2,
       {lowPeak, fuzzHighpass, revFilters[0], revFilters[1], revFilters[2], revFilters[3], revFilters[4], dcBlock}};
   const Mixer mixer{switchFader->switchBuf, gainBuffer, in, out, glide, outputGain};
-  double piece[kPiece];
-
-  if (length < SignalPath::kPays) {
-    const bool goodIn = takeIn(in, 0, length, piece);
-    runShortBlock(stages, glide, piece, length);
-    return mixer.run(piece, 0, length) && goodIn;
-  }
-
-  // The outputs come kDelay steps after the inputs; behind the last input follow kDelay steps more.
-  constexpr int kDelay = SignalPath::kDelay;
-  SignalPath path(stages, glide, length);
-  bool good = true;
-  for (int first = 0; first < length + kDelay; first += kPiece) {
-    const int end = std::min(first + kPiece, length + kDelay);
-    const int inputEnd = std::clamp(end, first, std::max(first, length));
-    good &= takeIn(in, first, inputEnd, piece);
-    std::fill(piece + (inputEnd - first), piece + (end - first), 0.0);
-    path.run(piece, first, end);
-    const int skipped = std::max(kDelay - first, 0);
-    good &= mixer.run(piece + skipped, first + skipped - kDelay, end - kDelay);
-  }
-  return good;
+  if (length < kLongBlock) return runShort(stages, mixer, length);
+#ifdef BRUMBLER_FOUR_LANES
+  if (laneCount == 4) return runLongByFours(stages, mixer, length);
+#endif
+  return runLong<2>(stages, mixer, length);
 }
 
 template <typename Function>

@@ -85,7 +85,7 @@ class Brumbler : public Q_TypeBase {
 
  private:
   void setGain();
-  bool processBlock(const double* in, double* out, int length, const VolumeGlide& glide);
+  bool processBlock(const double* in, double* out, int length, VolumeGlide glide);
   template <typename Function>
   void forEachSection(Function function) const;
   bool historiesAreGood() noexcept;
