@@ -25,16 +25,29 @@ struct SampleFormat {
   int format;
   const char* name;
 };
-// From the finest to the coarsest. What cannot be kept becomes the last in this list that is no coarser, else the first
-// that can be had.
+// Without loss, from the finest to the coarsest, then what only sounds alike. What cannot be kept becomes the last in
+// this list that is no coarser, else the first that can be had.
 constexpr SampleFormat kByFineness[] = {
     {SF_FORMAT_DOUBLE, "64-bit float"}, {SF_FORMAT_PCM_32, "32-bit"},      {SF_FORMAT_ALAC_32, "32-bit ALAC"},
     {SF_FORMAT_FLOAT, "32-bit float"},  {SF_FORMAT_PCM_24, "24-bit"},      {SF_FORMAT_ALAC_24, "24-bit ALAC"},
     {SF_FORMAT_ALAC_20, "20-bit ALAC"}, {SF_FORMAT_PCM_16, "16-bit"},      {SF_FORMAT_ALAC_16, "16-bit ALAC"},
-    {SF_FORMAT_ULAW, "u-law"},          {SF_FORMAT_ALAW, "A-law"},         {SF_FORMAT_VORBIS, "Vorbis"},
-    {SF_FORMAT_OPUS, "Opus"},           {SF_FORMAT_MPEG_LAYER_III, "MP3"}, {SF_FORMAT_PCM_S8, "8-bit"},
-    {SF_FORMAT_PCM_U8, "8-bit"},
+    {SF_FORMAT_PCM_S8, "8-bit"},        {SF_FORMAT_PCM_U8, "8-bit"},       {SF_FORMAT_VORBIS, "Vorbis"},
+    {SF_FORMAT_OPUS, "Opus"},           {SF_FORMAT_MPEG_LAYER_III, "MP3"}, {SF_FORMAT_ULAW, "u-law"},
+    {SF_FORMAT_ALAW, "A-law"},
 };
+
+// Where the search for a container's sample format begins: a sound that was decoded has its decoder's precision.
+int precisionOf(int sampleFormat) {
+  switch (sampleFormat) {
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III: return SF_FORMAT_PCM_24;
+    case SF_FORMAT_PCM_S8: return SF_FORMAT_PCM_U8;  // the other kind of 8 bits comes before more of them
+    default: return integerBits(sampleFormat) != 0 || isLinear(sampleFormat) ? sampleFormat : SF_FORMAT_PCM_16;
+  }
+}
 
 bool canBeWritten(const AudioFormat& format) {
   SF_INFO info = {};
@@ -61,7 +74,10 @@ AudioFormat with(const AudioFormat& wanted, int container, int sampleFormat) {
 int containerFor(const std::string& path) {
   const std::string ending = lowerEnding(path);
   for (const Ending& known : kEndings) {
-    if (ending == known.text) return known.container | (ending == "opus" ? SF_FORMAT_OPUS : 0);
+    if (ending == known.text) {
+      const int sampleFormat = ending == "opus" ? SF_FORMAT_OPUS : ending == "mp3" ? SF_FORMAT_MPEG_LAYER_III : 0;
+      return known.container | sampleFormat;
+    }
   }
   std::string list;
   for (const Ending& known : kEndings) list += std::string(list.empty() ? "." : ", .") + known.text;
@@ -72,15 +88,14 @@ AudioFormat inContainer(const AudioFormat& wanted, int container, const std::str
   if ((container & SF_FORMAT_SUBMASK) != 0) {  // the ending names the sample format, too
     if (canBeWritten(with(wanted, container, 0))) return with(wanted, container, 0);
   } else {
-    if (canBeWritten(with(wanted, container, wanted.sampleFormat()))) {
+    // MP3 in a WAV file is possible and nobody's wish.
+    const bool isOwn = wanted.sampleFormat() != SF_FORMAT_MPEG_LAYER_III;
+    if (isOwn && canBeWritten(with(wanted, container, wanted.sampleFormat()))) {
       return with(wanted, container, wanted.sampleFormat());
     }
-    const auto position = [](int sampleFormat) {
-      return std::find_if(std::begin(kByFineness), std::end(kByFineness),
-                          [&](const SampleFormat& one) { return one.format == sampleFormat; });
-    };
-    const SampleFormat* start = position(wanted.sampleFormat());
-    if (start == std::end(kByFineness)) start = position(SF_FORMAT_PCM_16);  // holds all that are not listed
+    const SampleFormat* const start = std::find_if(
+        std::begin(kByFineness), std::end(kByFineness),
+        [precision = precisionOf(wanted.sampleFormat())](const SampleFormat& one) { return one.format == precision; });
     for (const auto* one = start; one >= std::begin(kByFineness); --one) {
       if (canBeWritten(with(wanted, container, one->format))) return with(wanted, container, one->format);
     }
@@ -97,6 +112,11 @@ std::string sampleFormatName(int format) {
     if (one.format == (format & SF_FORMAT_SUBMASK)) return one.name;
   }
   return "compressed";
+}
+
+bool isLinear(int format) noexcept {
+  const int sampleFormat = format & SF_FORMAT_SUBMASK;
+  return sampleFormat >= SF_FORMAT_PCM_S8 && sampleFormat <= SF_FORMAT_DOUBLE;
 }
 
 int integerBits(int format) noexcept {

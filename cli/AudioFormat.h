@@ -27,5 +27,8 @@ AudioFormat inContainer(const AudioFormat& wanted, int container, const std::str
 // In people's words, like "24-bit" or "Vorbis".
 std::string sampleFormatName(int format);
 
+// True for integers and floating-point numbers, false for what must be decoded.
+bool isLinear(int format) noexcept;
+
 // Bits of an integer format without loss, 0 for all others.
 int integerBits(int format) noexcept;

@@ -6,9 +6,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <sstream>
 
 #include "cli/Failure.h"
 #include "cli/systemError.h"
@@ -17,6 +19,7 @@ namespace {
 
 // Programs that write a header before they know the length put something near the largest 32-bit number of bytes.
 constexpr std::int64_t kUnknownLengthBytes = 0x7FFFF000;
+constexpr std::int64_t kMostHeaderBytes = 24;  // of a chunk
 
 std::string seconds(std::int64_t frames, int rate) {
   char text[32];
@@ -42,6 +45,23 @@ std::int64_t bytesPerFrame(const AudioFormat& format) {
   const int bits = integerBits(format.format);
   const int bytes = bits != 0 ? (bits + 7) / 8 : format.sampleFormat() == SF_FORMAT_DOUBLE ? 8 : 4;
   return std::int64_t{bytes} * format.channels;
+}
+
+// Bytes of sound that the header of an uncompressed file announces; 0 when it does not. The library takes what is left
+// of a file that was cut off for the whole, and tells the header's number in its log only.
+std::int64_t announcedBytes(SNDFILE* file) {
+  std::array<char, 4096> log{};
+  sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
+  std::istringstream lines(log.data());
+  for (std::string line; std::getline(lines, line);) {
+    std::array<char, 16> label{};
+    long long bytes = 0;
+    if (std::sscanf(line.c_str(), " %15[A-Za-z ]: %lld", label.data(), &bytes) != 2) continue;
+    const std::string name(label.data());
+    const bool isSound = name == "data " || name == "Data Size   " || name == "Data size " || name == "SSND ";
+    if (isSound) return bytes < kUnknownLengthBytes || name == "Data size " ? bytes : 0;
+  }
+  return 0;
 }
 
 }  // namespace
@@ -73,7 +93,12 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   format_ = {info.samplerate, info.channels, info.format};
   const bool known = info.frames >= 0 && info.frames < SF_COUNT_MAX / 2 &&
                      (info.seekable != 0 || (!raw && info.frames < kUnknownLengthBytes / bytesPerFrame(format_)));
-  if (known) frames_ = info.frames;
+  if (!known) return;
+  frames_ = info.frames;
+  if (raw || !isLinear(info.format)) return;
+  const std::int64_t announced = announcedBytes(file_.get());
+  // Some count a header in.
+  if (announced - kMostHeaderBytes > info.frames * bytesPerFrame(format_)) frames_ = announced / bytesPerFrame(format_);
 }
 
 int AudioReader::read(double* samples, int count) {

@@ -59,13 +59,6 @@ void scale(std::vector<double>& samples, double gain) {
   for (double& sample : samples) sample *= gain;
 }
 
-bool canStream(const AudioFormat& format) {
-  const int bits = integerBits(format.format);
-  const bool linear =
-      bits != 0 || format.sampleFormat() == SF_FORMAT_FLOAT || format.sampleFormat() == SF_FORMAT_DOUBLE;
-  return linear && bits != 20;
-}
-
 }  // namespace
 
 int Renderer::effectRate(int rate, bool native) {
@@ -97,7 +90,7 @@ AudioFormat Renderer::outputFormat(const AudioReader& reader, const std::string&
   if (out != "-") return inContainer(wanted, containerFor(out), out);
   const int container = settings_.streamContainer.value_or(
       wanted.container() == SF_FORMAT_AU || wanted.container() == SF_FORMAT_RAW ? wanted.container() : SF_FORMAT_WAV);
-  if (!canStream(wanted)) wanted.format = container | SF_FORMAT_FLOAT;
+  if (!isLinear(wanted.format)) wanted.format = container | SF_FORMAT_FLOAT;
   // WAV has unsigned bytes, AU signed ones; a raw stream keeps what came in.
   if (integerBits(wanted.format) == 8 && container != SF_FORMAT_RAW) {
     wanted.format = container == SF_FORMAT_WAV ? SF_FORMAT_PCM_U8 : SF_FORMAT_PCM_S8;
