@@ -18,6 +18,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
+constexpr const char* kOpenFiles = "/proc/self/fd";
+
 // The names of unfinished files, where a signal handler can read them.
 std::array<std::atomic<const char*>, 256> unfinished{};
 
@@ -68,15 +70,22 @@ PendingFile::PendingFile(const std::string& path, bool replace) : path_(path), r
   open();
 }
 
+// Without a name where the file system can do that: then nothing stays behind however the process ends. Else, and for
+// the moment between the two steps of commit(), under a name of its own beside the final one.
 void PendingFile::open() {
   static std::atomic<int> count{0};
   const fs::path target(path_);
+  const fs::path folder = target.has_parent_path() ? target.parent_path() : fs::path(".");
+  std::error_code error;
+  if (fs::exists(kOpenFiles, error)) descriptor_ = ::open(folder.c_str(), O_RDWR | O_TMPFILE | O_CLOEXEC, 0666);
+  nameless_ = descriptor_ >= 0;
   do {
     std::string name(1, '.');
     name.append(target.filename().string(), 0, 200);
     name.append(".unfinished-").append(std::to_string(getpid())).append("-").append(std::to_string(++count));
     temporaryPath_ = (target.parent_path() / name).string();
     slot_ = registerUnfinished(temporaryPath_.c_str());
+    if (nameless_) return;
     descriptor_ = ::open(temporaryPath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor_ >= 0) return;
     const int reason = errno;
@@ -98,10 +107,13 @@ PendingFile::~PendingFile() {
 void PendingFile::commit() {
   // A file that was there is only given up for one that is safely on the disk.
   const bool synced = !existed_ || fsync(descriptor_) == 0;
+  const std::string self = std::string(kOpenFiles) + "/" + std::to_string(descriptor_);
+  const bool linked =
+      !nameless_ || linkat(AT_FDCWD, self.c_str(), AT_FDCWD, temporaryPath_.c_str(), AT_SYMLINK_FOLLOW) == 0;
   const bool closed = close(descriptor_) == 0;
   descriptor_ = -1;
   bool named = false;
-  if (synced && closed) {
+  if (synced && linked && closed) {
     const unsigned flags = replace_ ? 0U : RENAME_NOREPLACE;
     named = renameat2(AT_FDCWD, temporaryPath_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
     if (!named && errno == EINVAL)

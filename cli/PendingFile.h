@@ -3,9 +3,10 @@
 
 #include <string>
 
-// A file that comes into being whole or not at all: it is written under a name of its own beside the final one and
-// takes that name when commit() is called. If the object goes before that, or the process is stopped by SIGINT, SIGTERM
-// or SIGHUP after installSignalCleanup(), the unfinished file is removed.
+// A file that comes into being whole or not at all: it is written without a name, in the folder of the final one, and
+// gets its name when commit() is called. If the object goes before that, or the process is ended by whatever signal,
+// nothing stays. On file systems that know only files with names it is written under one of its own beside the final
+// one; then only SIGINT, SIGTERM and SIGHUP clean up, after installSignalCleanup().
 class PendingFile {
  public:
   // Throws Failure when `path` exists and `replace` is false, is no regular file, or its folder cannot be written.
@@ -30,6 +31,7 @@ class PendingFile {
   std::string path_;
   bool replace_;
   bool existed_ = false;
+  bool nameless_ = false;
   std::string temporaryPath_;
   int descriptor_ = -1;
   int slot_ = -1;

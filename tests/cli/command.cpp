@@ -92,6 +92,8 @@ TEST_CASE("format, rate and channels are kept; a dry integer sample comes back a
               {wav | SF_FORMAT_PCM_32, "o.AIFF", aiff | SF_FORMAT_PCM_32, true},
               {wav | SF_FORMAT_FLOAT, "o.flac", flac | SF_FORMAT_PCM_24, false},
               {wav | SF_FORMAT_ULAW, "o.flac", flac | SF_FORMAT_PCM_16, true},
+              {aiff | SF_FORMAT_PCM_S8, "o.wav", wav | SF_FORMAT_PCM_U8, true},
+              {SF_FORMAT_OGG | SF_FORMAT_VORBIS, "o.wav", wav | SF_FORMAT_PCM_24, false},
               {wav | SF_FORMAT_PCM_32, "o.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, false}};
   for (const auto& c : rows) {
     CAPTURE(c.format);
@@ -179,12 +181,14 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
   cli.write("bad.wav", sound);
   cli.write("long.flac", guitar(44100, 1, 60000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
   fs::resize_file(cli.folder / "long.flac", 60000);
+  cli.write("cut.wav", sound);
+  fs::resize_file(cli.folder / "cut.wav", 60000);
   cli.writeText("pid", "");
   const std::set<std::string> before = cli.files();
   // Feeds the command the start of a sound and, when it is at work, a signal.
   const auto signalling = [](int signal) {
-    return "{ head -c 9000 in.wav; for i in $(seq 200); do ls -A | grep -q o.wav && break; sleep 0.02; done; ls -A "
-           ">&2; "
+    return "{ head -c 9000 in.wav; for i in $(seq 200); do "
+           "ls -l /proc/$(cat pid)/fd | grep -q 'deleted\\|unfinished' && echo at work >&2 && break; sleep 0.02; done; "
            "kill -" +
            std::to_string(signal) + " $(cat pid); sleep 0.1; } | sh -c 'echo $$ >pid; exec \"$0\" \"$@\"'";
   };
@@ -197,9 +201,10 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
               {"in.wav --off o.caf", "ulimit -f 3;", "make room"},
               {"bad.wav o.wav", "", "at 1.000 s"},
               {"long.flac o.wav", "", "ends early"},
+              {"cut.wav o.wav", "", "ends early"},
               {"- o.wav", "head -c 99999 in.wav |", "ends early"},
-              {"- o.wav", signalling(SIGINT), "o.wav", 128 + SIGINT},
-              {"- o.wav", signalling(SIGTERM), "o.wav", 128 + SIGTERM}};
+              {"- o.wav", signalling(SIGINT), "at work", 128 + SIGINT},
+              {"- o.wav", signalling(SIGTERM), "at work", 128 + SIGTERM}};
   for (const auto& row : rows) {
     CAPTURE(row.arguments);
     CHECK(cli.run("render " + row.arguments, row.before) == row.status);
