@@ -74,12 +74,18 @@ void Picture::checkName(const std::string& path) {
   }
 }
 
+// Bands let those below them shine through.
+std::string Picture::look(const Series& one) const {
+  if (one.isBand) return " with filledcurves fs transparent solid 0.6 noborder";
+  return bars ? " using 1:(bottom):(0):($2-bottom) with vectors nohead lw 4" : " with lines lw 2";
+}
+
 std::string Picture::script(bool vectors) const {
   std::string text = vectors
                          ? "set terminal svg size 900,540 font 'sans,13' background '#ffffff'\n"
                          : "font = 'sans,12'\n"
                            "if (strstrt(GPVAL_TERMINALS, ' pngcairo ')) set terminal pngcairo size 900,540 font font\n"
-                           "if (!strstrt(GPVAL_TERMINALS, ' pngcairo ')) set terminal png size 900,540\n";
+                           "if (!strstrt(GPVAL_TERMINALS, ' pngcairo ')) set terminal png truecolor size 900,540\n";
   text +=
       "set encoding utf8\nset termoption noenhanced\nset grid lt 1 lc rgb '#dddddd'\nset border 3\nset tics nomirror\n";
   text += "set title " + quoted(title) + "\nset xlabel " + quoted(across) + "\nset ylabel " + quoted(up) + "\n";
@@ -95,11 +101,15 @@ std::string Picture::script(bool vectors) const {
   for (std::size_t i = 0; i < series.size(); ++i) {
     const std::string block = "$d" + std::to_string(i);
     text += block + " << EOD\n";
-    for (const auto& [x, y] : series[i].points) text += number(x) + " " + number(y) + "\n";
+    bool open = false;
+    for (const auto& [x, y] : series[i].points) {
+      text += (open ? "" : number(x)) + " " + number(y);
+      open = series[i].isBand && !open;
+      if (!open) text += "\n";
+    }
     text += "EOD\n";
-    plot += (i == 0 ? "plot " : ", ") + block +
-            (bars ? " using 1:(bottom):(0):($2-bottom) with vectors nohead lw 4" : " with lines lw 2") + " lc rgb '" +
-            colours[i % colours.size()] + "' title " + quoted(series[i].title);
+    plot += (i == 0 ? "plot " : ", ") + block + look(series[i]) + " lc rgb '" + colours[i % colours.size()] +
+            "' title " + quoted(series[i].title);
   }
   return text + plot + "\nset output\n";
 }

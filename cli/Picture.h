@@ -10,6 +10,7 @@ struct Picture {
   struct Series {
     std::string title;
     std::vector<std::pair<double, double>> points;  // across and up
+    bool isBand = false;                            // two points at each place across, its lower and its upper end
   };
 
   std::string title;
@@ -27,6 +28,7 @@ struct Picture {
   void write(const std::string& path, bool replace) const;
 
  private:
+  std::string look(const Series& one) const;
   std::string script(bool vectors) const;
   std::string table() const;
 };

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -14,6 +15,7 @@
 #include "cli/EffectModule.h"
 #include "cli/Failure.h"
 #include "cli/Measurement.h"
+#include "cli/Outline.h"
 #include "cli/Picture.h"
 #include "cli/Renderer.h"
 #include "cli/decibels.h"
@@ -23,7 +25,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr double kColumns = 2000.0;  // across a wave's picture; longer stretches show each column's extremes
 constexpr std::size_t kMostCurves = 6;
 constexpr double kFloor = -100.0;  // dB below the fundamental, the bottom of the spectrum's picture
 
@@ -62,44 +63,28 @@ std::vector<float> parseValues(const std::string& option, const std::string& tex
   return values;
 }
 
-// A range in seconds of a file's first channel; `rate` becomes the file's. Throws Failure when the range is empty.
-std::vector<double> readRange(const std::string& path, double from, std::optional<double> to, int& rate) {
+// Hands a range in seconds of a file's first channel to `take`, sample by sample, and answers the file's rate. Throws
+// Failure when the range is empty.
+int readRange(const std::string& path, double from, std::optional<double> to, const std::function<void(double)>& take) {
   AudioReader reader(path, {});
-  rate = reader.format().rate;
+  const int rate = reader.format().rate;
   const auto channels = static_cast<std::size_t>(reader.format().channels);
   const auto first = static_cast<std::int64_t>(from * rate);
   const std::int64_t end = to ? static_cast<std::int64_t>(std::ceil(*to * rate)) : INT64_MAX;
   std::vector<double> block(4096 * channels);
-  std::vector<double> samples;
   std::int64_t frame = 0;
   while (frame < end) {
     const int count = reader.read(block.data(), 4096);
     if (count == 0) break;
     for (int i = 0; i < count; ++i, ++frame) {
-      if (frame >= first && frame < end) samples.push_back(block[static_cast<std::size_t>(i) * channels]);
+      if (frame >= first && frame < end) take(block[static_cast<std::size_t>(i) * channels]);
     }
   }
-  if (samples.empty()) {
+  if (frame <= first) {
     throw Failure(path + ": ends at " + shortText(static_cast<double>(frame) / rate) + " s, before --from " +
                   shortText(from) + "; choose an earlier one");
   }
-  return samples;
-}
-
-// The line of a sound: every sample, or where these are too many each column's lowest and highest.
-Points lineOf(const std::vector<double>& samples, double from, int rate) {
-  const double step = std::max(1.0, static_cast<double>(samples.size()) / kColumns);
-  const double start = std::floor(from * rate);
-  Points points;
-  for (double at = 0.0; at < static_cast<double>(samples.size()); at += step) {
-    const auto begin = static_cast<std::size_t>(at);
-    const std::size_t end = std::min(samples.size(), std::max(begin + 1, static_cast<std::size_t>(at + step)));
-    const auto [low, high] = std::minmax_element(samples.begin() + static_cast<std::ptrdiff_t>(begin),
-                                                 samples.begin() + static_cast<std::ptrdiff_t>(end));
-    points.emplace_back((start + at) / rate, *low);
-    if (step > 1.0) points.emplace_back((start + at) / rate, *high);
-  }
-  return points;
+  return rate;
 }
 
 void checkFrequency(const Options& options, int rate) {
@@ -158,7 +143,7 @@ Picture drawSpectrum(const Options& options) {
                     ", FUZZ " + shortText(settings.fuzz) + ", ";
   } else {
     const std::string& path = options.files.front();
-    samples = readRange(path, options.from, options.from + 1.0, rate);
+    rate = readRange(path, options.from, options.from + 1.0, [&samples](double x) { samples.push_back(x); });
     checkFrequency(options, rate);
     if (static_cast<int>(samples.size()) < rate) {
       throw Failure(path + ": a spectrum needs one second from --from on; give a longer tone");
@@ -202,9 +187,9 @@ Picture drawWave(const Options& options) {
   picture.up = "of full scale";
   picture.range = "set autoscale xfix";
   for (const std::string& path : options.files) {
-    int rate = 0;
-    const std::vector<double> samples = readRange(path, options.from, options.to, rate);
-    picture.series.push_back({path, lineOf(samples, options.from, rate)});
+    Outline outline;
+    const int rate = readRange(path, options.from, options.to, [&outline](double x) { outline.add(x); });
+    picture.series.push_back(outline.draw(path, std::floor(options.from * rate) / rate, rate));
   }
   return picture;
 }
