@@ -45,7 +45,8 @@ void applySet(HostedEffect& effect, const std::string& text) {
     } else {
       const auto known = std::find(keys.begin(), keys.end(), key);
       if (known == keys.end() || equals == std::string::npos) {
-        throw Failure("--set takes N,on=0,volume=0.5,fuzz=0.5,name=TEXT; \"" + key + "\": " + suggestName(key, keys),
+        throw Failure("--set takes N,on=0,volume=0.5,fuzz=0.5,name=TEXT; \"" + key +
+                          "\": " + (known == keys.end() ? suggestName(key, keys) : "needs = and a value"),
                       Failure::usage);
       }
       const std::string value = text.substr(equals + 1, end == std::string::npos ? end : end - equals - 1);
@@ -79,9 +80,10 @@ void runSave(const Options& options) {
 void addBankCommand(CLI::App& app) {
   CLI::App* const bank = app.add_subcommand("bank", "Save the sixteen programs, names and values");
   bank->require_subcommand(1);
+  bank->footer("Example: brumbler bank save mine.json --set 1,volume=0.4,fuzz=0.2,name=Warm");
   CLI::App* const save = bank->add_subcommand("save", "Write a bank for `brumbler render --bank`");
   const auto options = std::make_shared<Options>();
-  save->add_option("FILE.json", options->file, "The file to write; - is standard output")->required();
+  save->add_option("FILE.json", options->file, "The file to write; - is standard output")->type_name("")->required();
   save->add_option("--set", options->sets, "Values of a program, like 3,volume=0.4,fuzz=1,on=1,name=Lead; repeat it")
       ->type_name("N,KEY=VALUE,...")
       ->allow_extra_args(false);

@@ -50,9 +50,10 @@ struct Delay {
 // One stretch from the start of A, sought in B at every delay, shorter ones first.
 std::optional<Delay> findDelay(const std::vector<double>& a, const std::vector<double>& b) {
   const int length = static_cast<int>(std::min(a.size(), b.size()));
-  const int most = std::min(kMostDelay, length / 4);
+  // One further than told: what is most alike there may be more alike beyond.
+  const int most = std::min(kMostDelay + 1, length / 4);
   const int matched = std::min(kMatchedFrames, length - 2 * most);
-  if (most < 1) return std::nullopt;
+  if (most < 2) return std::nullopt;
   const double* const stretch = a.data() + most;
   double energyOfA = 0.0;
   for (int i = 0; i < matched; ++i) energyOfA += stretch[i] * stretch[i];
@@ -72,6 +73,7 @@ std::optional<Delay> findDelay(const std::vector<double>& a, const std::vector<d
       best = Delay{delay, likeness};
     }
   }
+  if (best && std::abs(best->samples) == most) return std::nullopt;
   return best;
 }
 
@@ -164,7 +166,8 @@ void print(const Difference& d, const AudioFormat& format) {
     std::printf("delay       none%s (likeness %.4f)\n", delay->likeness < 0.0 ? ", B is upside down" : "",
                 std::fabs(delay->likeness));
   } else {
-    std::printf("delay       B comes %d samples %s%s (likeness %.4f)\n", std::abs(delay->samples),
+    const int samples = std::abs(delay->samples);
+    std::printf("delay       B comes %d sample%s %s%s (likeness %.4f)\n", samples, samples == 1 ? "" : "s",
                 delay->samples > 0 ? "later" : "earlier", delay->likeness < 0.0 ? ", upside down" : "",
                 std::fabs(delay->likeness));
   }
@@ -206,8 +209,10 @@ void runCompare(const Options& options) {
 void addCompareCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("compare", "Tell how far two sounds are apart; status 0 if not too far");
   const auto options = std::make_shared<Options>();
-  command->add_option("A", options->first, "A sound; - is standard input")->required();
-  command->add_option("B", options->second, "Another, of the same rate, channels and length")->required();
+  command->add_option("A", options->first, "A sound; - is standard input")->type_name("")->required();
+  command->add_option("B", options->second, "Another, of the same rate, channels and length")
+      ->type_name("")
+      ->required();
   command
       ->add_option_function<std::string>(
           "--tolerance",

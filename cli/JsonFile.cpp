@@ -119,6 +119,13 @@ class LineNotes : public json::json_sax_t {
   std::vector<Level> levels_;
 };
 
+// The pointer's text without its escape for a slash within a key, like the one of On/Off.
+std::string readable(const JsonFile::Path& path) {
+  std::string text = path.to_string();
+  for (std::size_t at = text.find("~1"); at != std::string::npos; at = text.find("~1", at)) text.replace(at, 2, "/");
+  return text;
+}
+
 std::string readText(const std::string& path) {
   std::error_code error;
   std::ifstream file(path, std::ios::binary);
@@ -148,7 +155,7 @@ JsonFile::JsonFile(const std::string& path) : name_(path) {
 void JsonFile::fail(const Path& path, const std::string& message) const {
   const auto line = lines_.find(path.to_string());
   throw Failure(name_ + ", line " + std::to_string(line != lines_.end() ? line->second : 1) + ": " +
-                (path.empty() ? "" : path.to_string() + " ") + message);
+                (path.empty() ? "" : readable(path) + " ") + message);
 }
 
 const json& JsonFile::at(const Path& path, const std::string& key) const {

@@ -94,6 +94,19 @@ void printExamples(const CLI::App& app) {
   std::puts(".fi");
 }
 
+// Like "FILES..." or "[FILE]".
+std::string positionalsOf(const CLI::App& app) {
+  std::string text;
+  for (const CLI::Option* option : app.get_options()) {
+    if (!option->get_positional()) continue;
+    const std::string name = "\\fI" + escapeRoff(option->get_name()) + "\\fR";
+    const char* const more = option->get_items_expected_max() > 1 ? "..." : "";
+    text += option->get_required() ? " " + name + more : " [" + name + more + "]";
+  }
+  return text;
+}
+
+// No date: the page is as old as the command, whose version it has.
 void printManual(const CLI::App& app) {
   std::printf(".TH BRUMBLER 1 \"\" \"brumbler %s\" \"User Commands\"\n", BRUMBLER_VERSION);
   std::printf(".SH NAME\nbrumbler \\- a fuzz for guitar and bass\n");
@@ -101,19 +114,15 @@ void printManual(const CLI::App& app) {
   Apps leaves;
   collectLeaves(app, leaves);
   for (const CLI::App* leaf : leaves) {
-    std::string positionals;
-    for (const CLI::Option* option : leaf->get_options()) {
-      if (option->get_positional()) positionals += " \\fI" + escapeRoff(option->get_name()) + "\\fR";
-    }
     std::printf("%s\\fBbrumbler %s\\fR [\\fIOPTIONS\\fR]%s\n", leaf == leaves.front() ? "" : ".br\n",
-                pathOf(*leaf).c_str(), positionals.c_str());
+                pathOf(*leaf).c_str(), positionalsOf(*leaf).c_str());
   }
   std::printf(".SH DESCRIPTION\n%s\n", escapeRoff(app.get_description()).c_str());
   printOptions(app);
   printExamples(app);
+  std::puts(".SH COMMANDS");
   for (const CLI::App* leaf : leaves) {
-    std::printf(".SH BRUMBLER %s\n%s.\n", CLI::detail::to_lower(pathOf(*leaf)).c_str(),
-                escapeRoff(leaf->get_description()).c_str());
+    std::printf(".SS brumbler %s\n%s.\n", pathOf(*leaf).c_str(), escapeRoff(leaf->get_description()).c_str());
     printOptions(*leaf);
     printExamples(*leaf);
   }
@@ -122,75 +131,125 @@ void printManual(const CLI::App& app) {
       "is wrong.\nMessages are one line on standard error.");
 }
 
-// What a shell needs of one command: the words that may follow, and the options that take a file or another value.
-struct Words {
-  std::string names, fileOptions, valueOptions;
-};
+// What may stand in the place of a value, from its type in the help: words in small letters with bars between them, or
+// the name of a file.
+enum class Values { words, json, anyFile, folder, other };
 
-void addName(std::string& list, const std::string& name, const char* between) {
-  list.append(list.empty() ? "" : between).append(name);
-}
-
-Words wordsOf(const CLI::App& app) {
-  Words words;
-  for (const CLI::App* one : subcommandsOf(app)) addName(words.names, one->get_name(), " ");
-  for (const CLI::Option* option : app.get_options()) {
-    if (option->get_group().empty()) continue;
-    const std::string type = option->get_type_name();
-    const bool file = type.rfind("FILE", 0) == 0 || type == "PATH" || type == "DIR";
-    for (const std::string& name : namesOf(*option)) {
-      addName(words.names, name, " ");
-      if (takesValue(*option)) addName(file ? words.fileOptions : words.valueOptions, name, "|");
-    }
+std::string wordsIn(const std::string& type) {
+  std::string words;
+  for (std::size_t begin = 0; begin < type.size();) {
+    const std::size_t end = std::min(type.find('|', begin), type.size());
+    const bool isWord = type[begin] >= 'a' && type[begin] <= 'z';
+    if (isWord) words.append(words.empty() ? "" : " ").append(type, begin, end - begin);
+    begin = end + 1;
   }
   return words;
 }
 
-void printBashCase(const CLI::App& app) {
-  const Words words = wordsOf(app);
-  std::printf("    \"%s\") names=\"%s\" files=\"%s\" values=\"%s\" ;;\n", pathOf(app).c_str(), words.names.c_str(),
-              words.fileOptions.c_str(), words.valueOptions.c_str());
-  for (const CLI::App* one : subcommandsOf(app)) printBashCase(*one);
+Values valuesOf(const std::string& type) {
+  if (type.size() > 5 && type.compare(type.size() - 5, 5, ".json") == 0) return Values::json;
+  if (!wordsIn(type).empty()) return Values::words;
+  if (type == "DIR") return Values::folder;
+  return type == "FILE" || type == "PATH" ? Values::anyFile : Values::other;
+}
+
+// All that stands without an option's name is a file.
+Values positionalValuesOf(const CLI::App& app) {
+  Values values = Values::other;
+  for (const CLI::Option* option : app.get_options()) {
+    if (!option->get_positional()) continue;
+    values = valuesOf(option->get_name()) == Values::json ? Values::json : Values::anyFile;
+  }
+  return values;
+}
+
+std::string joined(const std::vector<std::string>& parts, const char* between) {
+  std::string text;
+  for (const std::string& part : parts) text.append(text.empty() ? "" : between).append(part);
+  return text;
 }
 
 // A shell pattern of the commands that have others below them.
 std::string parentPattern(const CLI::App& app) {
-  std::string pattern;
+  std::vector<std::string> parents;
   for (const CLI::App* one : subcommandsOf(app)) {
-    if (!subcommandsOf(*one).empty()) addName(pattern, one->get_name(), "|");
+    if (!subcommandsOf(*one).empty()) parents.push_back(one->get_name());
   }
-  return pattern;
+  return joined(parents, "|");
+}
+
+// The two variables of the bash function that say what to offer.
+std::string bashOffer(Values values, const std::string& words) {
+  switch (values) {
+    case Values::words: return "words='" + words + "' files=";
+    case Values::json: return "words= files=json";
+    case Values::anyFile: return "words= files=any";
+    case Values::folder: return "words= files=folder";
+    case Values::other: break;
+  }
+  return "words= files=";
+}
+
+void printBashCommand(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* one : subcommandsOf(app)) names.push_back(one->get_name());
+  const bool isLeaf = names.empty();
+  for (const CLI::Option* option : app.get_options()) {
+    if (option->get_group().empty()) continue;
+    for (const std::string& name : namesOf(*option)) names.push_back(name);
+  }
+  const std::string words = joined(names, " ");
+  const std::string path = pathOf(app);
+  const Values positional = isLeaf ? positionalValuesOf(app) : Values::other;
+  std::printf("    '%s':-*) words='%s' ;;\n", path.c_str(), words.c_str());
+  std::printf("    '%s':*) %s ;;\n", path.c_str(),
+              positional == Values::other ? ("words='" + words + "'").c_str() : bashOffer(positional, "").c_str());
+  for (const CLI::App* one : subcommandsOf(app)) printBashCommand(*one);
+}
+
+void printBashOptions(const CLI::App& app) {
+  for (const CLI::Option* option : app.get_options()) {
+    if (option->get_group().empty() || !takesValue(*option)) continue;
+    const std::string type = option->get_type_name();
+    for (const std::string& name : namesOf(*option)) {
+      std::printf("    '%s:%s') %s ;;\n", pathOf(app).c_str(), name.c_str(),
+                  bashOffer(valuesOf(type), wordsIn(type)).c_str());
+    }
+  }
+  for (const CLI::App* one : subcommandsOf(app)) printBashOptions(*one);
 }
 
 void printBash(const CLI::App& app) {
   std::printf(
       "# bash completion for brumbler\n"
       "_brumbler() {\n"
-      "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command= names files values\n"
-      "  COMPREPLY=()\n"
+      "  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD-1]} command= words= files=\n"
+      "  # bash takes the sign in --option=value for a word of its own\n"
+      "  [[ $before == = ]] && before=${COMP_WORDS[COMP_CWORD-2]}\n"
+      "  [[ $word == = ]] && word=\n"
       "  ((COMP_CWORD > 1)) && command=${COMP_WORDS[1]}\n"
       "  case $command in\n"
       "    %s) ((COMP_CWORD > 2)) && command+=\" ${COMP_WORDS[2]}\" ;;\n"
       "  esac\n"
-      "  case $command in\n",
+      "  case \"$command:$word\" in\n",
       parentPattern(app).c_str());
-  printBashCase(app);
+  printBashCommand(app);
+  std::puts("  esac\n  case \"$command:$before\" in");
+  printBashOptions(app);
   std::puts(
-      "    *) return ;;\n"
       "  esac\n"
-      "  if [[ -n $values && $before =~ ^($values)$ ]]; then\n"
-      "    return\n"
-      "  elif [[ -n $files && $before =~ ^($files)$ ]] || [[ $word != -* && $names == -* ]]; then\n"
-      "    compopt -o filenames 2>/dev/null\n"
-      "    mapfile -t COMPREPLY < <(compgen -f -- \"$word\")\n"
-      "  else\n"
-      "    mapfile -t COMPREPLY < <(compgen -W \"$names\" -- \"$word\")\n"
-      "  fi\n"
+      "  [[ -z $files ]] || compopt -o filenames -o plusdirs 2>/dev/null\n"
+      "  case $files in\n"
+      "    '') mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$word\") ;;\n"
+      "    any) mapfile -t COMPREPLY < <(compgen -f -- \"$word\") ;;\n"
+      "    json) mapfile -t COMPREPLY < <(compgen -f -X '!*.json' -- \"$word\") ;;\n"
+      "    folder) COMPREPLY=() ;;\n"
+      "  esac\n"
       "}\n"
       "complete -F _brumbler brumbler");
 }
 
-// In single quotes, for the colon-separated fields of zsh's _arguments and _describe.
+// In single quotes, for the colon-separated fields of zsh's _arguments and _values.
 std::string escapeZsh(const std::string& text) {
   std::string result;
   for (const char c : text) {
@@ -203,31 +262,43 @@ std::string escapeZsh(const std::string& text) {
   return result;
 }
 
+std::string zshAction(Values values, const std::string& words) {
+  switch (values) {
+    case Values::words: return "(" + words + ")";
+    case Values::json: return "_files -g \"*.json\"";
+    case Values::anyFile: return "_files";
+    case Values::folder: return "_files -/";
+    case Values::other: break;
+  }
+  return " ";
+}
+
 void printZshCase(const CLI::App& app) {
   const Apps inner = subcommandsOf(app);
-  std::printf("    '%s')\n", pathOf(app).c_str());
-  if (inner.empty()) {
-    std::printf("      _arguments");
-    for (const CLI::Option* option : app.get_options()) {
-      if (option->get_group().empty()) continue;
-      const std::string type = option->get_type_name();
-      const bool file = type.rfind("FILE", 0) == 0 || type == "PATH";
-      for (const std::string& name : namesOf(*option)) {
-        std::printf(" \\\n        '%s[%s]", name.c_str(), escapeZsh(option->get_description()).c_str());
-        if (takesValue(*option)) {
-          std::printf(":%s:%s", escapeZsh(type).c_str(), file ? "_files" : type == "DIR" ? "_files -/" : "");
-        }
-        std::printf("'");
+  std::printf("    '%s')\n      _arguments -s", pathOf(app).c_str());
+  for (const CLI::Option* option : app.get_options()) {
+    if (option->get_group().empty()) continue;
+    const std::string type = option->get_type_name();
+    for (const std::string& name : namesOf(*option)) {
+      const char* const equals = name.compare(0, 2, "--") == 0 && takesValue(*option) ? "=" : "";
+      std::printf(" \\\n        '%s%s[%s]", name.c_str(), equals, escapeZsh(option->get_description()).c_str());
+      if (takesValue(*option)) {
+        std::printf(":%s:%s", escapeZsh(type).c_str(), zshAction(valuesOf(type), wordsIn(type)).c_str());
       }
+      std::printf("'");
     }
-    std::printf(" \\\n        '*:file:_files' ;;\n");
-  } else {
-    std::printf("      _values command");
-    for (const CLI::App* one : inner) {
-      std::printf(" \\\n        '%s[%s]'", one->get_name().c_str(), escapeZsh(one->get_description()).c_str());
-    }
-    std::printf(" ;;\n");
   }
+  if (!inner.empty()) {
+    std::printf(" \\\n        '1:command:((");
+    for (const CLI::App* one : inner) {
+      std::printf("%s%s\\:\"%s\"", one == inner.front() ? "" : " ", one->get_name().c_str(),
+                  escapeZsh(one->get_description()).c_str());
+    }
+    std::printf("))'");
+  } else if (const Values values = positionalValuesOf(app); values != Values::other) {
+    std::printf(" \\\n        '*:file:%s'", zshAction(values, "").c_str());
+  }
+  std::puts(" ;;");
   for (const CLI::App* one : inner) printZshCase(*one);
 }
 
@@ -236,9 +307,9 @@ void printZsh(const CLI::App& app) {
       "#compdef brumbler\n"
       "_brumbler() {\n"
       "  local command=\n"
-      "  ((CURRENT > 2)) && command=$words[2]\n"
+      "  ((CURRENT > 2)) && command=$words[2] && shift words && ((CURRENT--))\n"
       "  case $command in\n"
-      "    %s) ((CURRENT > 3)) && command+=\" $words[3]\" ;;\n"
+      "    %s) ((CURRENT > 2)) && command+=\" $words[2]\" && shift words && ((CURRENT--)) ;;\n"
       "  esac\n"
       "  case $command in\n",
       parentPattern(app).c_str());
@@ -250,9 +321,11 @@ void printZsh(const CLI::App& app) {
 
 void addManualCommands(CLI::App& app) {
   CLI::App* const manual = app.add_subcommand("man", "Print the manual page")->group("");
+  manual->footer("Example: brumbler man | man -l -");
   manual->callback([&app] { printManual(app); });
   CLI::App* const completion = app.add_subcommand("completion", "Print a shell's completion")->group("");
   completion->require_subcommand(1);
+  completion->footer("Example: source <(brumbler completion bash)");
   completion->add_subcommand("bash", "For bash")->callback([&app] { printBash(app); });
   completion->add_subcommand("zsh", "For zsh")->callback([&app] { printZsh(app); });
 }

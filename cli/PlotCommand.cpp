@@ -285,6 +285,7 @@ void addPlotCommand(CLI::App& app) {
 
   CLI::App& spectrum = commands.add("spectrum", "Harmonics of a tone and its total harmonic distortion", drawSpectrum);
   spectrum.add_option("FILE", commands.options().files, "A recorded tone, in the place of the effect's answer to one")
+      ->type_name("")
       ->expected(0, 1);
   commands.addKnobs(spectrum, false, false);
   commands.addFrequency(spectrum);
@@ -297,6 +298,7 @@ void addPlotCommand(CLI::App& app) {
 
   CLI::App& wave = commands.add("wave", "The first channels of sounds, over each other", drawWave);
   wave.add_option("FILES", commands.options().files, "The sounds, one to six")
+      ->type_name("")
       ->required()
       ->expected(1, static_cast<int>(kMostCurves));
   commands.addText(wave, "--from", "SECONDS", "Where the picture begins (default 0)", from);

@@ -70,10 +70,7 @@ class Batch {
     const std::size_t done = files_.size() - failed_;
     std::printf("%zu of %zu files in %s: %.2f s in %.2f s, %.0f times real time", done, files_.size(),
                 directory_.c_str(), seconds_, secondsTaken, seconds_ / std::max(secondsTaken, 1e-6));
-    if (clipped_ > 0) {
-      std::printf(", %lld samples clipped: lower --volume or add --normalize -1", static_cast<long long>(clipped_));
-    }
-    std::puts("");
+    std::puts(clippingText(clipped_, settings_).c_str());
     if (failed_ > 0) throw Failure(std::to_string(failed_) + " of " + std::to_string(files_.size()) + " files failed");
   }
 

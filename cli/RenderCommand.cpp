@@ -99,11 +99,7 @@ void renderOne(const Options& options, const EffectModule& module) {
     std::fputs("silent", to);
   }
   if (options.settings.automaticTrim) std::fprintf(to, ", trim %.1f dB", result.trim);
-  if (result.clipped > 0) {
-    std::fprintf(to, ", %lld samples clipped: lower --volume or add --normalize -1",
-                 static_cast<long long>(result.clipped));
-  }
-  std::fputc('\n', to);
+  std::fprintf(to, "%s\n", clippingText(result.clipped, options.settings).c_str());
 }
 
 void runRender(Options& options) {
@@ -135,6 +131,7 @@ void addRenderCommand(CLI::App& app) {
   };
   RenderSettings& settings = options->settings;
   command->add_option("FILES", options->files, "IN OUT, or with --out-dir any number of files to read; - is a stream")
+      ->type_name("")
       ->required();
   addText("--volume", "VOLUME, 0 to 1", fraction("--volume", settings.effect.volume))->type_name("V");
   addText("--fuzz", "FUZZ, 0 to 1", fraction("--fuzz", settings.effect.fuzz))->type_name("F");
@@ -146,14 +143,14 @@ void addRenderCommand(CLI::App& app) {
       ->type_name("FILE.json");
   command->add_option("--automate", options->automation, "Move parameters and change programs over time")
       ->type_name("FILE.json");
-  addText("--trim", "How many dB the recording lies above a guitar's own level, -30 to 30, or auto",
+  addText("--trim", "How many dB the recording lies above a guitar's own level, -30 to 30; auto looks for its peak",
           [&settings](const std::string& text) {
             settings.automaticTrim = text == "auto";
             if (text != "auto") {
               settings.trim = parseNumber("--trim", text, -Renderer::kMostTrim, Renderer::kMostTrim, "dB, or auto");
             }
           })
-      ->type_name("DB");
+      ->type_name("DB|auto");
   addText("--normalize", "Bring the result's peak to this level, -120 to 0", [&settings](const std::string& text) {
     settings.normalize = parseNumber("--normalize", text, -120.0, 0.0, "dBFS");
   })->type_name("DBFS");
@@ -162,14 +159,14 @@ void addRenderCommand(CLI::App& app) {
       [&settings](const std::string& text) { settings.tail = parseNumber("--tail", text, 0.0, 3600.0, "seconds"); });
   tail->type_name("SECONDS");
   command->add_flag("--no-tail", options->noTail, "End where the recording ends")->excludes(tail);
-  addText("--rate", "auto (default): play at 44100 or 48000 Hz, whichever is nearer; native: at the file's own",
+  addText("--rate", "Play at 44100 or 48000 Hz, whichever is nearer (auto, the default), or at the file's own rate",
           [&settings](const std::string& text) {
             if (text != "auto" && text != "native") {
               throw Failure("--rate takes auto or native, not \"" + text + "\"", Failure::usage);
             }
             settings.nativeRate = text == "native";
           })
-      ->type_name("RATE");
+      ->type_name("auto|native");
   addText("--block", "Samples in each call of the effect, 1 to 65536 (default 512)",
           [&settings](const std::string& text) { settings.effect.block = parseWhole("--block", text, 1, 65536); })
       ->type_name("N");
@@ -179,9 +176,9 @@ void addRenderCommand(CLI::App& app) {
   addText("--raw", "What input without a header holds, like 48000:2:s16 (u8 s8 s16 s24 s32 f32 f64, little-endian)",
           [&settings](const std::string& text) { settings.raw = parseRaw(text); })
       ->type_name("HZ:CHANNELS:SAMPLES");
-  addText("--out-type", "Format of a stream to standard output: wav, au or raw", [&settings](const std::string& text) {
-    settings.streamContainer = parseContainer(text);
-  })->type_name("TYPE");
+  addText("--out-type", "Format of a stream to standard output (default: the input's, else WAV)",
+          [&settings](const std::string& text) { settings.streamContainer = parseContainer(text); })
+      ->type_name("wav|au|raw");
   command->add_option("--module", options->module, "The module brumbler.so to play through")->type_name("PATH");
   command->footer(
       "Examples:\n"

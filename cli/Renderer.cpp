@@ -61,6 +61,12 @@ void scale(std::vector<double>& samples, double gain) {
 
 }  // namespace
 
+std::string clippingText(std::int64_t samples, const RenderSettings& settings) {
+  if (samples == 0) return "";
+  return ", " + std::to_string(samples) + (samples == 1 ? " sample clipped: " : " samples clipped: ") +
+         (settings.normalize ? "give a lower --normalize" : "lower --volume or add --normalize -1");
+}
+
 int Renderer::effectRate(int rate, bool native) {
   if (!native) return std::abs(rate - 44100) <= std::abs(rate - 48000) ? 44100 : 48000;
   if (rate >= kSlowestRate) return rate;

@@ -40,6 +40,9 @@ struct RenderResult {
   double seconds() const noexcept { return static_cast<double>(frames) / rate; }
 };
 
+// Ends the line about a result: how many samples were clipped and how to avoid it; empty when none was.
+std::string clippingText(std::int64_t samples, const RenderSettings& settings);
+
 // Plays recordings through the effect. Streams: what it holds does not grow with the recording.
 // Any thread may render, several at once, too.
 class Renderer {

@@ -35,7 +35,7 @@ void runRiff(const Options& options) {
 void addRiffCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("riff", "Write an example to play with: a few bars of plucked strings");
   const auto options = std::make_shared<Options>();
-  command->add_option("OUT", options->out, "The file to write; its name says the format")->required();
+  command->add_option("OUT", options->out, "The file to write; its name says the format")->type_name("")->required();
   command->add_flag("--force", options->force, "Replace the file if it exists");
   command->footer("Example: brumbler riff riff.wav");
   command->callback([options] { runRiff(*options); });

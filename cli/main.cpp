@@ -49,7 +49,8 @@ std::string explainUnexpected(const CLI::App& app, const char* const* arguments)
   };
   for (; *arguments != nullptr; ++arguments) {
     const std::string name = std::string(*arguments).substr(0, std::string(*arguments).find('='));
-    const bool isOption = name.rfind("--", 0) == 0;
+    const bool isOption = name.size() > 1 && name[0] == '-';
+    if (name == "--") return "";
     if ((isOption || choosesCommand) && !isKnown(name)) return name + " is unknown; " + suggestName(name, known);
   }
   return "";
@@ -81,7 +82,16 @@ int run(int argc, char** argv) {
       message = explainUnexpected(app, argv + 1);
     } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
       const std::string what = error.what();
-      message = what.substr(0, what.find(':')) + " needs a value; see " + help;
+      const std::string name = what.substr(0, what.find(':'));
+      const std::string received = " required but received ";
+      const std::size_t between = what.find(received);
+      if (between == std::string::npos) {
+        message = name + " needs a value";
+      } else {
+        message = name + ":" + CLI::detail::to_lower(what.substr(name.size() + 1, between - name.size() - 1)) +
+                  ", not " + what.substr(between + received.size());
+      }
+      message += "; see " + help;
     }
     if (message.empty()) message = std::string(error.what()) + "; see " + help;
     return complain(message, Failure::usage);
