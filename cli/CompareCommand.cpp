@@ -166,8 +166,8 @@ void print(const Difference& d, const AudioFormat& format) {
     std::printf("delay       none%s (likeness %.4f)\n", delay->likeness < 0.0 ? ", B is upside down" : "",
                 std::fabs(delay->likeness));
   } else {
-    const int samples = std::abs(delay->samples);
-    std::printf("delay       B comes %d sample%s %s%s (likeness %.4f)\n", samples, samples == 1 ? "" : "s",
+    const int apart = std::abs(delay->samples);
+    std::printf("delay       B comes %d sample%s %s%s (likeness %.4f)\n", apart, apart == 1 ? "" : "s",
                 delay->samples > 0 ? "later" : "earlier", delay->likeness < 0.0 ? ", upside down" : "",
                 std::fabs(delay->likeness));
   }

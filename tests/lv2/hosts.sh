@@ -9,7 +9,7 @@ bundle=$1 command=$2
 plugin=urn:brumbler:fuzz
 
 missing=()
-for tool in lv2_validate sord_validate lv2ls lv2info lv2apply jackd jalv jack_metro jack_rec valgrind sox nm; do
+for tool in lv2_validate sord_validate lv2ls lv2info lv2apply lv2bench jackd jalv jack_metro jack_rec valgrind sox nm; do
   command -v "$tool" >/dev/null || missing+=("$tool")
 done
 [[ -x $command ]] || missing+=("$command")
@@ -56,6 +56,10 @@ for knobs in '5 5 0 .5 .5' '10 0 0 1 0' '3 10 -12.5 .3 1'; do
   [[ $(soxi -V1 -s applied.wav) == "$(soxi -V1 -s rendered.wav)" ]] || fail "the lengths differ"
   awk '/^Pk lev dB/ {exit !($4 == "-inf" || $4 < -150)}' difference || fail "knobs $knobs: $(<difference)"
 done
+
+echo '- lv2bench plays it faster than it sounds'
+lv2bench -n 480000 "$plugin" >bench 2>&1 || fail "lv2bench: $(<bench)"
+awk -v plugin="$plugin" '$2 == plugin && $1 > 0 && $1 < 10 {found = 1} END {exit !found}' bench || fail "lv2bench: $(<bench)"
 
 echo '- valgrind finds nothing under lv2apply'
 sox in.wav short.wav trim 0 0.2
