@@ -17,6 +17,9 @@ class AudioReader {
   // it is missing, unreadable or of no known format.
   AudioReader(const std::string& path, const std::optional<AudioFormat>& raw);
 
+  // For messages: the path, or "standard input".
+  const std::string& name() const noexcept { return name_; }
+
   const AudioFormat& format() const noexcept { return format_; }
 
   // Frames (one sample of each channel) in all, as the header tells; nothing when it does not, as in a stream.
@@ -37,7 +40,7 @@ class AudioReader {
     void operator()(SNDFILE* file) const noexcept { sf_close(file); }
   };
 
-  std::string name_;  // for messages
+  std::string name_;
   AudioFormat format_;
   std::optional<std::int64_t> frames_;
   bool rereadable_ = false;

@@ -10,7 +10,6 @@
 #include <mutex>
 #include <thread>
 
-#include "cli/AudioReader.h"
 #include "cli/Failure.h"
 #include "cli/Progress.h"
 
@@ -49,17 +48,19 @@ class Batch {
   Batch(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& files,
         const std::string& directory)
       : renderer_(module, settings), settings_(settings), files_(files), directory_(directory) {
-    for (const std::string& file : files) expect(file);
+    for (const std::string& file : files) renderer_.announce(file, progress_);
   }
 
   void work() {
     for (std::size_t i = next_++; i < files_.size(); i = next_++) {
+      const std::string out = target(files_[i], directory_);
       try {
-        const std::string out = target(files_[i], directory_);
         containerFor(out);
         take(renderer_.render(files_[i], out, progress_));
       } catch (const std::exception& error) {
-        report(error.what(), "");
+        const std::string reason = error.what();
+        const bool isNamed = reason.rfind(files_[i] + ":", 0) == 0 || reason.rfind(out + ":", 0) == 0;
+        report(reason, isNamed ? "" : files_[i] + ": ");
         ++failed_;
       }
     }
@@ -75,17 +76,6 @@ class Batch {
   }
 
  private:
-  // A file that cannot be read is reported when its turn comes.
-  void expect(const std::string& file) {
-    try {
-      const AudioReader reader(file, settings_.raw);
-      const double passes = settings_.normalize ? 2.0 : 1.0;
-      progress_.expect(passes * static_cast<double>(reader.frames().value_or(0)) / reader.format().rate);
-    } catch (const Failure&) {
-      return;
-    }
-  }
-
   void take(const RenderResult& result) {
     if (!result.note.empty()) report(result.note, "note: ");
     const std::lock_guard guard(mutex_);
@@ -93,10 +83,10 @@ class Batch {
     clipped_ += result.clipped;
   }
 
-  void report(const std::string& message, const char* kind) {
+  void report(const std::string& message, const std::string& before) {
     progress_.clear();
     const std::lock_guard guard(mutex_);
-    std::fprintf(stderr, "brumbler: %s%s\n", kind, message.c_str());
+    std::fprintf(stderr, "brumbler: %s%s\n", before.c_str(), message.c_str());
   }
 
   Renderer renderer_;

@@ -86,7 +86,9 @@ void renderOne(const Options& options, const EffectModule& module) {
   }
   const auto begin = std::chrono::steady_clock::now();
   Progress progress;
-  const RenderResult result = Renderer(module, options.settings).render(in, out, progress);
+  const Renderer renderer(module, options.settings);
+  renderer.announce(in, progress);
+  const RenderResult result = renderer.render(in, out, progress);
   progress.clear();
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
   if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s\n", result.note.c_str());

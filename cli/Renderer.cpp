@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <vector>
 
 #include "cli/AudioReader.h"
@@ -67,10 +68,12 @@ std::string clippingText(std::int64_t samples, const RenderSettings& settings) {
          (settings.normalize ? "give a lower --normalize" : "lower --volume or add --normalize -1");
 }
 
-int Renderer::effectRate(int rate, bool native) {
-  if (!native) return std::abs(rate - 44100) <= std::abs(rate - 48000) ? 44100 : 48000;
+// The rate at which the effect runs for a sound. Throws Failure when it cannot run at it.
+int Renderer::effectRate(const AudioReader& reader) const {
+  const int rate = reader.format().rate;
+  if (!settings_.nativeRate) return std::abs(rate - 44100) <= std::abs(rate - 48000) ? 44100 : 48000;
   if (rate >= kSlowestRate) return rate;
-  throw Failure("the effect cannot run at " + std::to_string(rate) + " Hz; leave --rate native away");
+  throw Failure(reader.name() + ": the effect cannot run at " + std::to_string(rate) + " Hz; leave --rate native away");
 }
 
 double Renderer::trimFor(const std::string& in) const {
@@ -103,6 +106,18 @@ AudioFormat Renderer::outputFormat(const AudioReader& reader, const std::string&
   }
   wanted.format = container | wanted.sampleFormat();
   return wanted;
+}
+
+void Renderer::announce(const std::string& in, Progress& progress) const {
+  std::error_code error;
+  if (!std::filesystem::is_regular_file(in, error)) return;  // a pipe cannot be opened twice
+  try {
+    const AudioReader reader(in, settings_.raw);
+    const double passes = settings_.normalize ? 2.0 : 1.0;
+    progress.expect(passes * static_cast<double>(reader.frames().value_or(0)) / reader.format().rate);
+  } catch (const Failure&) {
+    return;  // told when its turn comes
+  }
 }
 
 RenderResult Renderer::render(const std::string& in, const std::string& out, Progress& progress) const {
@@ -141,7 +156,7 @@ RenderResult Renderer::render(const std::string& in, const std::string& out, Pro
 void Renderer::run(AudioReader& reader, RenderSink& sink, double trim, Progress& progress) const {
   const int rate = reader.format().rate;
   const int channels = reader.format().channels;
-  const int inner = effectRate(rate, settings_.nativeRate);
+  const int inner = effectRate(reader);
   AutomationTrack track;
   if (settings_.automation) track = settings_.automation->trackFor(reader.frames(), rate, inner);
   EffectChannels effects(module_, settings_.effect, track, inner, channels);

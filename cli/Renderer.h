@@ -54,13 +54,14 @@ class Renderer {
 
   Renderer(const EffectModule& module, const RenderSettings& settings) : module_(module), settings_(settings) {}
 
+  // Tells the bar how much render() will add for `in`; nothing when that cannot be told.
+  void announce(const std::string& in, Progress& progress) const;
+
   // Renders `in` to `out`, either of which may be "-". Throws Failure, leaving no new file.
   RenderResult render(const std::string& in, const std::string& out, Progress& progress) const;
 
-  // The rate at which the effect runs for a sound at `rate` Hz. Throws Failure when it cannot run at it.
-  static int effectRate(int rate, bool native);
-
  private:
+  int effectRate(const AudioReader& reader) const;
   double trimFor(const std::string& in) const;
   AudioFormat outputFormat(const AudioReader& reader, const std::string& out) const;
   void run(AudioReader& reader, RenderSink& sink, double trim, Progress& progress) const;
