@@ -10,6 +10,7 @@
 
 #include "bench/allocatedBytes.h"
 #include "dsp/SignalPath.h"
+#include "dsp/laneCount.h"
 #include "effect/Brumbler.h"
 #include "effect/RecursiveMutex.h"
 #include "host/Opcodes.h"
@@ -207,6 +208,12 @@ void addBlocks(std::vector<Measurement>& all) {
   for (const int n : {1, 2, 4, 8, 16, 32, 64, 128, 512, 4096}) {
     const std::string group = "block " + std::to_string(n);
     all.push_back(walkingSubject(group, "effect", noise(0.3), n, std::make_shared<Instance>()));
+    all.push_back(walking(group, "two lanes", noise(0.3), n,
+                          [effect = std::make_shared<Instance>()](double* in, double* out, int length) {
+                            const int widest = std::exchange(laneCount, 2);
+                            effect->process(in, out, length);
+                            laneCount = widest;
+                          }));
     all.push_back(walkingSubject(group, "plain", noise(0.3), n, std::make_shared<LockedPlainChain>()));
     all.push_back(walkingSubject(group, "floor", noise(0.3), n, std::make_shared<Floor>()));
   }
@@ -262,8 +269,7 @@ void addInstances(std::vector<Measurement>& all) {
       for (int i = 0; i < count; ++i) effects->push_back(std::make_unique<Instance>(n));
       const auto in = std::make_shared<std::vector<double>>(noise(0.3, kCount * n));
       const auto out = std::make_shared<std::vector<double>>(in->size());
-      all.push_back({"instances " + std::to_string(n), count == 1 ? "one instance" : "64 instances", kCount,
-                     [=] {
+      all.push_back({"instances " + std::to_string(n), count == 1 ? "one instance" : "64 instances", kCount, [=] {
                        for (std::size_t i = 0; i < kCount; ++i) {
                          const std::size_t at = i * static_cast<std::size_t>(n);
                          (*effects)[i % effects->size()]->process(in->data() + at, out->data() + at, n);

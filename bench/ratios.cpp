@@ -48,6 +48,7 @@ void printRatios(const std::vector<Measurement>& all, int rounds, const std::str
       }
     };
     ratio("plain", "effect");
+    ratio("plain", "two lanes");
     ratio("effect", "floor");
     ratio("gliding", "resting");
     ratio("64 instances", "one instance");

@@ -37,13 +37,18 @@ void storeLanes(double* values, Lanes lanes) noexcept {
   std::memcpy(values, &lanes, count * sizeof(double));
 }
 
+// The lanes' bits.
+using Bits = long long __attribute__((vector_size(sizeof(Lanes))));
+constexpr long long kSignBit = static_cast<long long>(1ULL << 63);
+
+inline Lanes magnitudes(Lanes values) noexcept {
+  return reinterpret_cast<Lanes>(reinterpret_cast<Bits>(values) & ~kSignBit);
+}
+
 // Denormal values as zeros of the same sign.
 inline Lanes withoutDenormals(Lanes values) noexcept {
-  using Bits = long long __attribute__((vector_size(sizeof(Lanes))));
-  constexpr long long kSign = static_cast<long long>(1ULL << 63);
-  const Bits bits = reinterpret_cast<Bits>(values);
-  const Lanes magnitude = reinterpret_cast<Lanes>(bits & ~kSign);
-  return magnitude < bothLanes(DBL_MIN) ? reinterpret_cast<Lanes>(bits & kSign) : values;
+  const Lanes zeros = reinterpret_cast<Lanes>(reinterpret_cast<Bits>(values) & kSignBit);
+  return magnitudes(values) < bothLanes(DBL_MIN) ? zeros : values;
 }
 
 // One lane of each, named in the order of the arguments.

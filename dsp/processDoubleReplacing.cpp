@@ -39,21 +39,18 @@ template <typename Step>
   if (i < end) step.template operator()<1>(i);
 }
 
-// Whether what was summed up in both lanes is a number.
-bool isFinite(Lanes sum) noexcept { return std::isfinite(sum[0]) && std::isfinite(sum[1]); }
-
-// Takes the samples from `first` up to `end` in; false when one is too large to stay in a history, or no number.
-// Denormal ones go as zeros: nothing of them would reach the output, they vanish where the interpolated sample is added
-// to the centre of the curve, but as operands they cost some processors a hundred cycles each.
+// Takes the samples from `first` up to `end` in; false when one is too large to stay in a history, or no number (or
+// when all of them together are too large: no signal comes near that). Denormal ones go as zeros: nothing of them would
+// reach the output, they vanish where the interpolated sample is added to the centre of the curve, but as operands they
+// cost some processors a hundred cycles each.
 [[gnu::always_inline]] inline bool takeIn(const double* in, int first, int end, double* piece) noexcept {
-  constexpr double kOverflow = DBL_MAX / kLargestHistory;
   Lanes sum = {0.0, 0.0};
   forEachPair(first, end, [&]<int count>(int i) {
-    const Lanes samples = withoutDenormals(loadLanes<count>(in + i));
-    sum += samples * kOverflow;
-    storeLanes<count>(piece + (i - first), samples);
+    const Lanes samples = loadLanes<count>(in + i);
+    sum += magnitudes(samples);
+    storeLanes<count>(piece + (i - first), withoutDenormals(samples));
   });
-  return isFinite(sum);
+  return sum[0] + sum[1] <= kLargestHistory;  // false for not-a-numbers
 }
 
 // Where the switch value is 1 the effect signal, elsewhere the dry input, each times the fade's gain. An effect sample
@@ -75,15 +72,17 @@ struct Mixer {
       const Lanes gain = loadLanes<count>(gains + i);
       const Lanes volumes = volume.at(counter);
       const Lanes wet = ((gain * loadLanes<count>(effect + (i - first))) * volumes) * outputGain;
-      const Lanes nothing = wet - wet;  // 0, or not-a-number. NOLINT(misc-redundant-expression)
-      sum += nothing;
-      const Lanes finite = nothing == bothLanes(0.0) ? wet : bothLanes(0.0);
+      sum += wet;
       const Lanes through = gain * withoutDenormals(loadLanes<count>(dry + i));
       const Lanes source = {switchValues[i], switchValues[i + count - 1]};
-      storeLanes<count>(out + i, source == bothLanes(1.0) ? finite : through);
+      storeLanes<count>(out + i, source == bothLanes(1.0) ? wet : through);
       counter += 2.0;
     });
-    return isFinite(sum);
+    if (std::isfinite(sum[0] + sum[1])) return true;
+    for (int i = first; i < end; ++i) {
+      if (switchValues[i] == 1.0F && !std::isfinite(out[i])) out[i] = 0.0;
+    }
+    return false;
   }
 };
 
