@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <vector>
 
@@ -21,14 +22,14 @@ class PlainChain {
     rate_ = rate;
     toneK_ = std::tan(5026.54824574367 / rate);
     toneZ1_ = toneZ2_ = 0.0;
-    const bool is48000 = rate == 48000.0;
-    const double a48000[] = {4.7749840241, -9.149843144, 8.7941651284, -4.2391684132, 0.81984751763};
-    const double aOther[] = {4.7526378444, -9.0699840367, 8.6870494094, -4.1753030355, 0.80557726604};
-    const double b48000[] = {5.0112635698e-06, -2.158011079e-06, 4.5903222912e-06};
-    const double bOther[] = {6.0626054296e-06, -8.5218641012e-07, 6.0657532561e-06};
-    for (int i = 0; i < 5; ++i) a_[i] = (is48000 ? a48000 : aOther)[i];
-    for (int i = 0; i < 3; ++i) b_[i] = b_[5 - i] = (is48000 ? b48000 : bOther)[i];
-    for (auto& row : history_) std::fill(std::begin(row), std::end(row), 0.0);
+    constexpr double kA[2][5] = {{4.7526378444, -9.0699840367, 8.6870494094, -4.1753030355, 0.80557726604},
+                                 {4.7749840241, -9.149843144, 8.7941651284, -4.2391684132, 0.81984751763}};
+    constexpr double kB[2][3] = {{6.0626054296e-06, -8.5218641012e-07, 6.0657532561e-06},
+                                 {5.0112635698e-06, -2.158011079e-06, 4.5903222912e-06}};
+    const int row = rate == 48000.0 ? 1 : 0;
+    std::copy_n(kA[row], 5, a_);
+    for (int i = 0; i < 3; ++i) b_[i] = b_[5 - i] = kB[row][i];
+    std::fill_n(&history_[0][0], 12, 0.0);
     lastFuzz_ = -1.0F;
     lastVolume_ = 0.0;
     pre_ = {section(FT_PEQ, 110.0, 0.8, 0.05), section(FT_PEQ, 60.0, 1.0, 5.0), section(FT_PEQ, 8000.0, 1.4, 0.0)};
@@ -100,17 +101,9 @@ class PlainChain {
     double z = 0.0;
     for (int k = 0; k < 4; ++k) {
       double y = lowpass(history_[0], k == 0 ? u : 0.0);
-      if (y > thrPos_) {
-        y = thrPos_;
-      } else if (y < thrNeg_) {
-        y = thrNeg_;
-      }
+      y = y > thrPos_ ? thrPos_ : y < thrNeg_ ? thrNeg_ : y;
       double w = y * drive_;
-      if (w > 1.0) {
-        w = 1.0;
-      } else if (w < -1.0) {
-        w = -1.0;
-      }
+      w = w > 1.0 ? 1.0 : w < -1.0 ? -1.0 : w;
       const double p = curve_.center + w * curve_.center;
       const int j = static_cast<int>(p);
       const double right = j == 40000 ? curve_.guard : curve_.table[j + 1];

@@ -20,8 +20,7 @@ class Player {
     announce(announced);
     setUp(rate);
   }
-  Player(const Player&) = delete;
-  Player& operator=(const Player&) = delete;
+  Player(Player&&) = delete;
   ~Player() {
     if (record_ != nullptr) dispatch(EffectOpcode::close, 0, 0.0F);
   }
@@ -36,6 +35,7 @@ class Player {
     dispatch(EffectOpcode::setSampleRate, 0, announced);
   }
   void announce(int32 samples) { dispatch(EffectOpcode::setBlockSize, samples, 0.0F); }
+  void setProgram(int32 program) { dispatch(EffectOpcode::setProgram, program, 0.0F); }
   void set(int32 parameter, float value) { record_->setParameter(record_, parameter, value); }
 
   void play(const double* in, double* out, int32 length) {

@@ -1,16 +1,14 @@
 // SPDX-License-Identifier: MIT
-// The entry functions, and what the effect tells a host about its parameters and programs.
+// What the effect tells a host: parameters, programs, numbers as text; and speaker records.
 #include "effect/Brumbler.h"
 
 #include <doctest/doctest.h>
 
+#include <cmath>
 #include <cstring>
 #include <limits>
-#include <memory>
 #include <string>
-#include <tuple>
-
-#include "tests/FakeHost.h"
+#include <variant>
 
 namespace {
 
@@ -26,21 +24,14 @@ std::string programName(Brumbler& effect) {
   return written(24, [&](char* text) { effect.getProgramName(text); }).c_str();
 }
 
-}  // namespace
+using OfInt = void (AudioEffect::*)(int32, char*, int32);
+using OfFloat = void (AudioEffect::*)(float, char*, int32);
+constexpr OfInt kInt = &AudioEffect::int2string;
+constexpr OfFloat kFloat = &AudioEffect::float2string;
+constexpr OfFloat kDb = &AudioEffect::dB2string, kHz = &AudioEffect::Hz2string, kMs = &AudioEffect::ms2string;
+constexpr int32 kLowest = std::numeric_limits<int32>::min();
 
-TEST_CASE("the entry functions ask for the version and give an effect") {
-  for (const auto entry : {getinterface, QTypeIF}) {
-    FakeHost::reset();
-    const std::unique_ptr<Q_TypeIF> wrapper(entry(FakeHost::callback));
-    REQUIRE(wrapper != nullptr);
-    REQUIRE(FakeHost::calls.size() == 1);
-    const FakeHost::Call& call = FakeHost::calls[0];
-    CHECK(std::tie(call.effect, call.opcode, call.index, call.value, call.ptr, call.opt) ==
-          std::make_tuple(nullptr, 1, 0, 0, nullptr, 0.0F));
-    AEffect* const record = wrapper->aeffect;
-    CHECK(record->dispatcher(record, 1, 0, 0, nullptr, 0.0F) == 1);  // before its wrapper goes
-  }
-}
+}  // namespace
 
 TEST_CASE("names fill their buffers with zeros and write no further") {
   Brumbler effect(nullptr);
@@ -98,17 +89,71 @@ TEST_CASE("program names, and indices that no program has") {
   effect.setProgram(1);
   CHECK(programName(effect) == "Init 2");  // its neighbour
   effect.setProgram(15);
-  for (const int32 index : {-1, 16, std::numeric_limits<int32>::min(), std::numeric_limits<int32>::max()}) {
+  for (const int32 index : {-1, 16, kLowest, std::numeric_limits<int32>::max()}) {
     effect.setProgram(index);
     CHECK(effect.getProgram() == 15);
     CHECK(written(24, [&](char* text) { CHECK_FALSE(effect.getProgramNameIndexed(0, index, text)); })[0] == '#');
   }
 }
 
-TEST_CASE("null texts and records on any opcode are ignored") {
-  Brumbler effect(nullptr);
-  for (int32 opcode = 0; opcode < 90; ++opcode) {
-    for (const int32 index : {0, 20}) effect.dispatcher(opcode, index, 0, nullptr, 44100.0F);
+TEST_CASE("numbers as text, at 44100 Hz") {
+  const struct {
+    std::variant<OfInt, OfFloat> member;
+    std::variant<int32, float> value;
+    const char* text;
+    int32 maxLen = 8;
+    // clang-format off
+  } rows[] = {
+      {kInt, 0, "0"}, {kInt, 1005, "1005"}, {kInt, -100, "-100"}, {kInt, 99999999, "99999999"},
+      {kInt, 100000000, "Huge!"}, {kInt, 12345, "123", 3}, {kInt, 0, "", 0}, {kInt, -99999999, "-9999999"},
+      {kInt, -999999999, "-999999999", 12}, {kInt, -1000000000, "Huge!"}, {kInt, kLowest, "Hug", 3},
+      {kFloat, 0.0F, " 0.00"}, {kFloat, 0.004F, " 0.00"}, {kFloat, -0.004F, " 0.00"}, {kFloat, 0.05F, " 0.05"},
+      {kFloat, 0.333F, " 0.33"}, {kFloat, 9.999F, " 10.00"}, {kFloat, 12.345F, " 12.35"}, {kFloat, -2.5F, "-2.50"},
+      {kFloat, 100.0F, " 100.00"}, {kFloat, 1234.567F, " 1234.57"}, {kFloat, 12345.67F, " 12345.6"},
+      {kFloat, 123456.7F, " 123456."}, {kFloat, -123456.7F, "-123456."}, {kFloat, 1.0e6F, "Huge!"},
+      {kFloat, 1.0e8F, "Huge!"}, {kFloat, -1.0e7F, "Huge!"}, {kFloat, 12.345F, " 12.", 4}, {kFloat, 0.5F, " 0", 2},
+      {kFloat, 1.0e8F, "Hu", 2}, {kFloat, 0.5F, "", 0}, {kFloat, -INFINITY, "Huge!"}, {kFloat, NAN, " 0.00"},
+      {kDb, 1.0F, " 0.00"}, {kDb, 0.5F, "-6.02"}, {kDb, 2.0F, " 6.02"}, {kDb, 0.0F, "-Inf"}, {kDb, -1.0F, "-Inf"},
+      {kDb, INFINITY, "Huge!"}, {kHz, 441.0F, " 100.00"}, {kHz, 0.0F, " 0.00"}, {kHz, -4410.0F, "-10.00"},
+      {kHz, 1.0e-30F, "Huge!"}, {kHz, INFINITY, "Huge!"}, {kHz, NAN, " 0.00"}, {kMs, 441.0F, " 10.00"},
+      {kMs, -INFINITY, "Huge!"}, {kMs, NAN, " 0.00"},
+  };
+  // clang-format on
+  Brumbler texts(nullptr);
+  for (const auto& row : rows) {
+    CAPTURE(row.text);
+    const std::string text = written(static_cast<std::size_t>(row.maxLen) + 1, [&](char* buffer) {
+      if (const OfInt* const ofInt = std::get_if<OfInt>(&row.member)) {
+        (texts.*(*ofInt))(std::get<int32>(row.value), buffer, row.maxLen);
+      } else {
+        (texts.*std::get<OfFloat>(row.member))(std::get<float>(row.value), buffer, row.maxLen);
+      }
+    });
+    CHECK(text.c_str() == std::string(row.text));
+    CHECK(text.substr(static_cast<std::size_t>(row.maxLen)) == std::string(1, '\0') + "####");
   }
-  CHECK(programName(effect) == "Init 1");
+  CHECK(written(0, [&](char* buffer) { texts.float2string(1.0F, buffer, -1); }) == "####");
+  texts.AudioEffect::setSampleRate(0.0F);
+  CHECK(written(9, [&](char* buffer) { texts.ms2string(441.0F, buffer, 8); }).c_str() == std::string(" 0.00"));
+}
+
+TEST_CASE("speaker records are replaced, copied with the end of each name, and released") {
+  Brumbler effect(nullptr);
+  VstSpeakerArrangement *from = nullptr, *to = nullptr;
+  for (const int32 channels : {5, 0, 2}) {
+    REQUIRE(effect.allocateArrangement(&from, channels));
+    CHECK(from->numChannels == channels);
+  }
+  VstSpeakerArrangement* const kept = from;
+  CHECK_FALSE(effect.allocateArrangement(&from, -1));
+  CHECK(from == kept);
+  std::memset(from->speakers(), 'A', 2 * sizeof(VstSpeakerProperties));  // names without an end
+  for (int copy = 0; copy < 2; ++copy) REQUIRE(effect.matchArrangement(&to, from));
+  CHECK(std::string(to->speakers()[1].name) == std::string(63, 'A'));
+  CHECK_FALSE(effect.matchArrangement(&to, nullptr));
+  CHECK_FALSE(effect.copySpeaker(nullptr, from->speakers()));
+  for (VstSpeakerArrangement** record : {&to, &from, &from}) {
+    CHECK(effect.deallocateArrangement(record));
+    CHECK(*record == nullptr);
+  }
 }

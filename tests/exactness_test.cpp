@@ -4,25 +4,18 @@
 
 #include <bit>
 #include <cstdint>
-#include <memory>
 #include <random>
 #include <vector>
 
-#include "tests/FakeHost.h"
 #include "tests/PlainChain.h"
+#include "tests/Player.h"
 
 namespace {
 
 // A host's use of the effect, at random: blocks of any length, in place and not, parameters, programs, rates.
 class RandomSession {
  public:
-  explicit RandomSession(unsigned seed) : random_(seed) {
-    FakeHost::reset();
-    std::unique_ptr<Q_TypeIF> wrapper(getinterface(FakeHost::callback));
-    effect_ = wrapper->aeffect;
-    setRate(44100);
-  }
-  ~RandomSession() { dispatch(EffectOpcode::close, 0, 0.0F); }
+  explicit RandomSession(unsigned seed) : random_(seed) { plain_.setUp(rate_); }
 
   long samples() const { return samples_; }
   long differing() const { return differing_; }
@@ -32,8 +25,12 @@ class RandomSession {
       case 0: setParameter(0, pick(3) == 0 ? uniform() : static_cast<float>(pick(2))); break;
       case 1: setParameter(1, pick(4) == 0 ? static_cast<float>(pick(2)) : uniform()); break;
       case 2: setParameter(2, pick(4) == 0 ? static_cast<float>(pick(2)) : uniform()); break;
-      case 3: if (pick(4) == 0) setProgram(pick(16)); break;
-      case 4: if (pick(30) == 0) setRate(kRates[pick(6)]); break;
+      case 3:
+        if (pick(4) == 0) setProgram(pick(16));
+        break;
+      case 4:
+        if (pick(30) == 0) setRate(kRates[pick(6)]);
+        break;
       default: block(); break;
     }
   }
@@ -44,29 +41,25 @@ class RandomSession {
   int pick(int below) { return std::uniform_int_distribution<int>(0, below - 1)(random_); }
   float uniform() { return std::uniform_real_distribution<float>(0.0F, 1.0F)(random_); }
 
-  void dispatch(EffectOpcode opcode, intptr value, float opt) {
-    effect_->dispatcher(effect_, static_cast<int32>(opcode), 0, value, nullptr, opt);
-  }
-
   void setParameter(int index, float value) {
-    effect_->setParameter(effect_, index, value);
-    programs_[program_][index] = value;
-    plain_.onOff = programs_[program_][0];
-    plain_.volume = programs_[program_][1];
-    plain_.fuzz = programs_[program_][2];
+    player_.set(index, value);
+    Program& program = programs_[program_];
+    program.values[index] = value;
+    plain_.onOff = program.values[0];
+    plain_.volume = program.values[1];
+    plain_.fuzz = program.values[2];
   }
 
   void setProgram(int program) {
-    dispatch(EffectOpcode::setProgram, program, 0.0F);
+    player_.setProgram(program);
     program_ = program;
-    setParameter(0, programs_[program_][0]);
+    setParameter(0, programs_[program_].values[0]);
   }
 
   void setRate(int rate) {
-    if (rate == FakeHost::sampleRate && samples_ > 0) return;
-    FakeHost::sampleRate = rate;
-    dispatch(EffectOpcode::setSampleRate, 0, static_cast<float>(rate));
-    plain_.setUp(rate);
+    player_.setUp(rate);
+    if (rate != rate_) plain_.setUp(rate);
+    rate_ = rate;
   }
 
   // Noise, tones, steps, silence and extremes, at any level; amplitudes down to the smallest numbers there are.
@@ -97,9 +90,7 @@ class RandomSession {
     plain_.process(in.data(), expected.data(), n);
 
     std::vector<double> out = in;
-    double* source = pick(2) == 0 ? in.data() : out.data();
-    double* target = out.data();
-    effect_->processDoubleReplacing(effect_, &source, &target, n);
+    player_.play(pick(2) == 0 ? in.data() : out.data(), out.data(), n);
     for (std::size_t i = 0; i < in.size(); ++i) {
       if (std::bit_cast<std::uint64_t>(out[i]) != std::bit_cast<std::uint64_t>(expected[i])) ++differing_;
     }
@@ -107,12 +98,13 @@ class RandomSession {
   }
 
   std::mt19937 random_;
-  AEffect* effect_ = nullptr;
+  Player player_;
   PlainChain plain_;
-  float programs_[16][3] = {{1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F},
-                            {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F},
-                            {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}, {1, .5F, .5F}};
+  struct Program {
+    float values[3] = {1.0F, 0.5F, 0.5F};
+  } programs_[16];
   int program_ = 0;
+  int rate_ = 44100;
   double phase_ = 0.0;
   long samples_ = 0;
   long differing_ = 0;
