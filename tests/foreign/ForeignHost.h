@@ -48,8 +48,9 @@ inline std::vector<Question> questions;
 inline Word answer = 0;
 
 inline Word callback(void* effect, std::int32_t opcode, std::int32_t index, Word value, void* ptr, float opt) {
-  if (effect == nullptr) return 2400;  // the version, asked before there is an effect
-  questions.push_back({opcode, index, value, ptr, opt, effect});
+  const Question question{opcode, index, value, ptr, opt, effect};
+  if (question == Question{1}) return 2400;  // the version, asked before there is an effect
+  questions.push_back(question);
   return answer;
 }
 
@@ -59,8 +60,7 @@ struct Module {
     if (handle == nullptr) std::fprintf(stderr, "%s\n", dlerror());
     if (handle == nullptr) std::abort();
   }
-  Module(const Module&) = delete;
-  Module& operator=(const Module&) = delete;
+  Module(Module&&) = delete;
   ~Module() { dlclose(handle); }
   Entry entry(const char* name = "getinterface") const { return reinterpret_cast<Entry>(dlsym(handle, name)); }
 
@@ -74,11 +74,10 @@ struct Effect {
         wrapper(static_cast<void**>(entry(callback))),
         record(wrapper[1]),
         object(read<void*>(record, at(64, 96))) {}
-  Effect(const Effect&) = delete;
-  Effect& operator=(const Effect&) = delete;
+  Effect(Effect&&) = delete;
   ~Effect() {
-    callSlot<void>(wrapper, 1);
     if (object != nullptr) dispatch(1);
+    callSlot<void>(wrapper, 1);
   }
 
   template <typename Result, typename... Arguments>

@@ -53,11 +53,7 @@ int main(int /*argc*/, char** argv) {
   std::ifstream file(argv[2], std::ios::binary);
   if (!file) return 77;
   file.read(reinterpret_cast<char*>(reference.data()), bytes + 1);
-  if (file.gcount() != bytes) {
-    std::printf("the reference has another length: run the tests of the release build again\n");
-    return 1;
-  }
-
+  const bool sameLength = file.gcount() == bytes;  // or the release build's tests must run again
   double peak = 0, most = 0;
   std::size_t equal = 0;
   for (std::size_t i = 0; i < sound.size(); ++i) {
@@ -67,5 +63,5 @@ int main(int /*argc*/, char** argv) {
   }
   std::printf("%zu of %zu samples are the same double; the others differ by at most %.3g of the peak\n", equal,
               sound.size(), most / peak);
-  return peak > 0.01 && most <= 1e-12 * peak ? 0 : 1;
+  return sameLength && peak > 0.01 && most <= 1e-12 * peak ? 0 : 1;
 }
