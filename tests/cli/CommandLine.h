@@ -28,8 +28,7 @@ class CommandLine {
     char name[] = "/tmp/brumbler-test-XXXXXX";
     folder = mkdtemp(name);
   }
-  CommandLine(const CommandLine&) = delete;
-  CommandLine& operator=(const CommandLine&) = delete;
+  CommandLine(CommandLine&&) = delete;
   ~CommandLine() { fs::remove_all(folder); }
 
   // Runs `brumbler ARGUMENTS` as the shell reads them, `before` in front (like a pipe into it). Answers the exit
