@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: MIT
-#include <unistd.h>
 #include <CLI/CLI.hpp>
 
-#include <cerrno>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -15,7 +13,6 @@
 #include "cli/PendingFile.h"
 #include "cli/nearestName.h"
 #include "cli/parseNumber.h"
-#include "cli/systemError.h"
 
 namespace {
 
@@ -68,10 +65,7 @@ void runSave(const Options& options) {
     return;
   }
   PendingFile file(options.file, options.force);
-  if (write(file.descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-    throw Failure(options.file + ": cannot be written (" + systemError(errno) +
-                  "); make room, or choose another place");
-  }
+  file.write(text);
   file.commit();
 }
 

@@ -46,7 +46,7 @@ extern "C" void removeUnfinished(int signal) {
 
 void PendingFile::installSignalCleanup() {
   signal(SIGXFSZ, SIG_IGN);  // a file over the size limit is an error of the write, not the end of the process
-  for (const int stop : {SIGINT, SIGTERM, SIGHUP}) {
+  for (const int stop : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
     struct sigaction action = {};
     if (sigaction(stop, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) continue;  // nohup and the like
     action = {};
@@ -102,6 +102,17 @@ PendingFile::~PendingFile() {
     unlink(temporaryPath_.c_str());
   }
   releaseUnfinished(slot_);
+}
+
+void PendingFile::write(const std::string& text) {
+  for (std::size_t done = 0; done < text.size();) {
+    const ssize_t written = ::write(descriptor_, text.data() + done, text.size() - done);
+    if (written < 0 && errno == EINTR) continue;
+    if (written < 0) {
+      throw Failure(path_ + ": cannot be written (" + systemError(errno) + "); make room, or choose another place");
+    }
+    done += static_cast<std::size_t>(written);
+  }
 }
 
 void PendingFile::commit() {

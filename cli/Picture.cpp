@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/Picture.h"
 
+#include <fcntl.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -40,24 +41,41 @@ std::string field(const std::string& text) {
   return result + "\"";
 }
 
-// Runs gnuplot on `script`, its picture going to `descriptor`. Answers its wait status, or nothing when it is missing.
-std::optional<int> runGnuplot(const std::string& script, int descriptor) {
+// Reads until the other end is closed.
+std::string readAll(int descriptor) {
+  std::string all;
+  std::array<char, 65536> piece;
+  while (true) {
+    const ssize_t got = read(descriptor, piece.data(), piece.size());
+    if (got > 0) all.append(piece.data(), static_cast<std::size_t>(got));
+    if (got == 0 || (got < 0 && errno != EINTR)) return all;
+  }
+}
+
+// Runs gnuplot on `script`. Answers its wait status and its picture in `picture`, or nothing when it is missing. It
+// would not tell a full disk, so it writes into a pipe.
+std::optional<int> runGnuplot(const std::string& script, std::string& picture) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> input(std::tmpfile(), std::fclose);
   if (!input || std::fwrite(script.data(), 1, script.size(), input.get()) != script.size() ||
       std::fflush(input.get()) != 0) {
     throw Failure("a temporary file cannot be written (" + systemError(errno) + "); make room in /tmp");
   }
   std::rewind(input.get());
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) throw Failure("gnuplot cannot be run (" + systemError(errno) + ")");
   posix_spawn_file_actions_t actions;
   posix_spawn_file_actions_init(&actions);
   posix_spawn_file_actions_adddup2(&actions, fileno(input.get()), STDIN_FILENO);
-  posix_spawn_file_actions_adddup2(&actions, descriptor, STDOUT_FILENO);
+  posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", 1, 0);
   char name[] = "gnuplot";
   std::array<char*, 2> arguments = {name, nullptr};
   pid_t child = 0;
   const int error = posix_spawnp(&child, name, &actions, nullptr, arguments.data(), environ);
   posix_spawn_file_actions_destroy(&actions);
+  close(ends[1]);
+  if (error == 0) picture = readAll(ends[0]);
+  close(ends[0]);
   if (error != 0) return std::nullopt;
   int status = 0;
   while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
@@ -124,8 +142,10 @@ std::string Picture::table() const {
 
 void Picture::write(const std::string& path, bool replace) const {
   PendingFile file(path, replace);
-  const std::optional<int> status = runGnuplot(script(fs::path(path).extension() == ".svg"), file.descriptor());
+  std::string picture;
+  const std::optional<int> status = runGnuplot(script(fs::path(path).extension() == ".svg"), picture);
   if (status && WIFEXITED(*status) && WEXITSTATUS(*status) == 0) {
+    file.write(picture);
     file.commit();
     return;
   }
@@ -134,10 +154,7 @@ void Picture::write(const std::string& path, bool replace) const {
   }
   const std::string csv = fs::path(path).replace_extension(".csv").string();
   PendingFile data(csv, replace);
-  const std::string text = table();
-  if (::write(data.descriptor(), text.data(), text.size()) != static_cast<ssize_t>(text.size())) {
-    throw Failure(csv + ": cannot be written (" + systemError(errno) + "); make room, or choose another place");
-  }
+  data.write(table());
   data.commit();
   throw Failure(path + ": not drawn, as gnuplot is missing (Debian's gnuplot-nox); the data are in " + csv);
 }

@@ -8,7 +8,7 @@
 #include "effect/Brumbler.h"
 #include "tests/fuzz/FuzzInput.h"
 
-extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1:max_allocation_size_mb=64"; }
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1:max_allocation_size_mb=4"; }
 
 namespace {
 
