@@ -136,7 +136,8 @@ bool Brumbler::buildProcessing() {
   const bool complete = fuzzTaper != nullptr && adjustFilters != nullptr && revFilters != nullptr &&
                         fuzzPeak != nullptr && fuzzHighpass != nullptr && lowPeak != nullptr && dcBlock != nullptr &&
                         switchFader != nullptr;
-  return complete && growWorkBuffers(loadShared(blockSize));
+  if (complete) growWorkBuffers(loadShared(blockSize));  // no storage for so much: shorter blocks may still play
+  return complete;
 }
 
 // Tolerates whatever is missing.

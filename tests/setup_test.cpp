@@ -67,6 +67,9 @@ TEST_CASE("without storage a set-up, or a block longer than announced, leaves th
     CHECK(player.play(in) == in);
   }
   Player player(44100, 100);
+  const long before = storage::allocations;
+  player.setUp(48000);
+  const long all = storage::allocations - before;
   storage::limited(0, [&] { player.play(in.data(), out.data(), 300); });
   CHECK(out == in);
   player.play(in.data(), out.data(), 300);  // grows the buffers, once
@@ -74,6 +77,8 @@ TEST_CASE("without storage a set-up, or a block longer than announced, leaves th
   const long grown = storage::calls;
   for (const int32 length : {300, 1, 299, 300}) player.play(in.data(), out.data(), length);
   CHECK(storage::calls == grown);
+  storage::limited(all - 1, [&] { player.setUp(44100); });  // no room for the announced length alone
+  CHECK(player.play(in) != in);
 }
 
 TEST_CASE("the rate in use, announced again, changes nothing; else what the host answers counts") {
