@@ -8,7 +8,7 @@
 #include "effect/Brumbler.h"
 #include "tests/fuzz/FuzzInput.h"
 
-extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1:max_allocation_size_mb=4"; }
+extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1:max_allocation_size_mb=24"; }
 
 namespace {
 
@@ -41,7 +41,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const bool bothSpeak = record != nullptr && other != nullptr && record->numChannels > 0 && other->numChannels > 0;
     switch (in.below(5)) {
       case 0: {
-        const int32 channels = in.below(4) == 0 ? in.anyInt() : in.below<int32>(20);
+        const int32 channels = in.below(16) == 0 ? in.anyInt() : in.below<int32>(20);
         const bool made = effect.allocateArrangement(&record, channels);
         if (channels < 0) break;
         require(made == (record != nullptr), "a record is allocated or null");
