@@ -100,14 +100,6 @@ Check asksBool(const Question& wanted, Arguments... arguments) {
   return asks(fn<bool>(arguments...), wanted, nonZero);
 }
 
-// A null argument is refused before the host is asked.
-Check asksUnlessNull(std::int32_t opcode) {
-  return [=](Effect& effect, int slot) {
-    no(nullptr)(effect, slot);
-    asksBool({opcode, 0, 0, pointer}, pointer)(effect, slot);
-  };
-}
-
 // Sets and clears one flag of the record.
 Check flips(std::int32_t flag) {
   return [=](Effect& effect, int slot) {
@@ -194,12 +186,13 @@ const struct Row { int slot; Check check; } kRows[] = {
     {95, gives(fn<bool>(text), 1, "Brumbler")}, {96, gives(fn<int>(), 1000)}, {97, no<Word>(3, Word{4}, pointer, 0.5F)},
     {98, no<int>(pointer)}, {99, gives(fn<int>(), 2400)}, {100, gives(fn<int>(), 1)}, {101, no<int>(0, pointer)},
     {102, gives(fn<int>(0, pointer), -1)}, {103, no<int>(0, pointer)}, {104, no(0)}, {105, no(0, pointer)},
-    {106, asksBool({42})}, {107, asksBool({15, 30, 40}, 30, 40)}, {108, asksUnlessNull(45)}, {109, asksUnlessNull(46)},
-    {110, no<int>(text)}, {111, makes(kEmptyMono, 1)}, {112, gives(fn<bool>(&nowhere), 1)}, {113, no(nullptr, nullptr)},
-    {114, makes(kMono, kMono)}, {115, asksBool({26, 1, 5, pointer}, pointer, 5, true)},
-    {116, asksBool({27, 0, 5, pointer}, pointer, 5)}, {117, asksBool({25, 6, 5, pointer}, pointer, 5, 6)},
-    {118, asks(fn<int>(), {28}, nonZero)}, {119, asks(fn<int>(), {29}, nonZero)}, {120, no(pointer, 1, true)},
-    {121, no(pointer, 1)}, {122, no(pointer, 1)}, {123, no<int>()}, {124, no<int>()},
+    {106, asksBool({42})}, {107, asksBool({15, 30, 40}, 30, 40)}, {108, asksBool({45, 0, 0, pointer}, pointer)},
+    {109, asksBool({46, 0, 0, pointer}, pointer)}, {110, no<int>(text)}, {111, makes(kEmptyMono, 1)},
+    {112, gives(fn<bool>(&nowhere), 1)}, {113, no(nullptr, nullptr)}, {114, makes(kMono, kMono)},
+    {115, asksBool({26, 1, 5, pointer}, pointer, 5, true)}, {116, asksBool({27, 0, 5, pointer}, pointer, 5)},
+    {117, asksBool({25, 6, 5, pointer}, pointer, 5, 6)}, {118, asks(fn<int>(), {28}, nonZero)},
+    {119, asks(fn<int>(), {29}, nonZero)}, {120, no(pointer, 1, true)}, {121, no(pointer, 1)}, {122, no(pointer, 1)},
+    {123, no<int>()}, {124, no<int>()},
     // Deprecated.
     {125, asks(fn<void>(9), {6, 0, 9}, nothing)}, {126, asks(fn<int>(9), {10, 0, 9})}, {127, asks(fn<int>(), {11})},
     {128, asks(fn<int>(), {12})}, {129, gives(fn<int>(), 1)}, {130, no(9)}, {131, asksBool({14})},
@@ -209,7 +202,7 @@ const struct Row { int slot; Check check; } kRows[] = {
     {142, asks(fn<void*>(), {49})}, {143, asks(fn<void*>(), {31})},
     {144, asks(fn<void*>(pointer), {39, 0, 0, pointer})}, {145, asksBool({40, 0, 0, pointer}, pointer)},
     {146, gives(then(fn<void>(256, 8000.0F), 32, fn<float>()), 8000)}, {147, no(text)}, {148, no<void*>()},
-    {149, no(3, 4)}, {150, no<int>()}, {151, no()}, {152, asksUnlessNull(48)},
+    {149, no(3, 4)}, {150, no<int>()}, {151, no()}, {152, asksBool({48, 0, 0, pointer}, pointer)},
     // The host extension.
     {153, gives(fn<int>(), 1)}, {154, gives(fn<int>(), 1)}, {155, gives(fn<int>(5), 1)}, {156, gives(fn<int>(5), 1)},
     {157, no<int>(5)}, {158, no<int>(5)}, {159, gives(fn<int>(), -1)}, {160, no<void>(pointer)},
