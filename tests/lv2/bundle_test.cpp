@@ -122,6 +122,10 @@ TEST_CASE("trim leaves dry as it was, moves the level at which the effect works,
     CHECK(b[0] == doctest::Approx(10.0F * a[0]).epsilon(1e-5));
     CHECK((std::fabs(b[255] - 10.0F * a[255]) < 1e-5F) == (trim == 20.0F));
   }
+  Bundle steady;  // after the glide the new level holds
+  steady.control[kTrim] = 14.0F;
+  for (Bundle* each : {&hot, &steady}) each->play(Floats(96000));
+  CHECK(hot.play(noise(256, 0.5F))[9] == doctest::Approx(steady.play(noise(256, 0.5F))[9]).epsilon(1e-5));
 }
 
 TEST_CASE("activate forgets what was heard; no number in a port does lasting harm") {
