@@ -100,10 +100,11 @@ TEST_CASE("the rate in use, announced again, changes nothing; else what the host
 TEST_CASE("the audio thread takes no storage, gives none back, makes no system call, takes no lock but the effect's") {
   const Sound in = pluckedStrings(3000);
   Sound out(in.size());
-  Player player(48000, 3000);
+  Player player(48000, 64);
   std::mt19937 random(1);
   for (const int32 rate : {44100, 48000, 96000}) {
     player.setUp(rate);
+    player.announce(3000);
     const auto work = [&] {
       for (int block = 0; block < 800; ++block) {
         const int32 lengths[] = {1, 3000, 64, static_cast<int32>(random() % 3000), 0};
