@@ -25,7 +25,8 @@ class Trim {
     begin_ = end_;
   }
 
-  // From the host's samples to the effect's. What is no finite number becomes 0: it would stay in the filters for good.
+  // From the host's samples to the effect's. What is no finite number becomes 0, so that the dry signal has none
+  // either.
   void takeOff(const float* in, double* block, int samples) const noexcept {
     for (int i = 0; i < samples; ++i) {
       const bool finite = std::fabs(in[i]) <= std::numeric_limits<float>::max();

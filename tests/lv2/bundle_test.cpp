@@ -113,6 +113,7 @@ TEST_CASE("trim leaves dry as it was, moves the level at which the effect works,
     dry.play(Floats(256));
     dry.control[kTrim] = trim;
     CHECK(dry.play(in) == in);
+    CHECK(dry.play({NAN, -INFINITY, 0.5F}) == Floats{0.0F, 0.0F, 0.5F});
   }
   // From the old level to the new one within a block: a trim of 20 dB hears a signal ten times as high.
   Bundle plain, hot;
