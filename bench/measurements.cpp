@@ -126,11 +126,11 @@ struct Stages {
   void tone(double* in, double* out, int n, double volumeStep) {
     const VolumeGlide glide{0.3, volumeStep};
     const double k = 0.1145;
-    const ToneCoefficients<double> atRest(k, glide.start);
+    const auto atRest = ToneCoefficients<double>::forVolume(k, glide.start);
     ToneStage stage(z1, z2);
     stage.enter();
     for (int i = 0; i < n; ++i) {
-      stage.step(in[i], volumeStep == 0.0 ? atRest : ToneCoefficients<double>(k, glide.at<double>(i)));
+      stage.step(in[i], volumeStep == 0.0 ? atRest : ToneCoefficients<double>::forVolume(k, glide.at<double>(i)));
       out[i] = stage.output();
     }
     stage.leave();

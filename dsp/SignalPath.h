@@ -69,7 +69,7 @@ class SignalPath {
   // Runs the steps from `first` up to `end`, of blockLength + kDelay in all. `steps` holds for each the sample that
   // comes in (anything for the last kDelay) and is given the output for the sample kDelay before.
   void run(double* steps, int first, int end) noexcept {
-    const ToneCoefficients<double> atRest(toneK_, volume_.start);
+    const auto atRest = ToneCoefficients<double>::forVolume(toneK_, volume_.start);
     int n = first;
     const auto runEdge = [&](int until) {
       for (; n < until; ++n) {
@@ -89,9 +89,9 @@ class SignalPath {
       } else {
         for (; n + 1 < innerEnd; n += 2) {
           const double sample = n - kTone;
-          const ToneCoefficients<Lanes> both(toneK_, volume_.at(Lanes{sample, sample + 1.0}));
-          steps[n - first] = step(clip, steps[n - first], {both, 0});
-          steps[n + 1 - first] = step(clip, steps[n + 1 - first], {both, 1});
+          const auto both = ToneCoefficients<Lanes>::forVolume(toneK_, volume_.at(Lanes{sample, sample + 1.0}));
+          steps[n - first] = step(clip, steps[n - first], both.lane(0));
+          steps[n + 1 - first] = step(clip, steps[n + 1 - first], both.lane(1));
         }
         for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], toneAt(n));
       }
@@ -118,7 +118,7 @@ class SignalPath {
   }
 
   ToneCoefficients<double> toneAt(int n) const noexcept {
-    return {toneK_, volume_.at<double>(std::clamp(n - kTone, 0, blockLength_ - 1))};
+    return ToneCoefficients<double>::forVolume(toneK_, volume_.at<double>(std::clamp(n - kTone, 0, blockLength_ - 1)));
   }
 
   // Each stage works on what the others made of their samples in the last step, `post` also on this step's. The parts
@@ -205,9 +205,10 @@ class SignalPath {
 constexpr int kLongBlock = 9;
 
 inline void runShortBlock(const SignalStages& stages, VolumeGlide volume, double* block, int length) noexcept {
-  ToneCoefficients<double> coefficients(stages.toneK, volume.start);
+  auto coefficients = ToneCoefficients<double>::forVolume(stages.toneK, volume.start);
   for (int i = 0; i < length; ++i) {
-    if (i > 0 && volume.step != 0.0) coefficients = {stages.toneK, volume.at<double>(i)};
+    if (i > 0 && volume.step != 0.0)
+      coefficients = ToneCoefficients<double>::forVolume(stages.toneK, volume.at<double>(i));
     block[i] = runSample(stages, coefficients, block[i]);
   }
 }

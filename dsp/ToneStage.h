@@ -9,21 +9,21 @@ template <typename T>
 struct ToneCoefficients {
   T f1, f2, b2, b0, inverse;
 
-  ToneCoefficients(double k, T volume) noexcept {
+  static ToneCoefficients forVolume(double k, T volume) noexcept {
     const double K2 = k * k;
     const T Kq = k / (0.35 * volume + 0.3);
     const T g = 0.8741074588 * volume * volume + 0.1258925412;
     const T den = 1.0 + K2 + g * Kq;
-    inverse = 1.0 / den;
-    f1 = ((K2 - 1.0) * 2.0) / den;
-    f2 = (1.0 + K2 - g * Kq) * inverse;
-    b2 = 1.0 + K2 - Kq;
-    b0 = 1.0 + K2 + Kq;
+    const T inverse = 1.0 / den;
+    const T f1 = ((K2 - 1.0) * 2.0) / den;
+    const T f2 = (1.0 + K2 - g * Kq) * inverse;
+    return {f1, f2, 1.0 + K2 - Kq, 1.0 + K2 + Kq, inverse};
   }
 
   // Those of one of two samples.
-  ToneCoefficients(const ToneCoefficients<Lanes>& both, int lane) noexcept
-      : f1(both.f1[lane]), f2(both.f2[lane]), b2(both.b2[lane]), b0(both.b0[lane]), inverse(both.inverse[lane]) {}
+  ToneCoefficients<double> lane(int index) const noexcept {
+    return {f1[index], f2[index], b2[index], b0[index], inverse[index]};
+  }
 };
 
 // The tone control that follows VOLUME: a peak at 1600 Hz, 18 dB high at VOLUME 0, flat at 1. The bilinear transform of
