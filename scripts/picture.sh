@@ -23,7 +23,8 @@ spectrum() {
     NF == 2 && $1 + 0 >= 20 && $2 ~ /^[0-9]/ {
       band = int(log($1 / 20) / log(2) * 24); power[band] += $2 * $2; if ($1 < below) blocks++; below = $1 }
     END { for (band = 0; band < 240; band++) if (power[band] > 0)
-      print 20 * 2 ^ ((band + 0.5) / 24), 10 * log(power[band] / (blocks + 1)) / log(10) }'
+      print 20 * 2 ^ ((band + 0.5) / 24), 10 * log(power[band] / (blocks + 1)) / log(10), ++points
+      if (!points) print "20 -100\n20000 -100" }'
 }
 
 for sound in dry fuzzed; do
@@ -31,6 +32,10 @@ for sound in dry fuzzed; do
   waveform "$file" >"$data/$sound.wave"
   spectrum "$file" >"$data/$sound.spectrum"
 done
+# One scale for both: time to the longer one's end, level to the higher one's peak.
+seconds=$(tail -qn 1 "$data"/*.wave | awk '$1 > most { most = $1 } END { print most }')
+peak=$(awk '{ for (i = 2; i <= 3; i++) if ($i < 0 ? -$i > most : $i > most) most = $i < 0 ? -$i : $i }
+  END { print (most > 0 ? 1.05 * most : 1) }' "$data"/*.wave)
 
 gnuplot <<END
 set terminal pngcairo size 1200,900 font "sans,11"
@@ -42,6 +47,8 @@ set key top right
 set lmargin 10
 set rmargin 3
 set size 1, 0.28
+set xrange [0:$seconds]
+set yrange [-$peak:$peak]
 set xlabel ""
 set ylabel "of full scale"
 set origin 0, 0.72
@@ -53,6 +60,7 @@ set origin 0, 0
 set size 1, 0.45
 set logscale x
 set xrange [20:20000]
+set yrange [*:*]
 set xtics (20, 50, 100, 200, 500, "1k" 1000, "2k" 2000, "5k" 5000, "10k" 10000, "20k" 20000)
 set xlabel "Hz"
 set ylabel "dB (relative)"
