@@ -65,20 +65,30 @@ sox in.wav short.wav trim 0 0.2
 valgrind -q --leak-check=full --errors-for-leak-kinds=definite --error-exitcode=9 \
   lv2apply -i short.wav -o applied.wav -c trim 12 "$plugin" >/dev/null || fail "valgrind"
 
-echo '- jalv plays, switches and loads a preset in a jackd'
+# A loaded machine can make jackd late all by itself, so a run with an xrun is repeated: one that the bundle causes comes
+# back, since the knobs move in the same way each time.
+echo '- jalv plays, switches and loads a preset in a jackd, and makes no xrun'
 export JACK_DEFAULT_SERVER=brumbler-$$ JACK_NO_START_SERVER=1
-jackd -r -n "$JACK_DEFAULT_SERVER" -d dummy -r 48000 -p 1024 >jackd.log 2>&1 &
-jack_wait -w -t 10 >/dev/null 2>&1
-jack_metro -b 240 >/dev/null 2>&1 &
-{
-  sleep 1
-  jack_connect metro:240_bpm brumbler:in
-  jack_rec -f played.wav -d 2 brumbler:out >/dev/null 2>&1 &
-  for _ in {1..8}; do echo 'set 2 0' && sleep 0.1 && echo 'set 2 1' && sleep 0.1; done
-  echo presets && sleep 0.3 && echo "preset $plugin#wall-of-fuzz" && sleep 0.3
-  echo controls
-  wait
-} | timeout 30 jalv -n brumbler "$plugin" >jalv.log 2>&1 || fail "jalv: $(<jalv.log)"
+play() {
+  jackd -r -n "$JACK_DEFAULT_SERVER" -d dummy -r 48000 -p 1024 >jackd.log 2>&1 &
+  local server=$!
+  jack_wait -w -t 10 >/dev/null 2>&1
+  jack_metro -b 240 >/dev/null 2>&1 &
+  local metro=$!
+  {
+    sleep 1
+    jack_connect metro:240_bpm brumbler:in
+    jack_rec -f played.wav -d 2 brumbler:out >/dev/null 2>&1 &
+    for _ in {1..8}; do echo 'set 2 0' && sleep 0.1 && echo 'set 2 1' && sleep 0.1; done
+    echo presets && sleep 0.3 && echo "preset $plugin#wall-of-fuzz" && sleep 0.3
+    echo controls
+    wait
+  } | timeout 30 jalv -n brumbler "$plugin" >jalv.log 2>&1 || fail "jalv: $(<jalv.log)"
+  kill "$metro" "$server"
+  wait "$server" || true
+  ! grep -qi xrun jackd.log
+}
+play || play || play || fail "xruns: $(<jackd.log)"
 grep -q 'volume = 6.000000' jalv.log || fail "the preset did not load: $(<jalv.log)"
 [[ $(sox played.wav -n stat 2>&1 | awk '/^Maximum amplitude/ {print ($3 > 0.001)}') == 1 ]] || fail "no sound came out"
 
