@@ -33,7 +33,7 @@ std::string findModule() {
 }
 
 std::string lastLoaderError() {
-  const char* const text = dlerror();
+  const char* const text = dlerror();  // of this thread. NOLINT(concurrency-mt-unsafe)
   return text != nullptr ? text : "the loader gives no reason";
 }
 

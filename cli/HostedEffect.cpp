@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/HostedEffect.h"
 
+#include <algorithm>
 #include <array>
 
 #include "host/VstRecords.h"
@@ -63,6 +64,7 @@ void HostedEffect::setProgramName(const std::string& name) {
 
 std::vector<std::string> HostedEffect::parameterNames() const {
   std::vector<std::string> names;
+  names.reserve(static_cast<std::size_t>(std::max(record_->numParams, 0)));
   for (int i = 0; i < record_->numParams; ++i) names.push_back(askText(EffectOpcode::getParameterName, i));
   return names;
 }
