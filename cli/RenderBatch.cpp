@@ -29,8 +29,9 @@ void checkList(const std::vector<std::string>& files, const std::string& directo
     const std::string to = target(file, directory);
     const auto [other, isNew] = byTarget.emplace(to, file);
     if (!isNew) {
-      throw Failure(file + " and " + other->second + ": both would become " + to + "; render them into two folders",
-                    Failure::usage);
+      std::string message = file;
+      message.append(" and ").append(other->second).append(": both would become ").append(to);
+      throw Failure(message.append("; render them into two folders"), Failure::usage);
     }
     if (fs::equivalent(file, to, error)) {
       throw Failure(file + ": --out-dir is the folder of the recording itself; choose another", Failure::usage);

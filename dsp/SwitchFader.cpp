@@ -55,6 +55,7 @@ bool SwitchFader::reserve(std::int32_t samples) noexcept {
 }
 
 void SwitchFader::run(std::int32_t samples, float onOff, double* gain) noexcept {
+  // A not-a-number stays, too: it would start a fade in every block.
   const bool stays = onOff == lastSwitch || (std::isnan(onOff) && std::isnan(lastSwitch));
   if (!stays) state = kFadingOut;
   lastSwitch = onOff;

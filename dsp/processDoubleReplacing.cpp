@@ -46,9 +46,9 @@ template <typename Step>
 [[gnu::always_inline]] inline bool takeIn(const double* in, int first, int end, double* piece) noexcept {
   Lanes sum = {0.0, 0.0};
   forEachPair(first, end, [&]<int count>(int i) {
-    const Lanes samples = loadLanes<count>(in + i);
+    const Lanes samples = withoutDenormals(loadLanes<count>(in + i));
     sum += magnitudes(samples);
-    storeLanes<count>(piece + (i - first), withoutDenormals(samples));
+    storeLanes<count>(piece + (i - first), samples);
   });
   return sum[0] + sum[1] <= kLargestHistory;  // false for not-a-numbers
 }
@@ -106,7 +106,7 @@ bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcep
     const int end = std::min(first + kPiece, length + kDelay);
     const int inputEnd = std::clamp(end, first, std::max(first, length));
     good &= takeIn(mixer.dry, first, inputEnd, piece);
-    std::fill(piece + (inputEnd - first), piece + (end - first), 0.0);
+    std::fill(piece + (inputEnd - first), piece + (end - first), 0.0);  // any number will do, but not a slow one
     path.run(piece, first, end);
     const int skipped = std::max(kDelay - first, 0);
     good &= mixer.run(piece + skipped, first + skipped - kDelay, end - kDelay);

@@ -10,7 +10,8 @@
 #include "dsp/IIRFilter.h"
 
 // The whole effect once more, plain and slow: one sample at a time through one section at a time, every number in the
-// order in which it is defined. What the product is held to, to the last bit, and measured against.
+// order in which it is defined, with the product's sections and curve table, which have tests of their own. What the
+// product is held to, to the last bit, and measured against.
 class PlainChain {
  public:
   float onOff = 1.0F;
