@@ -12,8 +12,6 @@ class Outline {
  public:
   void add(double sample);
 
-  bool isEmpty() const noexcept { return columns_.empty(); }
-
   // The sound's line or band over time, its first sample at `start` seconds.
   Picture::Series draw(const std::string& title, double start, int rate) const;
 

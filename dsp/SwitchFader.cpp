@@ -5,6 +5,8 @@
 #include <cmath>
 #include <new>
 
+#include "dsp/growBuffer.h"
+
 namespace {
 
 constexpr double kFadeSeconds = 0.016;
@@ -44,15 +46,7 @@ void SwitchFader::destroy(SwitchFader* fader) noexcept {
   delete fader;
 }
 
-bool SwitchFader::reserve(std::int32_t samples) noexcept {
-  if (samples <= bufLen) return true;
-  auto* const larger = new (std::nothrow) float[static_cast<std::size_t>(samples)];
-  if (larger == nullptr) return false;
-  delete[] switchBuf;
-  switchBuf = larger;
-  bufLen = samples;
-  return true;
-}
+bool SwitchFader::reserve(std::int32_t samples) noexcept { return growBuffer(switchBuf, bufLen, samples); }
 
 void SwitchFader::run(std::int32_t samples, float onOff, double* gain) noexcept {
   // A not-a-number stays, too: it would start a fade in every block.

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The audio path.
 #include <algorithm>
-#include <cfloat>
 #include <cmath>
 #include <cstring>
 #include <iterator>

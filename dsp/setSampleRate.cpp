@@ -11,6 +11,7 @@
 #include "dsp/IIRFilter.h"
 #include "dsp/SwitchFader.h"
 #include "dsp/Taper.h"
+#include "dsp/growBuffer.h"
 #include "effect/Brumbler.h"
 #include "host/SharedValue.h"
 
@@ -163,14 +164,8 @@ void Brumbler::setBlockSize(int32 newBlockSize) {
   if (isSetUp()) growWorkBuffers(newBlockSize);
 }
 
-// Makes the work buffers hold `samples`; they never shrink. False when storage ran out, and what was there stays.
+// Makes the work buffers hold `samples`: the switch buffer first, which holds at least as many as workBufLen says. They
+// never shrink. False when storage ran out, and what was there stays.
 bool Brumbler::growWorkBuffers(int32 samples) noexcept {
-  if (samples <= workBufLen) return true;
-  if (!switchFader->reserve(samples)) return false;
-  auto* const larger = new (std::nothrow) double[static_cast<std::size_t>(samples)];
-  if (larger == nullptr) return false;
-  delete[] gainBuffer;
-  gainBuffer = larger;
-  workBufLen = samples;
-  return true;
+  return switchFader->reserve(samples) && growBuffer(gainBuffer, workBufLen, samples);
 }
