@@ -17,8 +17,8 @@ int main(int argc, char** argv) {
   for (const Measurement& m : all) {
     benchmark::RegisterBenchmark((m.group + "/" + m.name).c_str(), [&m](benchmark::State& state) {
       for (auto _ : state) m.run();
-      state.counters["each"] = benchmark::Counter(
-          m.units, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+      state.counters["each"] =
+          benchmark::Counter(m.units, benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
     });
   }
   benchmark::Initialize(&argc, argv);

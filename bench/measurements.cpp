@@ -55,10 +55,11 @@ class Instance {
   AEffect* record_ = nullptr;
 };
 
-// The plain chain in the same frame: the effect's kind of lock and flush-to-zero around every block.
+// The plain chain in the same frame: the effect's kind of lock and flush-to-zero around every block. Called, as the
+// effect is: as part of the loop that times it, a block of one took 75 ns or 120, by where the code came to lie.
 struct LockedPlainChain {
   LockedPlainChain() { chain.setUp(44100.0); }
-  void process(double* in, double* out, int n) {
+  [[gnu::noinline]] void process(double* in, double* out, int n) {
     const std::lock_guard guard(lock);
     chain.process(in, out, n);
   }

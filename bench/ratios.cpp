@@ -55,8 +55,8 @@ void printRatios(const std::vector<Measurement>& all, int rounds, const std::str
     if (ns.count("fuzz moving") != 0) {
       std::printf("  a change of FUZZ %.2f us", (ns["fuzz moving"] - ns["fuzz resting"]) / 1000.0);
     }
-    const auto [fastest, slowest] = std::minmax_element(
-        ns.begin(), ns.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
+    const auto [fastest, slowest] =
+        std::minmax_element(ns.begin(), ns.end(), [](const auto& a, const auto& b) { return a.second < b.second; });
     if (group.starts_with("signal")) std::printf("  slowest/fastest %.3f", slowest->second / fastest->second);
     std::printf("\n");
     std::fflush(stdout);

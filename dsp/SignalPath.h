@@ -200,15 +200,5 @@ class SignalPath {
   return x;
 }
 
-// From this many samples up the extra steps of SignalPath pay (bench/README.md); shorter blocks go through
-// runShortBlock.
-constexpr int kLongBlock = 9;
-
-inline void runShortBlock(const SignalStages& stages, VolumeGlide volume, double* block, int length) noexcept {
-  auto coefficients = ToneCoefficients<double>::forVolume(stages.toneK, volume.start);
-  for (int i = 0; i < length; ++i) {
-    if (i > 0 && volume.step != 0.0)
-      coefficients = ToneCoefficients<double>::forVolume(stages.toneK, volume.at<double>(i));
-    block[i] = runSample(stages, coefficients, block[i]);
-  }
-}
+// From this many samples up the extra steps of SignalPath pay (bench/README.md); shorter blocks go through runSample.
+constexpr int kLongBlock = 8;
