@@ -3,14 +3,19 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <limits>
 #include <new>
 
 // Makes `buffer`, which holds `length` values, hold at least `wanted`; what it held is gone then. It never shrinks.
-// False when storage ran out, and what was there stays.
+// False when storage ran out or no array can be so large (where even the nothrow form of new throws), and what was
+// there stays.
 template <typename T>
 bool growBuffer(T*& buffer, std::int32_t& length, std::int32_t wanted) noexcept {
   if (wanted <= length) return true;
-  T* const larger = new (std::nothrow) T[static_cast<std::size_t>(wanted)];
+  const auto count = static_cast<std::size_t>(wanted);
+  constexpr std::size_t kMost = static_cast<std::size_t>(std::numeric_limits<std::ptrdiff_t>::max()) / sizeof(T);
+  if (count > kMost) return false;
+  T* const larger = new (std::nothrow) T[count];
   if (larger == nullptr) return false;
   delete[] buffer;
   buffer = larger;

@@ -2,6 +2,7 @@
 // Which rate a set-up takes; storage that runs out at any allocation of a whole life; blocks that take none.
 #include <doctest/doctest.h>
 
+#include <limits>
 #include <optional>
 #include <random>
 
@@ -79,6 +80,12 @@ TEST_CASE("without storage a set-up, or a block longer than announced, leaves th
   CHECK(storage::calls == grown);
   storage::limited(all - 1, [&] { player.setUp(44100); });  // no room for the announced length alone
   CHECK(player.play(in) != in);
+  for (const int32 length : {1 << 28, 1 << 29, std::numeric_limits<int32>::max()}) {  // nor in 32 bits for its size
+    storage::limited(0, [&] { player.announce(length); });
+    CHECK(player.play(in) != in);
+    storage::limited(all - 2, [&] { player.setUp(player.effect().getSampleRate() == 44100.0F ? 48000 : 44100); });
+    CHECK(player.play(in) != in);
+  }
 }
 
 TEST_CASE("the rate in use, announced again, changes nothing; else what the host answers counts") {
