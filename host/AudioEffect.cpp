@@ -61,13 +61,13 @@ intptr AudioEffect::dispatcher(int32 opcode, int32 index, intptr value, void* pt
     case Op::setSampleRate: setSampleRate(opt); return 0;
     case Op::setBlockSize: setBlockSize(static_cast<int32>(value)); return 0;
     case Op::setProcessing: value == 0 ? suspend() : resume(); return 0;
-    case Op::getEditorRectangle: return editor != nullptr && ptr != nullptr && editor->getRectangle(static_cast<void**>(ptr));
-    case Op::openEditor: return editor != nullptr && ptr != nullptr && editor->open(ptr);
+    case Op::getEditorRectangle: return editor != nullptr && editor->getRectangle(static_cast<void**>(ptr));
+    case Op::openEditor: return editor != nullptr && editor->open(ptr);
     case Op::closeEditor: if (editor != nullptr) editor->close(); return 0;
     case Op::idleEditor: if (editor != nullptr) editor->idle(); return 0;
     case Op::identify: return fourCharacterCode("NvEf");
-    case Op::getChunk: return ptr != nullptr ? getChunk(static_cast<void**>(ptr), index != 0) : 0;
-    case Op::setChunk: return ptr != nullptr ? setChunk(ptr, static_cast<int32>(value), index != 0) : 0;
+    case Op::getChunk: return getChunk(static_cast<void**>(ptr), index != 0);
+    case Op::setChunk: return setChunk(ptr, static_cast<int32>(value), index != 0);
     default: return 0;
   }
 }

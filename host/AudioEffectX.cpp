@@ -98,10 +98,10 @@ int32 AudioEffectX::beginLoadProgram(VstPatchChunkInfo* /*info*/) { return 0; }
 bool AudioEffectX::ioChanged() { return callHost(Host::ioChanged) != 0; }
 
 float AudioEffectX::updateSampleRate() {
+  storeShared(sampleRate, 44100.0F);
   const intptr answer = callHost(Host::getSampleRate);
-  const float rate = answer > 0 ? static_cast<float>(answer) : 44100.0F;
-  storeShared(sampleRate, rate);
-  return rate;
+  if (answer > 0) storeShared(sampleRate, static_cast<float>(answer));
+  return loadShared(sampleRate);
 }
 
 int32 AudioEffectX::updateBlockSize() {

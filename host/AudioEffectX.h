@@ -88,10 +88,11 @@ class AudioEffectX : public AudioEffect {
   virtual int32 getNextShellPlugin(char* name);
 
   // 111-114: speaker records. Whoever holds the pointer that allocateArrangement or matchArrangement stored owns the
-  // block and gives it back through deallocateArrangement. Null arguments answer false.
+  // block and gives it back through deallocateArrangement. Null arguments answer false;
+  // deallocateArrangement is always true.
   //
-  // allocateArrangement frees what `*arrangement` held and stores a zeroed record for `nbChannels` speakers. False when
-  // storage ran out (`*arrangement` is then null) or `nbChannels` is negative (`*arrangement` is then kept).
+  // allocateArrangement frees what `*arrangement` held and stores a zeroed record for `nbChannels` speakers. False, and
+  // `*arrangement` is null, when storage ran out or `nbChannels` is negative.
   virtual bool allocateArrangement(VstSpeakerArrangement** arrangement, int32 nbChannels);
   virtual bool deallocateArrangement(VstSpeakerArrangement** arrangement);
   virtual bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from);  // names are cut to 63 characters

@@ -10,7 +10,7 @@ namespace {
 
 void release(VstSpeakerArrangement* arrangement) noexcept { delete[] reinterpret_cast<char*>(arrangement); }
 
-// One zeroed block for `channels` speakers; null when storage ran out or no size_t holds its size.
+// One zeroed block for `channels` speakers; null when storage ran out, no size_t holds its size or it is negative.
 char* newBlock(int32 channels) noexcept {
   const auto count = static_cast<std::size_t>(channels);
   constexpr std::size_t kMost =
@@ -22,7 +22,7 @@ char* newBlock(int32 channels) noexcept {
 }  // namespace
 
 bool AudioEffectX::allocateArrangement(VstSpeakerArrangement** arrangement, int32 nbChannels) {
-  if (arrangement == nullptr || nbChannels < 0) return false;
+  if (arrangement == nullptr) return false;
   release(*arrangement);
   *arrangement = reinterpret_cast<VstSpeakerArrangement*>(newBlock(nbChannels));
   if (*arrangement == nullptr) return false;
@@ -31,7 +31,7 @@ bool AudioEffectX::allocateArrangement(VstSpeakerArrangement** arrangement, int3
 }
 
 bool AudioEffectX::deallocateArrangement(VstSpeakerArrangement** arrangement) {
-  if (arrangement == nullptr) return false;
+  if (arrangement == nullptr) return true;
   release(*arrangement);
   *arrangement = nullptr;
   return true;

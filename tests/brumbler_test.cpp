@@ -140,13 +140,13 @@ TEST_CASE("numbers as text, at 44100 Hz") {
 TEST_CASE("speaker records are replaced, copied with the end of each name, and released") {
   Brumbler effect(nullptr);
   VstSpeakerArrangement *from = nullptr, *to = nullptr;
-  for (const int32 channels : {5, 0, 2}) {
+  for (const int32 channels : {5, 0, 3}) {
     REQUIRE(effect.allocateArrangement(&from, channels));
     CHECK(from->numChannels == channels);
   }
-  VstSpeakerArrangement* const kept = from;
   CHECK_FALSE(effect.allocateArrangement(&from, -1));
-  CHECK(from == kept);
+  CHECK(from == nullptr);
+  REQUIRE(effect.allocateArrangement(&from, 2));
   std::memset(from->speakers(), 'A', 2 * sizeof(VstSpeakerProperties));  // names without an end
   for (int copy = 0; copy < 2; ++copy) REQUIRE(effect.matchArrangement(&to, from));
   CHECK(std::string(to->speakers()[1].name) == std::string(63, 'A'));
