@@ -55,4 +55,3 @@ inline Lanes withoutDenormals(Lanes values) noexcept {
 inline Lanes lowLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 2); }
 inline Lanes highLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 1, 3); }
 inline Lanes lowHighLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 3); }
-inline Lanes highLowLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 1, 2); }
