@@ -12,13 +12,23 @@ namespace {
 
 struct Ending {
   const char* text;
-  int container;
+  int format;  // the container, and the sample format where the ending names that, too
 };
 constexpr Ending kEndings[] = {
-    {"wav", SF_FORMAT_WAV},   {"flac", SF_FORMAT_FLAC}, {"aiff", SF_FORMAT_AIFF}, {"aif", SF_FORMAT_AIFF},
-    {"ogg", SF_FORMAT_OGG},   {"oga", SF_FORMAT_OGG},   {"opus", SF_FORMAT_OGG},  {"mp3", SF_FORMAT_MPEG},
-    {"au", SF_FORMAT_AU},     {"snd", SF_FORMAT_AU},    {"caf", SF_FORMAT_CAF},   {"w64", SF_FORMAT_W64},
-    {"rf64", SF_FORMAT_RF64}, {"raw", SF_FORMAT_RAW},
+    {"wav", SF_FORMAT_WAV},
+    {"flac", SF_FORMAT_FLAC},
+    {"aiff", SF_FORMAT_AIFF},
+    {"aif", SF_FORMAT_AIFF},
+    {"ogg", SF_FORMAT_OGG},
+    {"oga", SF_FORMAT_OGG},
+    {"opus", SF_FORMAT_OGG | SF_FORMAT_OPUS},
+    {"mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
+    {"au", SF_FORMAT_AU},
+    {"snd", SF_FORMAT_AU},
+    {"caf", SF_FORMAT_CAF},
+    {"w64", SF_FORMAT_W64},
+    {"rf64", SF_FORMAT_RF64},
+    {"raw", SF_FORMAT_RAW},
 };
 
 struct SampleFormat {
@@ -74,10 +84,7 @@ AudioFormat with(const AudioFormat& wanted, int container, int sampleFormat) {
 int containerFor(const std::string& path) {
   const std::string ending = lowerEnding(path);
   for (const Ending& known : kEndings) {
-    if (ending == known.text) {
-      const int sampleFormat = ending == "opus" ? SF_FORMAT_OPUS : ending == "mp3" ? SF_FORMAT_MPEG_LAYER_III : 0;
-      return known.container | sampleFormat;
-    }
+    if (ending == known.text) return known.format;
   }
   std::string list;
   for (const Ending& known : kEndings) list += std::string(list.empty() ? "." : ", .") + known.text;
