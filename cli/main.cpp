@@ -8,11 +8,10 @@
 #include <string>
 #include <vector>
 
-#include "cli/Commands.h"
-#include "cli/Failure.h"
-#include "cli/PendingFile.h"
-#include "cli/nearestName.h"
-#include "cli/systemError.h"
+#include "cli/commands/Commands.h"
+#include "cli/files/PendingFile.h"
+#include "cli/text/Failure.h"
+#include "cli/text/nearestName.h"
 
 namespace {
 

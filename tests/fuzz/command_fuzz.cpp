@@ -9,11 +9,11 @@
 #include <string>
 #include <vector>
 
-#include "cli/AudioReader.h"
-#include "cli/Automation.h"
-#include "cli/Bank.h"
-#include "cli/Failure.h"
-#include "cli/HostedEffect.h"
+#include "cli/audio/AudioReader.h"
+#include "cli/effect/Automation.h"
+#include "cli/effect/Bank.h"
+#include "cli/effect/HostedEffect.h"
+#include "cli/text/Failure.h"
 #include "tests/fuzz/FuzzInput.h"
 
 namespace {

@@ -1,0 +1,142 @@
+// SPDX-License-Identifier: MIT
+#include "cli/audio/AudioFormat.h"
+
+#include <algorithm>
+#include <cctype>
+#include <filesystem>
+#include <iterator>
+
+#include "cli/text/Failure.h"
+
+namespace {
+
+struct Ending {
+  const char* text;
+  int format;  // the container, and the sample format where the ending names that, too
+};
+constexpr Ending kEndings[] = {
+    {"wav", SF_FORMAT_WAV},
+    {"flac", SF_FORMAT_FLAC},
+    {"aiff", SF_FORMAT_AIFF},
+    {"aif", SF_FORMAT_AIFF},
+    {"ogg", SF_FORMAT_OGG},
+    {"oga", SF_FORMAT_OGG},
+    {"opus", SF_FORMAT_OGG | SF_FORMAT_OPUS},
+    {"mp3", SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III},
+    {"au", SF_FORMAT_AU},
+    {"snd", SF_FORMAT_AU},
+    {"caf", SF_FORMAT_CAF},
+    {"w64", SF_FORMAT_W64},
+    {"rf64", SF_FORMAT_RF64},
+    {"raw", SF_FORMAT_RAW},
+};
+
+struct SampleFormat {
+  int format;
+  const char* name;
+};
+// Without loss, from the finest to the coarsest, then what only sounds alike. What cannot be kept becomes the last in
+// this list that is no coarser, else the first that can be had.
+constexpr SampleFormat kByFineness[] = {
+    {SF_FORMAT_DOUBLE, "64-bit float"}, {SF_FORMAT_PCM_32, "32-bit"},      {SF_FORMAT_ALAC_32, "32-bit ALAC"},
+    {SF_FORMAT_FLOAT, "32-bit float"},  {SF_FORMAT_PCM_24, "24-bit"},      {SF_FORMAT_ALAC_24, "24-bit ALAC"},
+    {SF_FORMAT_ALAC_20, "20-bit ALAC"}, {SF_FORMAT_PCM_16, "16-bit"},      {SF_FORMAT_ALAC_16, "16-bit ALAC"},
+    {SF_FORMAT_PCM_S8, "8-bit"},        {SF_FORMAT_PCM_U8, "8-bit"},       {SF_FORMAT_VORBIS, "Vorbis"},
+    {SF_FORMAT_OPUS, "Opus"},           {SF_FORMAT_MPEG_LAYER_III, "MP3"}, {SF_FORMAT_ULAW, "u-law"},
+    {SF_FORMAT_ALAW, "A-law"},
+};
+
+// Where the search for a container's sample format begins: a sound that was decoded has its decoder's precision.
+int precisionOf(int sampleFormat) {
+  switch (sampleFormat) {
+    case SF_FORMAT_VORBIS:
+    case SF_FORMAT_OPUS:
+    case SF_FORMAT_MPEG_LAYER_I:
+    case SF_FORMAT_MPEG_LAYER_II:
+    case SF_FORMAT_MPEG_LAYER_III: return SF_FORMAT_PCM_24;
+    case SF_FORMAT_PCM_S8: return SF_FORMAT_PCM_U8;  // the other kind of 8 bits comes before more of them
+    default: return integerBits(sampleFormat) != 0 || isLinear(sampleFormat) ? sampleFormat : SF_FORMAT_PCM_16;
+  }
+}
+
+bool canBeWritten(const AudioFormat& format) {
+  SF_INFO info = {};
+  info.samplerate = format.rate;
+  info.channels = format.channels;
+  info.format = format.format;
+  return sf_format_check(&info) != 0;
+}
+
+std::string lowerEnding(const std::string& path) {
+  std::string ending = std::filesystem::path(path).extension().string();
+  if (!ending.empty()) ending.erase(0, 1);
+  std::transform(ending.begin(), ending.end(), ending.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return ending;
+}
+
+AudioFormat with(const AudioFormat& wanted, int container, int sampleFormat) {
+  return {wanted.rate, wanted.channels, container | sampleFormat};
+}
+
+}  // namespace
+
+int containerFor(const std::string& path) {
+  const std::string ending = lowerEnding(path);
+  for (const Ending& known : kEndings) {
+    if (ending == known.text) return known.format;
+  }
+  std::string list;
+  for (const Ending& known : kEndings) list += std::string(list.empty() ? "." : ", .") + known.text;
+  throw Failure(path + ": the name must say the format by one of these endings: " + list, Failure::usage);
+}
+
+AudioFormat inContainer(const AudioFormat& wanted, int container, const std::string& path) {
+  if ((container & SF_FORMAT_SUBMASK) != 0) {  // the ending names the sample format, too
+    if (canBeWritten(with(wanted, container, 0))) return with(wanted, container, 0);
+  } else {
+    // MP3 in a WAV file is possible and nobody's wish.
+    const bool isOwn = wanted.sampleFormat() != SF_FORMAT_MPEG_LAYER_III;
+    if (isOwn && canBeWritten(with(wanted, container, wanted.sampleFormat()))) {
+      return with(wanted, container, wanted.sampleFormat());
+    }
+    const SampleFormat* const start = std::find_if(
+        std::begin(kByFineness), std::end(kByFineness),
+        [precision = precisionOf(wanted.sampleFormat())](const SampleFormat& one) { return one.format == precision; });
+    for (const auto* one = start; one >= std::begin(kByFineness); --one) {
+      if (canBeWritten(with(wanted, container, one->format))) return with(wanted, container, one->format);
+    }
+    for (const auto* one = start; one != std::end(kByFineness); ++one) {
+      if (canBeWritten(with(wanted, container, one->format))) return with(wanted, container, one->format);
+    }
+  }
+  throw Failure(path + ": this format cannot hold " + std::to_string(wanted.channels) + " channel(s) at " +
+                std::to_string(wanted.rate) + " Hz; choose another ending, like .wav");
+}
+
+std::string sampleFormatName(int format) {
+  for (const SampleFormat& one : kByFineness) {
+    if (one.format == (format & SF_FORMAT_SUBMASK)) return one.name;
+  }
+  return "compressed";
+}
+
+bool isLinear(int format) noexcept {
+  const int sampleFormat = format & SF_FORMAT_SUBMASK;
+  return sampleFormat >= SF_FORMAT_PCM_S8 && sampleFormat <= SF_FORMAT_DOUBLE;
+}
+
+int integerBits(int format) noexcept {
+  switch (format & SF_FORMAT_SUBMASK) {
+    case SF_FORMAT_PCM_S8:
+    case SF_FORMAT_PCM_U8: return 8;
+    case SF_FORMAT_PCM_16:
+    case SF_FORMAT_ALAC_16: return 16;
+    case SF_FORMAT_ALAC_20: return 20;
+    case SF_FORMAT_PCM_24:
+    case SF_FORMAT_ALAC_24: return 24;
+    case SF_FORMAT_PCM_32:
+    case SF_FORMAT_ALAC_32: return 32;
+    default: return 0;
+  }
+}

@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: MIT
+#include "cli/audio/AudioReader.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cmath>
+#include <cstdio>
+#include <sstream>
+
+#include "cli/text/Failure.h"
+
+namespace {
+
+// Programs that write a header before they know the length put something near the largest 32-bit number of bytes.
+constexpr std::int64_t kUnknownLengthBytes = 0x7FFFF000;
+constexpr std::int64_t kMostHeaderBytes = 24;  // of a chunk
+
+std::string seconds(std::int64_t frames, int rate) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.3f s", static_cast<double>(frames) / rate);
+  return text;
+}
+
+int openForReading(const std::string& path) {
+  if (path == "-") {
+    if (isatty(STDIN_FILENO) != 0) {
+      throw Failure("standard input is a terminal; pipe a sound into it, or name a file", Failure::usage);
+    }
+    return STDIN_FILENO;
+  }
+  const int descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (descriptor < 0) {
+    throw Failure(path + ": cannot be read (" + systemError(errno) + "); check the name and its permissions");
+  }
+  return descriptor;
+}
+
+std::int64_t bytesPerFrame(const AudioFormat& format) {
+  const int bits = integerBits(format.format);
+  const int bytes = bits != 0 ? (bits + 7) / 8 : format.sampleFormat() == SF_FORMAT_DOUBLE ? 8 : 4;
+  return std::int64_t{bytes} * format.channels;
+}
+
+// Bytes of sound that the header of an uncompressed file announces; 0 when it does not. The library takes what is left
+// of a file that was cut off for the whole, and tells the header's number in its log only.
+std::int64_t announcedBytes(SNDFILE* file) {
+  std::array<char, 4096> log{};
+  sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
+  std::istringstream lines(log.data());
+  for (std::string line; std::getline(lines, line);) {
+    std::array<char, 16> label{};
+    long long bytes = 0;
+    if (std::sscanf(line.c_str(), " %15[A-Za-z ]: %lld", label.data(), &bytes) != 2) continue;
+    const std::string name(label.data());
+    const bool isSound = name == "data " || name == "Data Size   " || name == "Data size " || name == "SSND ";
+    if (isSound) return bytes < kUnknownLengthBytes || name == "Data size " ? bytes : 0;
+  }
+  return 0;
+}
+
+}  // namespace
+
+AudioReader::AudioReader(const std::string& path, const std::optional<AudioFormat>& raw)
+    : name_(path == "-" ? "standard input" : path) {
+  const int descriptor = openForReading(path);
+  struct stat status = {};
+  fstat(descriptor, &status);
+  if (S_ISDIR(status.st_mode)) {
+    close(descriptor);
+    throw Failure(path + ": is a folder; name the recordings in it");
+  }
+  rereadable_ = path != "-" && S_ISREG(status.st_mode);
+
+  SF_INFO info = {};
+  if (raw) {
+    info.format = raw->format;
+    info.samplerate = raw->rate;
+    info.channels = raw->channels;
+  }
+  file_.reset(sf_open_fd(descriptor, SFM_READ, &info, path != "-" ? SF_TRUE : SF_FALSE));
+  if (file_ == nullptr) {
+    const bool empty = S_ISREG(status.st_mode) && status.st_size == 0;
+    throw Failure(name_ + ": is no sound that can be read (" + (empty ? "the file is empty" : sf_strerror(nullptr)) +
+                  "); give a WAV, FLAC, AIFF, Ogg or MP3 file" + (rereadable_ ? "" : ", or WAV or AU in a stream") +
+                  ", or say what it holds with --raw");
+  }
+  format_ = {info.samplerate, info.channels, info.format};
+  const bool known = info.frames >= 0 && info.frames < SF_COUNT_MAX / 2 &&
+                     (info.seekable != 0 || (!raw && info.frames < kUnknownLengthBytes / bytesPerFrame(format_)));
+  if (!known) return;
+  frames_ = info.frames;
+  if (raw || !isLinear(info.format)) return;
+  const std::int64_t announced = announcedBytes(file_.get());
+  // Some count a header in.
+  if (announced - kMostHeaderBytes > info.frames * bytesPerFrame(format_)) frames_ = announced / bytesPerFrame(format_);
+}
+
+int AudioReader::read(double* samples, int count) {
+  const auto got = static_cast<int>(sf_readf_double(file_.get(), samples, count));
+  const double* const end = samples + static_cast<std::ptrdiff_t>(got) * format_.channels;
+  const double* const bad =
+      std::find_if_not(static_cast<const double*>(samples), end, [](double x) { return std::isfinite(x); });
+  if (bad != end) {
+    throw Failure(name_ + ": holds a sample that is not a number at " +
+                  seconds(framesRead_ + (bad - samples) / format_.channels, format_.rate) +
+                  "; repair the file, or cut that part out");
+  }
+  framesRead_ += got;
+  if (got < count) {
+    // The length of an MP3 is an estimate.
+    const bool exact = format_.container() != SF_FORMAT_MPEG;
+    if (exact && frames_ && framesRead_ < *frames_) {
+      throw Failure(name_ + ": ends early, after " + seconds(framesRead_, format_.rate) + " of " +
+                    seconds(*frames_, format_.rate) + "; it is damaged or was cut off, fetch it again");
+    }
+    if (sf_error(file_.get()) != SF_ERR_NO_ERROR) {
+      throw Failure(name_ + ": is damaged after " + seconds(framesRead_, format_.rate) + " (" +
+                    sf_strerror(file_.get()) + "); fetch it again");
+    }
+  }
+  return got;
+}

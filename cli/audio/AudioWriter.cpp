@@ -1,0 +1,222 @@
+// SPDX-License-Identifier: MIT
+#include "cli/audio/AudioWriter.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cmath>
+
+#include "cli/audio/AudioReader.h"
+#include "cli/text/Failure.h"
+
+namespace {
+
+constexpr std::int64_t kMostBytes32 = 0xFFFFFFFF - 0x10000;  // of sound, in formats with 32-bit lengths
+constexpr std::uint32_t kUnknownLength = 0xFFFFFFFF;
+// What sox writes and takes for an unknown length without complaint. Other readers may stop there, so a sound that is
+// sure to be longer gets kUnknownLength.
+constexpr std::uint32_t kUnknownWavLength = 0x7FFFF000;
+
+int bytesPerSample(const AudioFormat& format) {
+  const int bits = integerBits(format.format);
+  if (bits != 0) return (bits + 7) / 8;
+  switch (format.sampleFormat()) {
+    case SF_FORMAT_FLOAT: return 4;
+    case SF_FORMAT_DOUBLE: return 8;
+    default: return 1;  // compressed
+  }
+}
+
+std::int64_t mostFrames32(const AudioFormat& format) {
+  return kMostBytes32 / (std::int64_t{bytesPerSample(format)} * format.channels);
+}
+
+// WAV changes to its 64-bit kind where the length asks for it, or is not known.
+AudioFormat forLength(AudioFormat format, std::optional<std::int64_t> frames) {
+  const bool isWav = format.container() == SF_FORMAT_WAV || format.container() == SF_FORMAT_WAVEX;
+  if (isWav && (!frames || *frames > mostFrames32(format))) format.format = SF_FORMAT_RF64 | format.sampleFormat();
+  return format;
+}
+
+class ByteString {
+ public:
+  explicit ByteString(bool bigEndian) : bigEndian_(bigEndian) {}
+  ByteString& text(const char* four) {
+    bytes_.insert(bytes_.end(), four, four + 4);
+    return *this;
+  }
+  ByteString& number(std::uint32_t value, int size) {
+    for (int i = 0; i < size; ++i) {
+      const int place = bigEndian_ ? size - 1 - i : i;
+      bytes_.push_back(static_cast<char>((value >> (8 * place)) & 0xFF));
+    }
+    return *this;
+  }
+  const std::vector<char>& bytes() const noexcept { return bytes_; }
+
+ private:
+  bool bigEndian_;
+  std::vector<char> bytes_;
+};
+
+}  // namespace
+
+// The library writes through these, so that every failed write is seen, whatever the codec makes of it. A stream cannot
+// seek: the library is told that it is where it wants to be.
+SF_VIRTUAL_IO AudioWriter::operations() noexcept {
+  SF_VIRTUAL_IO io = {};
+  io.get_filelen = [](void* user) -> sf_count_t {
+    const auto& writer = *static_cast<AudioWriter*>(user);
+    if (!writer.pending_) return writer.streamed_;
+    const off_t here = lseek(writer.descriptor_, 0, SEEK_CUR);
+    const off_t length = lseek(writer.descriptor_, 0, SEEK_END);
+    lseek(writer.descriptor_, here, SEEK_SET);
+    return length;
+  };
+  io.seek = [](sf_count_t offset, int whence, void* user) -> sf_count_t {
+    const auto& writer = *static_cast<AudioWriter*>(user);
+    return writer.pending_ ? lseek(writer.descriptor_, offset, whence) : writer.streamed_;
+  };
+  io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t {
+    const auto& writer = *static_cast<AudioWriter*>(user);
+    return writer.pending_ ? ::read(writer.descriptor_, data, static_cast<std::size_t>(count)) : 0;
+  };
+  io.write = [](const void* data, sf_count_t count, void* user) -> sf_count_t {
+    auto& writer = *static_cast<AudioWriter*>(user);
+    writer.writeBytes(data, static_cast<std::size_t>(count));
+    return writer.writeError_ == 0 ? count : 0;
+  };
+  io.tell = [](void* user) -> sf_count_t {
+    const auto& writer = *static_cast<AudioWriter*>(user);
+    return writer.pending_ ? lseek(writer.descriptor_, 0, SEEK_CUR) : writer.streamed_;
+  };
+  return io;
+}
+
+AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, bool replace,
+                         std::optional<std::int64_t> frames)
+    : name_(path == "-" ? "standard output" : path), format_(format) {
+  if (path == "-") {
+    if (isatty(STDOUT_FILENO) != 0) {
+      throw Failure("standard output is a terminal; pipe it into a player, or name a file", Failure::usage);
+    }
+    descriptor_ = STDOUT_FILENO;
+    const bool bigEndian = format.container() == SF_FORMAT_AU;
+    writeStreamHeader(frames.value_or(0));
+    openLibrary(SF_FORMAT_RAW | format.sampleFormat() | (bigEndian ? SF_ENDIAN_BIG : SF_ENDIAN_LITTLE));
+  } else {
+    format_ = forLength(format, frames);
+    checkLength(frames.value_or(0));
+    pending_.emplace(path, replace);
+    descriptor_ = pending_->descriptor();
+    openLibrary(format_.format);
+    if (!frames) sf_command(file_.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+  }
+}
+
+void AudioWriter::openLibrary(int format) {
+  SF_INFO info = {};
+  info.samplerate = format_.rate;
+  info.channels = format_.channels;
+  info.format = format;
+  SF_VIRTUAL_IO io = operations();
+  file_.reset(sf_open_virtual(&io, SFM_WRITE, &info, this));
+  if (file_ == nullptr) fail(sf_strerror(nullptr));
+  sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+}
+
+void AudioWriter::writeStreamHeader(std::int64_t frames) {
+  const int sampleBytes = bytesPerSample(format_);
+  const auto frameBytes = static_cast<std::uint32_t>(sampleBytes * format_.channels);
+  const auto rate = static_cast<std::uint32_t>(format_.rate);
+  const auto channels = static_cast<std::uint32_t>(format_.channels);
+  const bool isFloat = integerBits(format_.format) == 0;
+  if (format_.container() == SF_FORMAT_WAV) {
+    const std::uint32_t length = frames > kUnknownWavLength / frameBytes ? kUnknownLength : kUnknownWavLength;
+    ByteString header(false);
+    header.text("RIFF").number(length, 4).text("WAVE").text("fmt ").number(16, 4).number(isFloat ? 3 : 1, 2);
+    header.number(channels, 2).number(rate, 4).number(rate * frameBytes, 4).number(frameBytes, 2);
+    header.number(static_cast<std::uint32_t>(sampleBytes) * 8, 2).text("data").number(length, 4);
+    writeBytes(header.bytes().data(), header.bytes().size());
+  } else if (format_.container() == SF_FORMAT_AU) {
+    // Codes 2 to 5 are integers of 8 to 32 bits, 6 and 7 the floats.
+    const int code = isFloat ? (sampleBytes == 4 ? 6 : 7) : sampleBytes + 1;
+    ByteString header(true);
+    header.text(".snd").number(24, 4).number(kUnknownLength, 4).number(static_cast<std::uint32_t>(code), 4);
+    header.number(rate, 4).number(channels, 4);
+    writeBytes(header.bytes().data(), header.bytes().size());
+  }
+}
+
+void AudioWriter::writeBytes(const void* bytes, std::size_t count) {
+  const char* next = static_cast<const char*>(bytes);
+  while (count > 0 && writeError_ == 0) {
+    const ssize_t written = ::write(descriptor_, next, count);
+    if (written < 0) {
+      if (errno != EINTR) writeError_ = errno;
+      continue;
+    }
+    next += written;
+    count -= static_cast<std::size_t>(written);
+    streamed_ += written;
+  }
+}
+
+void AudioWriter::copyTexts(const AudioReader& source) {
+  for (int kind = SF_STR_FIRST; kind <= SF_STR_LAST; ++kind) {
+    if (kind == SF_STR_SOFTWARE) continue;
+    if (const char* const text = sf_get_string(source.handle(), kind)) sf_set_string(file_.get(), kind, text);
+  }
+}
+
+// The library would write a wrong length without a word.
+void AudioWriter::checkLength(std::int64_t frames) const {
+  const bool has32Bits = format_.container() == SF_FORMAT_AIFF || format_.container() == SF_FORMAT_AU;
+  if (has32Bits && frames > mostFrames32(format_)) {
+    throw Failure(name_ + ": this format ends at 4 GiB; choose .wav, .caf or .flac");
+  }
+}
+
+void AudioWriter::write(const double* samples, int count) {
+  framesWritten_ += count;
+  if (pending_) checkLength(framesWritten_);
+  const std::size_t size = static_cast<std::size_t>(count) * static_cast<std::size_t>(format_.channels);
+  const int bits = integerBits(format_.format);
+  sf_count_t written = 0;
+  if (bits != 0) {
+    const double scale = std::ldexp(1.0, bits - 1);
+    const int shift = 32 - bits;
+    integers_.resize(size);
+    for (std::size_t i = 0; i < size; ++i) {
+      const double exact = std::nearbyint(samples[i] * scale);
+      const double fitting = std::clamp(exact, -scale, scale - 1.0);
+      if (fitting != exact) ++clipped_;
+      integers_[i] = static_cast<int>(static_cast<std::uint32_t>(static_cast<std::int64_t>(fitting)) << shift);
+    }
+    written = sf_writef_int(file_.get(), integers_.data(), count);
+  } else {
+    if (format_.sampleFormat() != SF_FORMAT_FLOAT && format_.sampleFormat() != SF_FORMAT_DOUBLE) {
+      clipped_ += std::count_if(samples, samples + size, [](double x) { return std::fabs(x) > 1.0; });
+    }
+    written = sf_writef_double(file_.get(), samples, count);
+  }
+  if (writeError_ != 0) fail(systemError(writeError_));
+  if (written != count) fail(sf_strerror(file_.get()));
+}
+
+void AudioWriter::finish() {
+  const int result = sf_close(file_.release());
+  if (writeError_ != 0) fail(systemError(writeError_));
+  if (result != SF_ERR_NO_ERROR) fail(sf_error_number(result));
+  if (pending_) pending_->commit();
+}
+
+void AudioWriter::fail(const std::string& reason) const {
+  const std::string prefix = "Error : ";  // of some of the library's messages
+  const std::string bare = reason.rfind(prefix, 0) == 0 ? reason.substr(prefix.size()) : reason;
+  throw Failure(name_ + ": cannot be written (" + bare + "); " +
+                (writeError_ == ENOSPC || writeError_ == EDQUOT || writeError_ == EFBIG
+                     ? "make room, or write to another disk"
+                     : "choose another place or format"));
+}

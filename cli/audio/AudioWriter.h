@@ -1,0 +1,65 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <sndfile.h>
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/audio/AudioFormat.h"
+#include "cli/files/PendingFile.h"
+
+class AudioReader;
+
+// A sound file in the making, or a stream on standard output, fed with interleaved doubles; full scale is -1 to 1.
+//
+// Integer formats get each sample times 2^(bits-1), rounded to the nearest, so a sample that was read from a file of
+// the same format is written back as it was. Whatever does not fit is clipped and counted.
+class AudioWriter {
+ public:
+  // `path` "-" stands for standard output, where `format` must be WAV, AU or raw in a linear sample format. `frames` is
+  // the largest likely length, or nothing; it decides only whether a WAV file must be of the kind for more than 4 GiB
+  // (with nothing, finish() decides), and what a WAV stream puts where the length belongs. Throws Failure as
+  // PendingFile does, or when the library cannot write `format`.
+  AudioWriter(const std::string& path, const AudioFormat& format, bool replace, std::optional<std::int64_t> frames);
+
+  // Title, artist and the like, from another file; what the format cannot hold is left out. Before the first write.
+  void copyTexts(const AudioReader& source);
+
+  // `count` frames. Throws Failure when they cannot be written.
+  void write(const double* samples, int count);
+
+  // Completes the file and gives it its name. Throws Failure, leaving no file, when that fails. Without this call the
+  // file is removed.
+  void finish();
+
+  // Samples so far that did not fit the format.
+  std::int64_t clipped() const noexcept { return clipped_; }
+  const AudioFormat& format() const noexcept { return format_; }
+
+ private:
+  struct Close {
+    void operator()(SNDFILE* file) const noexcept { sf_close(file); }
+  };
+
+  static SF_VIRTUAL_IO operations() noexcept;
+  void openLibrary(int format);
+  void writeStreamHeader(std::int64_t frames);
+  void checkLength(std::int64_t frames) const;
+  void writeBytes(const void* bytes, std::size_t count);
+  [[noreturn]] void fail(const std::string& reason) const;
+
+  std::string name_;  // for messages
+  AudioFormat format_;
+  std::optional<PendingFile> pending_;  // none for a stream
+  int descriptor_;
+  std::int64_t streamed_ = 0;  // bytes, in a stream
+  std::int64_t framesWritten_ = 0;
+  int writeError_ = 0;  // errno of the first write that failed
+  std::int64_t clipped_ = 0;
+  std::vector<int> integers_;
+  std::unique_ptr<SNDFILE, Close> file_;
+};

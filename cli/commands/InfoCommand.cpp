@@ -1,0 +1,138 @@
+// SPDX-License-Identifier: MIT
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "cli/commands/Commands.h"
+#include "cli/effect/Bank.h"
+#include "cli/effect/HostedEffect.h"
+#include "host/VstRecords.h"
+
+namespace {
+
+using nlohmann::ordered_json;
+
+struct Options {
+  std::string module;
+  std::string bank;
+  bool json = false;
+};
+
+// The unique identity as its four bytes lie in memory.
+std::string identityText(int32 code) {
+  std::string text;
+  for (int i = 0; i < 4; ++i) {
+    const auto byte = static_cast<char>((static_cast<std::uint32_t>(code) >> (8 * i)) & 0xFF);
+    text += byte >= ' ' && byte <= '~' ? byte : '?';
+  }
+  return text;
+}
+
+std::string displayOf(const HostedEffect& effect, int parameter, float value) {
+  char text[256] = {};
+  effect.extension().getParameterDisplayOf(parameter, value, text);
+  const std::string display = text;
+  const std::size_t begin = display.find_first_not_of(' ');
+  return begin == std::string::npos ? "" : display.substr(begin);
+}
+
+ordered_json describeParameter(const HostedEffect& effect, int index) {
+  VstParameterProperties properties{};
+  const bool known = effect.ask(EffectOpcode::getParameterProperties, index, 0, &properties) != 0;
+  ordered_json parameter;
+  parameter["name"] = effect.askText(EffectOpcode::getParameterName, index);
+  parameter["label"] = effect.askText(EffectOpcode::getParameterLabel, index);
+  parameter["value"] = effect.parameter(index);
+  parameter["display"] = displayOf(effect, index, effect.parameter(index));
+  parameter["displayAt0"] = displayOf(effect, index, 0.0F);
+  parameter["displayAt1"] = displayOf(effect, index, 1.0F);
+  parameter["automatable"] = effect.ask(EffectOpcode::canParameterBeAutomated, index) != 0;
+  if (known) {
+    parameter["switch"] = (properties.flags & parameterIsSwitch) != 0;
+    if ((properties.flags & parameterUsesFloatStep) != 0) {
+      parameter["step"] = std::round(static_cast<double>(properties.stepFloat) * 1e6) / 1e6;
+    }
+  }
+  return parameter;
+}
+
+ordered_json describe(const EffectModule& module, HostedEffect& effect) {
+  const AEffect& record = effect.record();
+  Q_TypeBase& extension = effect.extension();
+  ordered_json info;
+  info["module"] = module.path();
+  info["effect"] = effect.askText(EffectOpcode::getEffectName);
+  info["product"] = effect.askText(EffectOpcode::getProductString);
+  info["vendor"] = effect.askText(EffectOpcode::getVendorString);
+  info["vendorVersion"] = effect.ask(EffectOpcode::getVendorVersion);
+  info["uniqueId"] = identityText(record.uniqueID);
+  info["category"] = effect.ask(EffectOpcode::getPlugCategory);
+  info["interfaceVersion"] = effect.ask(EffectOpcode::getVstVersion);
+  info["extensionVersion"] = extension.getHeaderVersion();
+  info["inputs"] = record.numInputs;
+  info["outputs"] = record.numOutputs;
+  info["inputJacks"] = extension.getNumOfInJacks();
+  info["outputJacks"] = extension.getNumOfOutJacks();
+  info["doublePrecision"] = (record.flags & flagCanDoubleReplacing) != 0;
+  info["programsAreChunks"] = (record.flags & flagProgramChunks) != 0;
+  info["editor"] = (record.flags & flagHasEditor) != 0;
+  info["latencySamples"] = record.initialDelay;
+  info["parameters"] = ordered_json::array();
+  for (int i = 0; i < record.numParams; ++i) info["parameters"].push_back(describeParameter(effect, i));
+  info["programs"] = ordered_json::parse(Bank(effect).text())["programs"];
+  return info;
+}
+
+std::string text(const ordered_json& value) { return value.get<std::string>(); }
+
+void print(const ordered_json& info) {
+  std::printf("%s (%s), vendor version %d, identity %s\n", text(info["effect"]).c_str(), text(info["product"]).c_str(),
+              info["vendorVersion"].get<int>(), text(info["uniqueId"]).c_str());
+  std::printf("module    %s\n", text(info["module"]).c_str());
+  std::printf("layout    %d in (%d jack), %d out (%d jack), %s, latency %d samples\n", info["inputs"].get<int>(),
+              info["inputJacks"].get<int>(), info["outputs"].get<int>(), info["outputJacks"].get<int>(),
+              info["doublePrecision"].get<bool>() ? "double precision" : "single precision",
+              info["latencySamples"].get<int>());
+  std::puts("\nparameter  value  shown     from      to        step");
+  for (const ordered_json& p : info["parameters"]) {
+    std::string step = p.value("switch", false) ? "switch" : "";
+    if (p.contains("step")) step = p["step"].dump();
+    const std::string shown = text(p["display"]) + (text(p["label"]).empty() ? "" : " " + text(p["label"]));
+    std::printf("%-9s  %5.2f  %-8s  %-8s  %-8s  %s\n", text(p["name"]).c_str(), p["value"].get<double>(), shown.c_str(),
+                text(p["displayAt0"]).c_str(), text(p["displayAt1"]).c_str(), step.c_str());
+  }
+  std::fputs("\nprogram  name                    ", stdout);
+  for (const ordered_json& p : info["parameters"]) std::printf("  %8s", text(p["name"]).c_str());
+  int number = 0;
+  for (const ordered_json& program : info["programs"]) {
+    std::printf("\n%7d  %-24s", ++number, text(program["name"]).c_str());
+    for (const ordered_json& p : info["parameters"]) std::printf("  %8g", program[text(p["name"])].get<double>());
+  }
+  std::puts("");
+}
+
+void runInfo(const Options& options) {
+  const EffectModule module(options.module);
+  HostedEffect effect(module, 44100, 512);
+  if (!options.bank.empty()) Bank(options.bank, effect).restore(effect);
+  const ordered_json info = describe(module, effect);
+  if (options.json) {
+    std::puts(info.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
+  } else {
+    print(info);
+  }
+}
+
+}  // namespace
+
+void addInfoCommand(CLI::App& app) {
+  CLI::App* const command = app.add_subcommand("info", "Show what the module answers about itself");
+  const auto options = std::make_shared<Options>();
+  command->add_flag("--json", options->json, "As JSON");
+  command->add_option("--bank", options->bank, "Load these programs first")->type_name("FILE.json");
+  command->add_option("--module", options->module, "The module brumbler.so to ask")->type_name("PATH");
+  command->footer("Example: brumbler info --json");
+  command->callback([options] { runInfo(*options); });
+}

@@ -1,0 +1,307 @@
+// SPDX-License-Identifier: MIT
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/audio/AudioReader.h"
+#include "cli/commands/Commands.h"
+#include "cli/effect/EffectModule.h"
+#include "cli/picture/Measurement.h"
+#include "cli/picture/Outline.h"
+#include "cli/picture/Picture.h"
+#include "cli/render/Renderer.h"
+#include "cli/text/Failure.h"
+#include "cli/text/numbers.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr std::size_t kMostCurves = 6;
+constexpr double kFloor = -100.0;  // dB below the fundamental, the bottom of the spectrum's picture
+
+struct Options {
+  std::string out, module;
+  bool force = false;
+  std::vector<std::string> files;
+  int rate = 44100;
+  int frequency = 220;
+  double level = -20.0;  // dBFS
+  std::vector<float> volumes = {0.5F};
+  std::vector<float> fuzzes = {0.5F};
+  double from = 0.0;  // seconds
+  std::optional<double> to;
+};
+
+std::string shortText(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.6g", value);
+  return text;
+}
+
+// Numbers from 0 to 1 with commas between.
+std::vector<float> parseValues(const std::string& option, const std::string& text, std::size_t most) {
+  std::vector<float> values;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find(',', begin), text.size());
+    values.push_back(static_cast<float>(parseNumber(option, text.substr(begin, end - begin), 0.0, 1.0)));
+    begin = end + 1;
+  }
+  if (values.size() > most) {
+    throw Failure(option + " takes at most " + std::to_string(most) + " value" + (most == 1 ? "" : "s") +
+                      " here, not " + std::to_string(values.size()),
+                  Failure::usage);
+  }
+  return values;
+}
+
+// Hands a range in seconds of a file's first channel to `take`, sample by sample, and answers the file's rate. Throws
+// Failure when the range is empty.
+int readRange(const std::string& path, double from, std::optional<double> to, const std::function<void(double)>& take) {
+  AudioReader reader(path, {});
+  const int rate = reader.format().rate;
+  const auto channels = static_cast<std::size_t>(reader.format().channels);
+  const auto first = static_cast<std::int64_t>(from * rate);
+  const std::int64_t end = to ? static_cast<std::int64_t>(std::ceil(*to * rate)) : INT64_MAX;
+  std::vector<double> block(4096 * channels);
+  std::int64_t frame = 0;
+  while (frame < end) {
+    const int count = reader.read(block.data(), 4096);
+    if (count == 0) break;
+    for (int i = 0; i < count; ++i, ++frame) {
+      if (frame >= first && frame < end) take(block[static_cast<std::size_t>(i) * channels]);
+    }
+  }
+  if (frame <= first) {
+    throw Failure(path + ": ends at " + shortText(static_cast<double>(frame) / rate) + " s, before --from " +
+                  shortText(from) + "; choose an earlier one");
+  }
+  return rate;
+}
+
+void checkFrequency(const Options& options, int rate) {
+  if (options.frequency * 2 >= rate) {
+    throw Failure("--frequency " + std::to_string(options.frequency) + ": must lie below half the rate of " +
+                      std::to_string(rate) + " Hz",
+                  Failure::usage);
+  }
+}
+
+Picture drawCurve(const Options& options) {
+  checkFrequency(options, options.rate);
+  const EffectModule module(options.module);
+  Picture picture;
+  picture.title = "Clipping: steady sine of " + std::to_string(options.frequency) + " Hz, VOLUME " +
+                  shortText(options.volumes.front()) + ", " + std::to_string(options.rate) + " Hz";
+  picture.across = "peak of the input, dBFS";
+  picture.up = "peak of the output, dBFS";
+  picture.range = "set xrange [-100:0]";
+  for (const float fuzz : options.fuzzes) {
+    picture.series.push_back({"FUZZ " + shortText(fuzz),
+                              measureLevels(module, {options.rate, options.volumes.front(), fuzz}, options.frequency)});
+  }
+  return picture;
+}
+
+Picture drawResponse(const Options& options) {
+  const EffectModule module(options.module);
+  Picture picture;
+  picture.title = "Small-signal response: one sample of " + shortText(decibels(kImpulse)) + " dBFS, FUZZ " +
+                  shortText(options.fuzzes.front()) + ", " + std::to_string(options.rate) + " Hz";
+  picture.across = "Hz";
+  picture.up = "gain, dB";
+  picture.logarithmic = true;
+  picture.range =
+      "set yrange [-60:*]\nset xrange [20:20000]\nset xtics (20, 50, 100, 200, 500, '1k' 1000, '2k' 2000, '5k' 5000, "
+      "'10k' 10000, '20k' "
+      "20000)";
+  for (const float volume : options.volumes) {
+    picture.series.push_back(
+        {"VOLUME " + shortText(volume), measureResponse(module, {options.rate, volume, options.fuzzes.front()})});
+  }
+  return picture;
+}
+
+Picture drawSpectrum(const Options& options) {
+  int rate = options.rate;
+  std::vector<double> samples;
+  Picture picture;
+  if (options.files.empty()) {
+    checkFrequency(options, rate);
+    const EffectModule module(options.module);
+    const TestSettings settings{rate, options.volumes.front(), options.fuzzes.front()};
+    samples = playTone(module, settings, options.frequency, amplitude(options.level));
+    picture.title = "Sine of " + shortText(options.level) + " dBFS at VOLUME " + shortText(settings.volume) +
+                    ", FUZZ " + shortText(settings.fuzz) + ", ";
+  } else {
+    const std::string& path = options.files.front();
+    rate = readRange(path, options.from, options.from + 1.0, [&samples](double x) { samples.push_back(x); });
+    checkFrequency(options, rate);
+    if (static_cast<int>(samples.size()) < rate) {
+      throw Failure(path + ": a spectrum needs one second from --from on; give a longer tone");
+    }
+    samples.resize(static_cast<std::size_t>(rate));
+    picture.title = fs::path(path).filename().string() + ", ";
+  }
+  const Harmonics tone = analyseTone(samples, options.frequency);
+  const double fundamental = tone.amplitudes.front();
+  if (fundamental < 1e-9) {
+    throw Failure("no tone of " + std::to_string(options.frequency) +
+                  " Hz came out; raise --level or VOLUME, or give the tone's own --frequency");
+  }
+  char result[96];
+  std::snprintf(result, sizeof result, "THD %.2f %% (%.1f dB), all else %.1f dB", 100.0 * tone.distortion,
+                decibels(std::max(tone.distortion, 1e-15)), decibels(std::max(tone.rest, 1e-15)));
+  picture.title += std::to_string(options.frequency) + " Hz: " + result;
+  picture.across = "Hz";
+  picture.up = "dB against the fundamental";
+  picture.bars = true;
+  picture.range = "bottom = -100\nset yrange [bottom:5]\nset xrange [0:" +
+                  std::to_string(std::min(rate / 2, 40 * options.frequency)) + "]";
+  Points points;
+  for (std::size_t k = 0; k < tone.amplitudes.size(); ++k) {
+    points.emplace_back(static_cast<double>(k + 1) * options.frequency,
+                        std::max(kFloor, decibels(std::max(tone.amplitudes[k], 1e-12) / fundamental)));
+  }
+  picture.series.push_back({"harmonics", points});
+  std::printf("%d Hz: fundamental %.1f dBFS, %s\n", options.frequency, decibels(fundamental), result);
+  return picture;
+}
+
+Picture drawWave(const Options& options) {
+  if (options.to && *options.to <= options.from) {
+    throw Failure("--to " + shortText(*options.to) + ": must come after --from " + shortText(options.from),
+                  Failure::usage);
+  }
+  Picture picture;
+  picture.title = "First channel";
+  picture.across = "seconds";
+  picture.up = "of full scale";
+  picture.range = "set autoscale xfix";
+  for (const std::string& path : options.files) {
+    Outline outline;
+    const int rate = readRange(path, options.from, options.to, [&outline](double x) { outline.add(x); });
+    picture.series.push_back(outline.draw(path, std::floor(options.from * rate) / rate, rate));
+  }
+  return picture;
+}
+
+class PlotCommands {
+ public:
+  explicit PlotCommands(CLI::App& plot) : plot_(plot) {}
+
+  CLI::App& add(const std::string& name, const std::string& help, Picture (*draw)(const Options&)) {
+    CLI::App* const command = plot_.add_subcommand(name, help);
+    options_ = std::make_shared<Options>();
+    command->add_option("-o,--output", options_->out, "The picture to draw; its name ends in .png or .svg")
+        ->type_name("FILE")
+        ->required();
+    command->add_flag("--force", options_->force, "Replace the file if it exists");
+    command->callback([options = options_, draw] {
+      Picture::checkName(options->out);
+      if (!options->force && fs::exists(options->out)) {
+        throw Failure(options->out + ": exists already; add --force to replace it, or choose another name");
+      }
+      draw(*options).write(options->out, options->force);
+    });
+    return *command;
+  }
+
+  // The knobs, each with one value or a list of them; a list names its default.
+  void addKnobs(CLI::App& command, bool manyVolumes, bool manyFuzzes) {
+    if (manyVolumes) options_->volumes = {0.1F, 0.25F, 0.5F, 0.75F, 1.0F};
+    if (manyFuzzes) options_->fuzzes = {0.0F, 0.25F, 0.5F, 0.75F, 1.0F};
+    addKnob(command, "--volume", manyVolumes, "VOLUME", "0.1,0.25,0.5,0.75,1", options_->volumes);
+    addKnob(command, "--fuzz", manyFuzzes, "FUZZ", "0,0.25,0.5,0.75,1", options_->fuzzes);
+    addText(command, "--rate", "HZ", "Rate at which the effect runs, 16001 to 768000 (default 44100)",
+            [](Options& o, const std::string& text) { o.rate = parseWhole("--rate", text, 16001, 768000); });
+    command.add_option("--module", options_->module, "The module brumbler.so to measure")->type_name("PATH");
+  }
+
+  void addFrequency(CLI::App& command) {
+    addText(command, "--frequency", "HZ", "Frequency of the tone, a whole number from 20 (default 220)",
+            [](Options& o, const std::string& text) { o.frequency = parseWhole("--frequency", text, 20, 384000); });
+  }
+
+  template <typename Take>
+  void addText(CLI::App& command, const std::string& name, const std::string& type, const std::string& help,
+               Take take) {
+    command
+        .add_option_function<std::string>(
+            name, [options = options_, take](const std::string& text) { take(*options, text); }, help)
+        ->type_name(type);
+  }
+
+  Options& options() noexcept { return *options_; }
+
+ private:
+  void addKnob(CLI::App& command, const std::string& name, bool many, const std::string& knob,
+               const std::string& defaults, std::vector<float>& values) {
+    const std::string help = many ? "Settings of " + knob + ", 0 to 1, with commas between (default " + defaults + ")"
+                                  : "Setting of " + knob + ", 0 to 1 (default 0.5)";
+    command
+        .add_option_function<std::string>(
+            name,
+            [options = options_, name, many, &values](const std::string& text) {
+              values = parseValues(name, text, many ? kMostCurves : 1);
+            },
+            help)
+        ->type_name(many ? "X,..." : "X");
+  }
+
+  CLI::App& plot_;
+  std::shared_ptr<Options> options_;  // of the command added last
+};
+
+}  // namespace
+
+void addPlotCommand(CLI::App& app) {
+  CLI::App* const plot = app.add_subcommand("plot", "Draw what the effect does, or two sounds over each other");
+  plot->require_subcommand(1);
+  plot->footer("Example: brumbler plot curve -o curve.png");
+  PlotCommands commands(*plot);
+  const auto seconds = [](const char* name, const std::string& text) {
+    return parseNumber(name, text, 0.0, 1e6, "seconds");
+  };
+  const auto from = [seconds](Options& o, const std::string& text) { o.from = seconds("--from", text); };
+
+  CLI::App& curve = commands.add("curve", "Level out over level in, of a steady tone, at several FUZZ", drawCurve);
+  commands.addKnobs(curve, false, true);
+  commands.addFrequency(curve);
+  curve.footer("Example: brumbler plot curve -o curve.png --fuzz 0,0.5,1 --frequency 110");
+
+  CLI::App& response =
+      commands.add("response", "Gain over frequency for the quietest sounds, at several VOLUME", drawResponse);
+  commands.addKnobs(response, true, false);
+  response.footer("Example: brumbler plot response -o response.svg --fuzz 0.2 --rate 48000");
+
+  CLI::App& spectrum = commands.add("spectrum", "Harmonics of a tone and its total harmonic distortion", drawSpectrum);
+  spectrum.add_option("FILE", commands.options().files, "A recorded tone, in the place of the effect's answer to one")
+      ->type_name("")
+      ->expected(0, 1);
+  commands.addKnobs(spectrum, false, false);
+  commands.addFrequency(spectrum);
+  commands.addText(
+      spectrum, "--level", "DBFS", "Level of the tone, -120 to 0 (default -20)",
+      [](Options& o, const std::string& text) { o.level = parseNumber("--level", text, -120.0, 0.0, "dBFS"); });
+  commands.addText(spectrum, "--from", "SECONDS", "Where in FILE the second that is looked at begins (default 0)",
+                   from);
+  spectrum.footer("Example: brumbler plot spectrum -o spectrum.png --fuzz 0.8 --frequency 110 --level -30");
+
+  CLI::App& wave = commands.add("wave", "The first channels of sounds, over each other", drawWave);
+  wave.add_option("FILES", commands.options().files, "The sounds, one to six")
+      ->type_name("")
+      ->required()
+      ->expected(1, static_cast<int>(kMostCurves));
+  commands.addText(wave, "--from", "SECONDS", "Where the picture begins (default 0)", from);
+  commands.addText(wave, "--to", "SECONDS", "Where it ends (default: with the sounds)",
+                   [seconds](Options& o, const std::string& text) { o.to = seconds("--to", text); });
+  wave.footer("Example: brumbler plot wave take.wav fuzzed.wav --from 1.2 --to 1.25 -o wave.png");
+}

@@ -1,0 +1,190 @@
+// SPDX-License-Identifier: MIT
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/commands/Commands.h"
+#include "cli/render/RenderBatch.h"
+#include "cli/render/Renderer.h"
+#include "cli/text/Failure.h"
+#include "cli/text/Progress.h"
+#include "cli/text/numbers.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+struct Options {
+  std::vector<std::string> files;
+  std::string outDirectory;
+  std::string module;
+  std::string automation;
+  std::string bank;
+  bool noTail = false;
+  RenderSettings settings;
+};
+
+// HZ:CHANNELS:SAMPLES, like 48000:2:s24.
+AudioFormat parseRaw(const std::string& text) {
+  struct Code {
+    const char* name;
+    int format;
+  };
+  constexpr Code kCodes[] = {{"u8", SF_FORMAT_PCM_U8},  {"s8", SF_FORMAT_PCM_S8},  {"s16", SF_FORMAT_PCM_16},
+                             {"s24", SF_FORMAT_PCM_24}, {"s32", SF_FORMAT_PCM_32}, {"f32", SF_FORMAT_FLOAT},
+                             {"f64", SF_FORMAT_DOUBLE}};
+  const std::size_t first = text.find(':');
+  const std::size_t second = first == std::string::npos ? first : text.find(':', first + 1);
+  if (second != std::string::npos) {
+    for (const Code& code : kCodes) {
+      if (text.substr(second + 1) != code.name) continue;
+      return {parseWhole("--raw: the rate", text.substr(0, first), 1, 10000000),
+              parseWhole("--raw: the channels", text.substr(first + 1, second - first - 1), 1, 1024),
+              SF_FORMAT_RAW | SF_ENDIAN_LITTLE | code.format};
+    }
+  }
+  throw Failure(
+      "--raw takes HZ:CHANNELS:SAMPLES with the samples u8, s8, s16, s24, s32, f32 or f64, like 48000:2:s16, "
+      "not \"" +
+          text + "\"",
+      Failure::usage);
+}
+
+int parseContainer(const std::string& text) {
+  if (text == "wav") return SF_FORMAT_WAV;
+  if (text == "au") return SF_FORMAT_AU;
+  if (text == "raw") return SF_FORMAT_RAW;
+  throw Failure("--out-type takes wav, au or raw, not \"" + text + "\"", Failure::usage);
+}
+
+void checkPaths(const Options& options) {
+  if (options.files.size() != 2) {
+    throw Failure("render takes IN and OUT, or any number of files with --out-dir DIR; see brumbler render --help",
+                  Failure::usage);
+  }
+  std::error_code error;
+  const std::string& in = options.files[0];
+  const std::string& out = options.files[1];
+  if (in != "-" && out != "-" && fs::equivalent(in, out, error)) {
+    throw Failure(out + ": is the recording itself; give the result another name", Failure::usage);
+  }
+}
+
+void renderOne(const Options& options, const EffectModule& module) {
+  checkPaths(options);
+  const std::string& in = options.files[0];
+  const std::string& out = options.files[1];
+  if (out != "-") containerFor(out);
+  if (out != "-" && !options.settings.replace && fs::exists(out) && !fs::is_directory(out) &&
+      fs::is_regular_file(out)) {
+    throw Failure(out + ": exists already; add --force to replace it, or choose another name");
+  }
+  const auto begin = std::chrono::steady_clock::now();
+  Progress progress;
+  const Renderer renderer(module, options.settings);
+  renderer.announce(in, progress);
+  const RenderResult result = renderer.render(in, out, progress);
+  progress.clear();
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
+  if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s\n", result.note.c_str());
+  std::FILE* const to = out == "-" ? stderr : stdout;
+  std::fprintf(to, "%s: %.2f s in %.2f s, %.0f times real time, ", out == "-" ? "standard output" : out.c_str(),
+               result.seconds(), taken.count(), result.seconds() / std::max(taken.count(), 1e-6));
+  if (result.peak > 0.0) {
+    std::fprintf(to, "peak %.1f dBFS", decibels(result.peak));
+  } else {
+    std::fputs("silent", to);
+  }
+  if (options.settings.automaticTrim) std::fprintf(to, ", trim %.1f dB", result.trim);
+  std::fprintf(to, "%s\n", clippingText(result.clipped, options.settings).c_str());
+}
+
+void runRender(Options& options) {
+  const EffectModule module(options.module);
+  RenderSettings& settings = options.settings;
+  if (options.noTail) settings.tail = 0.0;
+  if (!options.automation.empty() || !options.bank.empty()) {
+    const HostedEffect prototype(module, 44100, 1);
+    if (!options.automation.empty()) settings.automation.emplace(options.automation, prototype);
+    if (!options.bank.empty()) settings.effect.bank.emplace(options.bank, prototype);
+  }
+  if (options.outDirectory.empty()) {
+    renderOne(options, module);
+  } else {
+    renderBatch(module, settings, options.files, options.outDirectory);
+  }
+}
+
+}  // namespace
+
+void addRenderCommand(CLI::App& app) {
+  CLI::App* const command = app.add_subcommand("render", "Play recordings through the effect");
+  const auto options = std::make_shared<Options>();
+  const auto addText = [command](const std::string& name, const std::string& help, const auto& take) {
+    return command->add_option_function<std::string>(name, take, help);
+  };
+  const auto fraction = [](const char* name, std::optional<float>& value) {
+    return [name, &value](const std::string& text) { value = static_cast<float>(parseNumber(name, text, 0.0, 1.0)); };
+  };
+  RenderSettings& settings = options->settings;
+  command->add_option("FILES", options->files, "IN OUT, or with --out-dir any number of files to read; - is a stream")
+      ->type_name("")
+      ->required();
+  addText("--volume", "VOLUME, 0 to 1", fraction("--volume", settings.effect.volume))->type_name("V");
+  addText("--fuzz", "FUZZ, 0 to 1", fraction("--fuzz", settings.effect.fuzz))->type_name("F");
+  command->add_flag("--off", settings.effect.off, "Switch the effect off: the dry sound");
+  addText("--program", "Start in this program, 1 to 16", [&settings](const std::string& text) {
+    settings.effect.program = parseWhole("--program", text, 1, 999) - 1;
+  })->type_name("N");
+  command->add_option("--bank", options->bank, "Programs to load first, from a file of `brumbler bank save`")
+      ->type_name("FILE.json");
+  command->add_option("--automate", options->automation, "Move parameters and change programs over time")
+      ->type_name("FILE.json");
+  addText("--trim", "How many dB the recording lies above a guitar's own level, -30 to 30; auto looks for its peak",
+          [&settings](const std::string& text) {
+            settings.automaticTrim = text == "auto";
+            if (text != "auto") {
+              settings.trim = parseNumber("--trim", text, -Renderer::kMostTrim, Renderer::kMostTrim, "dB, or auto");
+            }
+          })
+      ->type_name("DB|auto");
+  addText("--normalize", "Bring the result's peak to this level, -120 to 0", [&settings](const std::string& text) {
+    settings.normalize = parseNumber("--normalize", text, -120.0, 0.0, "dBFS");
+  })->type_name("DBFS");
+  auto* const tail = addText(
+      "--tail", "Seconds to go on after the end (default: until it is silent, at most 2)",
+      [&settings](const std::string& text) { settings.tail = parseNumber("--tail", text, 0.0, 3600.0, "seconds"); });
+  tail->type_name("SECONDS");
+  command->add_flag("--no-tail", options->noTail, "End where the recording ends")->excludes(tail);
+  addText("--rate", "Play at 44100 or 48000 Hz, whichever is nearer (auto, the default), or at the file's own rate",
+          [&settings](const std::string& text) {
+            if (text != "auto" && text != "native") {
+              throw Failure("--rate takes auto or native, not \"" + text + "\"", Failure::usage);
+            }
+            settings.nativeRate = text == "native";
+          })
+      ->type_name("auto|native");
+  addText("--block", "Samples in each call of the effect, 1 to 65536 (default 512)",
+          [&settings](const std::string& text) { settings.effect.block = parseWhole("--block", text, 1, 65536); })
+      ->type_name("N");
+  command->add_option("--out-dir", options->outDirectory, "Render all FILES into this folder, side by side")
+      ->type_name("DIR");
+  command->add_flag("--force", settings.replace, "Replace files that exist");
+  addText("--raw", "What input without a header holds, like 48000:2:s16 (u8 s8 s16 s24 s32 f32 f64, little-endian)",
+          [&settings](const std::string& text) { settings.raw = parseRaw(text); })
+      ->type_name("HZ:CHANNELS:SAMPLES");
+  addText("--out-type", "Format of a stream to standard output (default: the input's, else WAV)",
+          [&settings](const std::string& text) { settings.streamContainer = parseContainer(text); })
+      ->type_name("wav|au|raw");
+  command->add_option("--module", options->module, "The module brumbler.so to play through")->type_name("PATH");
+  command->footer(
+      "Examples:\n"
+      "  brumbler render take1.wav take1-fuzz.wav --volume 0.6 --fuzz 0.9 --trim auto\n"
+      "  brumbler render takes/*.flac --out-dir fuzzed\n"
+      "  sox take1.wav -t wav - | brumbler render - - | play -");
+  command->callback([options] { runRender(*options); });
+}

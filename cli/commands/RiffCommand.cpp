@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: MIT
+#include <CLI/CLI.hpp>
+#include <cstdio>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/audio/AudioWriter.h"
+#include "cli/commands/Commands.h"
+#include "cli/riff/Riff.h"
+#include "cli/text/numbers.h"
+
+namespace {
+
+struct Options {
+  std::string out;
+  bool force = false;
+};
+
+void runRiff(const Options& options) {
+  const int container = options.out == "-" ? SF_FORMAT_WAV : containerFor(options.out);
+  const AudioFormat wanted{Riff::kRate, 1, container | SF_FORMAT_PCM_24};
+  const AudioFormat format = inContainer(wanted, container, options.out);
+  const std::vector<double> samples = Riff::play();
+  AudioWriter writer(options.out, format, options.force, static_cast<std::int64_t>(samples.size()));
+  writer.write(samples.data(), static_cast<int>(samples.size()));
+  writer.finish();
+  std::fprintf(options.out == "-" ? stderr : stdout, "%s: %.2f s, peak %.1f dBFS\n",
+               options.out == "-" ? "standard output" : options.out.c_str(),
+               static_cast<double>(samples.size()) / Riff::kRate, decibels(Riff::kPeak));
+}
+
+}  // namespace
+
+void addRiffCommand(CLI::App& app) {
+  CLI::App* const command = app.add_subcommand("riff", "Write an example to play with: a few bars of plucked strings");
+  const auto options = std::make_shared<Options>();
+  command->add_option("OUT", options->out, "The file to write; its name says the format")->type_name("")->required();
+  command->add_flag("--force", options->force, "Replace the file if it exists");
+  command->footer("Example: brumbler riff riff.wav");
+  command->callback([options] { runRiff(*options); });
+}

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/effect/AutomationTrack.h"
+#include "cli/files/JsonFile.h"
+
+class HostedEffect;
+
+// An automation file (docs/automation.schema.json), whose times wait for a sound's length and rate.
+class Automation {
+ public:
+  // `effect` tells which parameters and programs there are. Throws Failure naming line and key.
+  Automation(const std::string& path, const HostedEffect& effect);
+
+  // The track for a sound of `frames` (nothing: not known yet) at `rate` Hz, played through effects at `effectRate` Hz.
+  // Throws Failure naming line and key for a time outside the sound, one before its predecessor, and a time in per cent
+  // of a length that is not known.
+  AutomationTrack trackFor(std::optional<std::int64_t> frames, int rate, int effectRate) const;
+
+ private:
+  enum class Unit { samples, seconds, percent };
+  struct Time {
+    Unit unit;
+    double amount;
+    JsonFile::Path path;
+  };
+  struct Lane {
+    int parameter;
+    AutomationTrack::Kind kind;
+    std::vector<Time> times;
+    std::vector<float> values;
+  };
+
+  void readLane(const JsonFile::Path& path, int parameter, const HostedEffect& effect);
+  void readProgramChanges(int numPrograms);
+  Time readTime(const JsonFile::Path& path) const;
+
+  JsonFile file_;
+  std::vector<Lane> lanes_;
+  std::vector<Time> changeTimes_;
+  std::vector<int> programs_;
+};

@@ -1,0 +1,90 @@
+// SPDX-License-Identifier: MIT
+#include "cli/effect/Bank.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+#include <nlohmann/json.hpp>
+
+#include "cli/effect/HostedEffect.h"
+#include "cli/files/JsonFile.h"
+
+namespace {
+
+constexpr std::size_t kLongestName = 23;  // bytes, in the interface
+
+// The shortest decimal number that is read back as `value`, so that 0.8 stays 0.8 in the file.
+double shortest(float value) {
+  std::array<char, 64> text{};
+  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
+  double result = value;
+  std::from_chars(text.data(), end, result);
+  return result;
+}
+
+}  // namespace
+
+Bank::Bank(const std::string& path, const HostedEffect& effect) : parameterNames_(effect.parameterNames()) {
+  const JsonFile file(path);
+  const JsonFile::Path list("/programs");
+  file.expectObject(JsonFile::Path(), {"$schema", "programs"});
+  const auto& programs = file.at(JsonFile::Path(), "programs");
+  file.expectArray(list);
+  const auto most = static_cast<std::size_t>(effect.record().numPrograms);
+  if (programs.size() > most) {
+    file.fail(list / most, "is one program too many; a bank has " + std::to_string(most));
+  }
+  std::vector<std::string> keys = parameterNames_;
+  keys.emplace_back("name");
+  for (std::size_t i = 0; i < programs.size(); ++i) {
+    const JsonFile::Path path_i = list / i;
+    file.expectObject(path_i, keys);
+    Program& program = programs_.emplace_back();
+    if (programs[i].contains("name")) {
+      if (!programs[i]["name"].is_string()) file.fail(path_i / "name", "must be a text in quotes");
+      program.name = programs[i]["name"].get<std::string>();
+      if (program.name->size() > kLongestName) {
+        file.fail(path_i / "name", "is too long; the effect keeps " + std::to_string(kLongestName) + " characters");
+      }
+    }
+    for (std::size_t p = 0; p < parameterNames_.size(); ++p) {
+      if (!programs[i].contains(parameterNames_[p])) continue;
+      program.values[static_cast<int>(p)] = static_cast<float>(file.number(path_i / parameterNames_[p], 0.0, 1.0));
+    }
+  }
+}
+
+Bank::Bank(HostedEffect& effect) : parameterNames_(effect.parameterNames()) {
+  const auto selected = static_cast<int>(effect.ask(EffectOpcode::getProgram));
+  for (int i = 0; i < effect.record().numPrograms; ++i) {
+    Program& program = programs_.emplace_back();
+    effect.setProgram(i);
+    // The indexed name is the one that was stored; the plain one may show a number behind it.
+    program.name = effect.askText(EffectOpcode::getProgramNameIndexed, i, -1);
+    for (int p = 0; p < effect.record().numParams; ++p) program.values[p] = effect.parameter(p);
+  }
+  effect.setProgram(selected);
+}
+
+void Bank::restore(HostedEffect& effect) const {
+  for (std::size_t i = 0; i < programs_.size(); ++i) {
+    effect.setProgram(static_cast<int>(i));
+    for (const auto& [parameter, value] : programs_[i].values) effect.setParameter(parameter, value);
+    if (programs_[i].name) effect.setProgramName(*programs_[i].name);
+  }
+  effect.setProgram(0);
+}
+
+std::string Bank::text() const {
+  auto list = nlohmann::ordered_json::array();
+  for (const Program& program : programs_) {
+    nlohmann::ordered_json item;
+    item["name"] = program.name.value_or("");
+    for (const auto& [parameter, value] : program.values) {
+      item[parameterNames_[static_cast<std::size_t>(parameter)]] = shortest(value);
+    }
+    list.push_back(item);
+  }
+  const nlohmann::ordered_json root = {{"programs", list}};
+  return root.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
+}

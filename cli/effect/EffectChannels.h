@@ -1,0 +1,41 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "cli/effect/AutomationTrack.h"
+#include "cli/effect/Bank.h"
+#include "cli/effect/HostedEffect.h"
+
+// What the effect is told before it plays; what is left open stays as the module has it.
+struct EffectSettings {
+  int block = 512;  // samples a call, at most
+  std::optional<Bank> bank;
+  std::optional<int> program;  // from 0
+  std::optional<float> volume;
+  std::optional<float> fuzz;
+  bool off = false;
+
+  // Puts them into an effect, in the order above.
+  void applyTo(HostedEffect& effect) const;
+};
+
+// One effect for each channel of a sound, all with the same settings, and the automation that moves them.
+class EffectChannels {
+ public:
+  EffectChannels(const EffectModule& module, const EffectSettings& settings, AutomationTrack automation, int rate,
+                 int channels);
+
+  // Replaces `frames` interleaved frames by the effects' answer. Calls follow one another without a gap.
+  void process(double* samples, int frames);
+
+ private:
+  int block_;
+  AutomationTrack automation_;
+  std::int64_t position_ = 0;  // frames since the start
+  std::vector<std::unique_ptr<HostedEffect>> effects_;
+  std::vector<double> scratch_;
+};

@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: MIT
+#include "cli/effect/EffectModule.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+#include <system_error>
+#include <vector>
+
+#include "cli/text/Failure.h"
+#include "host/Opcodes.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr const char* kModuleName = "brumbler.so";
+
+// The module beside this executable, else where `cmake --install` puts it, seen from here or from the root.
+std::string findModule() {
+  std::error_code ignored;
+  const fs::path executableDirectory = fs::read_symlink("/proc/self/exe", ignored).parent_path();
+  const std::vector<fs::path> places = {executableDirectory,
+                                        (executableDirectory / BRUMBLER_MODULE_FROM_BIN).lexically_normal(),
+                                        fs::path(BRUMBLER_MODULE_DIRECTORY)};
+  for (const fs::path& place : places) {
+    if (fs::exists(place / kModuleName, ignored)) return (place / kModuleName).string();
+  }
+  std::string looked;
+  for (const fs::path& place : places) looked += (looked.empty() ? "" : ", ") + place.string();
+  throw Failure(std::string(kModuleName) + " is in none of: " + looked +
+                "; build or install it, or say where it is with --module PATH");
+}
+
+std::string lastLoaderError() {
+  const char* const text = dlerror();  // of this thread. NOLINT(concurrency-mt-unsafe)
+  return text != nullptr ? text : "the loader gives no reason";
+}
+
+void closeEffect(AEffect* record) {
+  if (record != nullptr && record->dispatcher != nullptr) {
+    record->dispatcher(record, static_cast<int32>(EffectOpcode::close), 0, 0, nullptr, 0.0F);
+  }
+}
+
+const char* whyUnfit(const AEffect* record) noexcept {
+  if (record == nullptr) return "answers no effect record";
+  if (record->magic != fourCharacterCode("VstP")) return "answers a record of another kind";
+  if (record->dispatcher == nullptr || record->setParameter == nullptr || record->getParameter == nullptr) {
+    return "answers a record without entries";
+  }
+  if ((record->flags & flagCanDoubleReplacing) == 0 || record->processDoubleReplacing == nullptr) {
+    return "cannot process doubles";
+  }
+  if (record->numInputs != 1 || record->numOutputs != 1) return "is not one channel in, one channel out";
+  return nullptr;
+}
+
+}  // namespace
+
+void EffectModule::Unload::operator()(void* library) const noexcept { dlclose(library); }
+
+EffectModule::EffectModule(const std::string& path) : path_(path.empty() ? findModule() : path) {
+  // A name without a slash would be looked for in the system's library folders.
+  const std::string absolute = fs::absolute(path_).string();
+  library_.reset(dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL));
+  if (library_ == nullptr) {
+    throw Failure("cannot load the module (" + lastLoaderError() + "); give the path of brumbler.so with --module");
+  }
+  for (const char* const name : {"getinterface", "QTypeIF"}) {
+    if (void* const symbol = dlsym(library_.get(), name)) {
+      entry_ = reinterpret_cast<Q_TypeIF* (*)(audioMasterCallback)>(symbol);
+      return;
+    }
+  }
+  throw Failure(path_ + ": has no entry function getinterface; give the path of brumbler.so with --module");
+}
+
+std::unique_ptr<Q_TypeIF> EffectModule::createEffect(audioMasterCallback callback) const {
+  std::unique_ptr<Q_TypeIF> wrapper(entry_(callback));
+  AEffect* const record = wrapper != nullptr ? wrapper->aeffect : nullptr;
+  if (const char* const reason = whyUnfit(record)) {
+    if (record != nullptr && record->magic == fourCharacterCode("VstP")) closeEffect(record);
+    throw Failure(path_ + ": the module " + reason + "; give the path of brumbler.so with --module");
+  }
+  return wrapper;
+}

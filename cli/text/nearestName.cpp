@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#include "cli/text/nearestName.h"
+
+#include <algorithm>
+#include <cctype>
+#include <cstddef>
+#include <numeric>
+
+namespace {
+
+// Insertions, deletions and replacements between two texts, upper and lower case being the same.
+std::size_t distance(const std::string& a, const std::string& b) {
+  std::vector<std::size_t> row(b.size() + 1);
+  std::iota(row.begin(), row.end(), std::size_t{0});
+  for (std::size_t i = 0; i < a.size(); ++i) {
+    std::size_t diagonal = row[0]++;
+    for (std::size_t j = 0; j < b.size(); ++j) {
+      const bool same =
+          std::tolower(static_cast<unsigned char>(a[i])) == std::tolower(static_cast<unsigned char>(b[j]));
+      const std::size_t replaced = diagonal + (same ? 0 : 1);
+      diagonal = row[j + 1];
+      row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
+    }
+  }
+  return row.back();
+}
+
+}  // namespace
+
+std::string suggestName(const std::string& given, const std::vector<std::string>& known) {
+  const auto nearest = std::min_element(known.begin(), known.end(), [&](const std::string& a, const std::string& b) {
+    return distance(given, a) < distance(given, b);
+  });
+  if (nearest != known.end() && distance(given, *nearest) <= std::max<std::size_t>(1, nearest->size() / 2)) {
+    return "did you mean " + *nearest + "?";
+  }
+  std::string list;
+  for (const std::string& name : known) list += (list.empty() ? "" : ", ") + name;
+  return "known: " + list;
+}

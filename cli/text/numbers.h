@@ -1,0 +1,15 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cmath>
+#include <string>
+
+// The number that `text` is, from its first character to its last. Throws Failure (usage) naming `option` and the
+// limits when it is none or lies outside of them; `unit` follows the limits in that message.
+double parseNumber(const std::string& option, const std::string& text, double least, double most,
+                   const std::string& unit = "");
+int parseWhole(const std::string& option, const std::string& text, int least, int most);
+
+// Levels in dB of amplitudes, full scale being 1 and 0 dBFS.
+inline double amplitude(double decibels) noexcept { return std::pow(10.0, decibels / 20.0); }
+inline double decibels(double amplitude) noexcept { return 20.0 * std::log10(amplitude); }
