@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstring>
 #include <iterator>
-#include <mutex>
 
 #include "dsp/Clipper.h"
 #include "dsp/FlushToZero.h"
@@ -158,7 +157,7 @@ void Brumbler::processReplacing(float** /*inputs*/, float** /*outputs*/, int32 /
 void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 sampleFrames) {
   const int32 length = std::max(sampleFrames, 0);
   if (length > 0 && (inputs == nullptr || outputs == nullptr || inputs[0] == nullptr || outputs[0] == nullptr)) return;
-  const std::lock_guard guard(lock);
+  const RecursiveMutex::Guard guard(lock);
   if (!isSetUp() || (length > workBufLen && !growWorkBuffers(length))) {
     if (length > 0) std::memmove(outputs[0], inputs[0], static_cast<std::size_t>(length) * sizeof(double));
     return;

@@ -4,7 +4,6 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
-#include <mutex>
 #include <new>
 
 #include "dsp/Clipper.h"
@@ -48,7 +47,7 @@ constexpr OversamplingLowpass kLowpassOther = {
 RecursiveMutex tableLock;
 
 void buildTable(double rateArgument) {
-  const std::lock_guard guard(tableLock);
+  const RecursiveMutex::Guard guard(tableLock);
   const bool built = Brumbler::clip[0].center != 0.0;
   if (built && rateArgument == Brumbler::clipSampleRate) return;
   Brumbler::clip[0].build();
@@ -91,7 +90,7 @@ void deleteAndClear(T*& object) noexcept {
 }  // namespace
 
 void Brumbler::setSampleRate(float sampleRateArgument) {
-  const std::lock_guard guard(lock);
+  const RecursiveMutex::Guard guard(lock);
   const double argument = sampleRateArgument;
   if (argument == curSampleRate) return;
 
@@ -159,7 +158,7 @@ void Brumbler::releaseProcessing() noexcept {
 }
 
 void Brumbler::setBlockSize(int32 newBlockSize) {
-  const std::lock_guard guard(lock);
+  const RecursiveMutex::Guard guard(lock);
   AudioEffectX::setBlockSize(newBlockSize);
   if (isSetUp()) growWorkBuffers(newBlockSize);
 }

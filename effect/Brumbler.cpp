@@ -2,7 +2,6 @@
 #include "effect/Brumbler.h"
 
 #include <cstring>
-#include <mutex>
 
 #include "effect/BrumblerProgram.h"
 #include "host/SharedValue.h"
@@ -38,7 +37,7 @@ Brumbler::~Brumbler() {
 void Brumbler::resume() {}
 
 void Brumbler::setParameter(int32 index, float value) {
-  const std::lock_guard guard(lock);
+  const RecursiveMutex::Guard guard(lock);
   storeParameter(index, value);
 }
 

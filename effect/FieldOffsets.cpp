@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: MIT
 // Holds the compiler to the layouts of the binary interface. A host compiled elsewhere reads these offsets.
-#include <pthread.h>
-
 #include <cstddef>
 #include <initializer_list>
 
@@ -174,7 +172,6 @@ struct FieldOffsets {
 
   // The effect. Its first field follows the base's last; where the others lie depends on the size of a mutex.
   static_assert(offsetof(Brumbler, programs) == at(180, 248));
-  static_assert(sizeof(RecursiveMutex) == sizeof(pthread_mutex_t));
   static_assert(
       ascending({offsetof(Brumbler, programs),      offsetof(Brumbler, lock),        offsetof(Brumbler, sampleRateInt),
                  offsetof(Brumbler, curSampleRate), offsetof(Brumbler, ovsState),    offsetof(Brumbler, adjustCount),

@@ -2,7 +2,6 @@
 // The sixteen programs.
 #include <cstdio>
 #include <cstring>
-#include <mutex>
 
 #include "effect/Brumbler.h"
 #include "effect/BrumblerProgram.h"
@@ -29,7 +28,7 @@ void writeName(Name& stored, const char* text) noexcept {
 
 void Brumbler::setProgram(int32 program) {
   if (program < 0 || program >= numPrograms) return;
-  const std::lock_guard guard(lock);
+  const RecursiveMutex::Guard guard(lock);
   loadProgram(program);
 }
 

@@ -1,20 +1,22 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <atomic>
+#include <type_traits>
 
 // Reads and writes of a plain field that one thread stores while another reads it without a lock: whole, unordered.
-// Used where the interface fixes the field's type and place, so that std::atomic cannot stand there.
+// Used where the interface fixes the field's type and place, so that std::atomic cannot stand there. The compilers'
+// own operations in the place of std::atomic_ref, which not every standard library has.
 
 template <typename T>
 T loadShared(const T& value) noexcept {
-  static_assert(std::atomic_ref<T>::is_always_lock_free);
-  auto& field = const_cast<T&>(value);  // NOLINT(cppcoreguidelines-pro-type-const-cast): only read
-  return std::atomic_ref<T>(field).load(std::memory_order_relaxed);
+  static_assert(std::is_trivially_copyable_v<T> && __atomic_always_lock_free(sizeof(T), nullptr));
+  T loaded;
+  __atomic_load(&value, &loaded, __ATOMIC_RELAXED);
+  return loaded;
 }
 
 template <typename T>
 void storeShared(T& value, T newValue) noexcept {
-  static_assert(std::atomic_ref<T>::is_always_lock_free);
-  std::atomic_ref<T>(value).store(newValue, std::memory_order_relaxed);
+  static_assert(std::is_trivially_copyable_v<T> && __atomic_always_lock_free(sizeof(T), nullptr));
+  __atomic_store(&value, &newValue, __ATOMIC_RELAXED);
 }
