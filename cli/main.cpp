@@ -59,7 +59,7 @@ int run(int argc, char** argv) {
   CLI::App app("Brumbler, a fuzz for guitar and bass: plays recordings through the effect.", "brumbler");
   app.set_version_flag("--version", std::string("brumbler ") + BRUMBLER_VERSION);
   app.require_subcommand(1);
-  app.footer("Example: brumbler riff riff.wav && brumbler render riff.wav fuzzed.wav --fuzz 0.8");
+  app.footer("Example: brumbler riff riff.wav && brumbler render riff.wav fuzzed.wav --fuzz 8");
   addRenderCommand(app);
   addInfoCommand(app);
   addRiffCommand(app);

@@ -39,7 +39,7 @@ cat <<END
   out/dry-and-fuzzed.png   waveform and spectrum of both
 
 Try next:
-  more of it                 $brumbler render out/dry.wav out/hot.wav --fuzz 1 --volume 0.7
+  more of it                 $brumbler render out/dry.wav out/hot.wav --fuzz 10 --volume 7
   on your own playing        scripts/demo.sh YOUR-RECORDING.wav
   all that the command does  $brumbler render --help
 END

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/commands/Commands.h"
+#include "cli/commands/effectOptions.h"
 #include "cli/effect/Bank.h"
 #include "cli/effect/HostedEffect.h"
 #include "cli/files/PendingFile.h"
@@ -42,13 +43,14 @@ void applySet(HostedEffect& effect, const std::string& text) {
     } else {
       const auto known = std::find(keys.begin(), keys.end(), key);
       if (known == keys.end() || equals == std::string::npos) {
-        throw Failure("--set takes N,on=0,volume=0.5,fuzz=0.5,name=TEXT; \"" + key +
+        throw Failure("--set takes N,on=0,volume=5,fuzz=5,name=TEXT; \"" + key +
                           "\": " + (known == keys.end() ? suggestName(key, keys) : "needs = and a value"),
                       Failure::usage);
       }
       const std::string value = text.substr(equals + 1, end == std::string::npos ? end : end - equals - 1);
+      const std::string what = "--set: " + key;
       effect.setParameter(static_cast<int>(known - keys.begin()),
-                          static_cast<float>(parseNumber("--set: " + key, value, 0.0, 1.0)));
+                          key == "on" ? static_cast<float>(parseWhole(what, value, 0, 1)) : parseKnob(what, value));
     }
     begin = end;
   }
@@ -74,17 +76,17 @@ void runSave(const Options& options) {
 void addBankCommand(CLI::App& app) {
   CLI::App* const bank = app.add_subcommand("bank", "Save the sixteen programs, names and values");
   bank->require_subcommand(1);
-  bank->footer("Example: brumbler bank save mine.json --set 1,volume=0.4,fuzz=0.2,name=Warm");
+  bank->footer("Example: brumbler bank save mine.json --set 1,volume=4,fuzz=2,name=Warm");
   CLI::App* const save = bank->add_subcommand("save", "Write a bank for `brumbler render --bank`");
   const auto options = std::make_shared<Options>();
   save->add_option("FILE.json", options->file, "The file to write; - is standard output")->type_name("")->required();
-  save->add_option("--set", options->sets, "Values of a program, like 3,volume=0.4,fuzz=1,on=1,name=Lead; repeat it")
+  save->add_option("--set", options->sets, "Values of a program, like 3,volume=4,fuzz=10,on=1,name=Lead; repeat it")
       ->type_name("N,KEY=VALUE,...")
       ->allow_extra_args(false);
   save->add_option("--bank", options->from, "Start from this bank instead of the effect's own programs")
       ->type_name("FILE.json");
   save->add_option("--module", options->module, "The module brumbler.so to ask")->type_name("PATH");
   save->add_flag("--force", options->force, "Replace the file if it exists");
-  save->footer("Example: brumbler bank save mine.json --set 1,volume=0.4,fuzz=0.2,name=Warm --set 2,fuzz=1,name=Lead");
+  save->footer("Example: brumbler bank save mine.json --set 1,volume=4,fuzz=2,name=Warm --set 2,fuzz=10,name=Lead");
   save->callback([options] { runSave(*options); });
 }

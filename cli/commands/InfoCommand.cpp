@@ -38,23 +38,23 @@ std::string displayOf(const HostedEffect& effect, int parameter, float value) {
   return begin == std::string::npos ? "" : display.substr(begin);
 }
 
-ordered_json describeParameter(const HostedEffect& effect, int index) {
+ordered_json describeParameter(const HostedEffect& effect, int index, const Parameter& known) {
   VstParameterProperties properties{};
-  const bool known = effect.ask(EffectOpcode::getParameterProperties, index, 0, &properties) != 0;
+  const bool answers = effect.ask(EffectOpcode::getParameterProperties, index, 0, &properties) != 0;
   ordered_json parameter;
-  parameter["name"] = effect.askText(EffectOpcode::getParameterName, index);
+  parameter["name"] = known.name;
   parameter["label"] = effect.askText(EffectOpcode::getParameterLabel, index);
-  parameter["value"] = effect.parameter(index);
-  parameter["display"] = displayOf(effect, index, effect.parameter(index));
-  parameter["displayAt0"] = displayOf(effect, index, 0.0F);
-  parameter["displayAt1"] = displayOf(effect, index, 1.0F);
-  parameter["automatable"] = effect.ask(EffectOpcode::canParameterBeAutomated, index) != 0;
-  if (known) {
-    parameter["switch"] = (properties.flags & parameterIsSwitch) != 0;
-    if ((properties.flags & parameterUsesFloatStep) != 0) {
-      parameter["step"] = std::round(static_cast<double>(properties.stepFloat) * 1e6) / 1e6;
-    }
+  parameter["switch"] = known.isSwitch;
+  parameter["value"] = known.shownAt(effect.parameter(index));
+  parameter["minimum"] = 0;
+  parameter["maximum"] = static_cast<int>(known.top());
+  if (answers && (properties.flags & parameterUsesFloatStep) != 0) {
+    parameter["step"] = known.shownAt(properties.stepFloat);
   }
+  parameter["display"] = displayOf(effect, index, effect.parameter(index));
+  parameter["displayAtMinimum"] = displayOf(effect, index, 0.0F);
+  parameter["displayAtMaximum"] = displayOf(effect, index, 1.0F);
+  parameter["automatable"] = effect.ask(EffectOpcode::canParameterBeAutomated, index) != 0;
   return parameter;
 }
 
@@ -80,7 +80,9 @@ ordered_json describe(const EffectModule& module, HostedEffect& effect) {
   info["editor"] = (record.flags & flagHasEditor) != 0;
   info["latencySamples"] = record.initialDelay;
   info["parameters"] = ordered_json::array();
-  for (int i = 0; i < record.numParams; ++i) info["parameters"].push_back(describeParameter(effect, i));
+  for (const Parameter& one : parametersOf(effect)) {
+    info["parameters"].push_back(describeParameter(effect, static_cast<int>(info["parameters"].size()), one));
+  }
   info["programs"] = ordered_json::parse(Bank(effect).text())["programs"];
   return info;
 }
@@ -95,13 +97,13 @@ void print(const ordered_json& info) {
               info["inputJacks"].get<int>(), info["outputs"].get<int>(), info["outputJacks"].get<int>(),
               info["doublePrecision"].get<bool>() ? "double precision" : "single precision",
               info["latencySamples"].get<int>());
-  std::puts("\nparameter  value  shown     from      to        step");
+  std::puts("\nparameter  value     from      to        step");
   for (const ordered_json& p : info["parameters"]) {
-    std::string step = p.value("switch", false) ? "switch" : "";
+    std::string step = p["switch"].get<bool>() ? "switch" : "";
     if (p.contains("step")) step = p["step"].dump();
     const std::string shown = text(p["display"]) + (text(p["label"]).empty() ? "" : " " + text(p["label"]));
-    std::printf("%-9s  %5.2f  %-8s  %-8s  %-8s  %s\n", text(p["name"]).c_str(), p["value"].get<double>(), shown.c_str(),
-                text(p["displayAt0"]).c_str(), text(p["displayAt1"]).c_str(), step.c_str());
+    std::printf("%-9s  %-8s  %-8s  %-8s  %s\n", text(p["name"]).c_str(), shown.c_str(),
+                text(p["displayAtMinimum"]).c_str(), text(p["displayAtMaximum"]).c_str(), step.c_str());
   }
   std::fputs("\nprogram  name                    ", stdout);
   for (const ordered_json& p : info["parameters"]) std::printf("  %8s", text(p["name"]).c_str());

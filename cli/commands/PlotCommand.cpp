@@ -13,6 +13,7 @@
 #include "cli/audio/AudioReader.h"
 #include "cli/commands/Commands.h"
 #include "cli/effect/EffectModule.h"
+#include "cli/effect/Parameter.h"
 #include "cli/picture/Measurement.h"
 #include "cli/picture/Outline.h"
 #include "cli/picture/Picture.h"
@@ -33,9 +34,9 @@ struct Options {
   std::vector<std::string> files;
   int rate = 44100;
   int frequency = 220;
-  double level = -20.0;  // dBFS
-  std::vector<float> volumes = {0.5F};
-  std::vector<float> fuzzes = {0.5F};
+  double level = -20.0;                 // dBFS
+  std::vector<double> volumes = {5.0};  // as the knobs show them
+  std::vector<double> fuzzes = {5.0};
   double from = 0.0;  // seconds
   std::optional<double> to;
 };
@@ -46,12 +47,12 @@ std::string shortText(double value) {
   return text;
 }
 
-// Numbers from 0 to 1 with commas between.
-std::vector<float> parseValues(const std::string& option, const std::string& text, std::size_t most) {
-  std::vector<float> values;
+// Positions of a knob with commas between.
+std::vector<double> parseKnobs(const std::string& option, const std::string& text, std::size_t most) {
+  std::vector<double> values;
   for (std::size_t begin = 0; begin <= text.size();) {
     const std::size_t end = std::min(text.find(',', begin), text.size());
-    values.push_back(static_cast<float>(parseNumber(option, text.substr(begin, end - begin), 0.0, 1.0)));
+    values.push_back(parseNumber(option, text.substr(begin, end - begin), 0.0, kKnobTop));
     begin = end + 1;
   }
   if (values.size() > most) {
@@ -94,6 +95,10 @@ void checkFrequency(const Options& options, int rate) {
   }
 }
 
+TestSettings testSettings(const Options& options, double volume, double fuzz) {
+  return {options.rate, valueAtKnob(volume), valueAtKnob(fuzz)};
+}
+
 Picture drawCurve(const Options& options) {
   checkFrequency(options, options.rate);
   const EffectModule module(options.module);
@@ -103,9 +108,10 @@ Picture drawCurve(const Options& options) {
   picture.across = "peak of the input, dBFS";
   picture.up = "peak of the output, dBFS";
   picture.range = "set xrange [-100:0]";
-  for (const float fuzz : options.fuzzes) {
-    picture.series.push_back({"FUZZ " + shortText(fuzz),
-                              measureLevels(module, {options.rate, options.volumes.front(), fuzz}, options.frequency)});
+  for (const double fuzz : options.fuzzes) {
+    picture.series.push_back(
+        {"FUZZ " + shortText(fuzz),
+         measureLevels(module, testSettings(options, options.volumes.front(), fuzz), options.frequency)});
   }
   return picture;
 }
@@ -122,9 +128,9 @@ Picture drawResponse(const Options& options) {
       "set yrange [-60:*]\nset xrange [20:20000]\nset xtics (20, 50, 100, 200, 500, '1k' 1000, '2k' 2000, '5k' 5000, "
       "'10k' 10000, '20k' "
       "20000)";
-  for (const float volume : options.volumes) {
-    picture.series.push_back(
-        {"VOLUME " + shortText(volume), measureResponse(module, {options.rate, volume, options.fuzzes.front()})});
+  for (const double volume : options.volumes) {
+    picture.series.push_back({"VOLUME " + shortText(volume),
+                              measureResponse(module, testSettings(options, volume, options.fuzzes.front()))});
   }
   return picture;
 }
@@ -136,10 +142,11 @@ Picture drawSpectrum(const Options& options) {
   if (options.files.empty()) {
     checkFrequency(options, rate);
     const EffectModule module(options.module);
-    const TestSettings settings{rate, options.volumes.front(), options.fuzzes.front()};
-    samples = playTone(module, settings, options.frequency, amplitude(options.level));
-    picture.title = "Sine of " + shortText(options.level) + " dBFS at VOLUME " + shortText(settings.volume) +
-                    ", FUZZ " + shortText(settings.fuzz) + ", ";
+    const double volume = options.volumes.front();
+    const double fuzz = options.fuzzes.front();
+    samples = playTone(module, testSettings(options, volume, fuzz), options.frequency, amplitude(options.level));
+    picture.title = "Sine of " + shortText(options.level) + " dBFS at VOLUME " + shortText(volume) + ", FUZZ " +
+                    shortText(fuzz) + ", ";
   } else {
     const std::string& path = options.files.front();
     rate = readRange(path, options.from, options.from + 1.0, [&samples](double x) { samples.push_back(x); });
@@ -216,10 +223,10 @@ class PlotCommands {
 
   // The knobs, each with one value or a list of them; a list names its default.
   void addKnobs(CLI::App& command, bool manyVolumes, bool manyFuzzes) {
-    if (manyVolumes) options_->volumes = {0.1F, 0.25F, 0.5F, 0.75F, 1.0F};
-    if (manyFuzzes) options_->fuzzes = {0.0F, 0.25F, 0.5F, 0.75F, 1.0F};
-    addKnob(command, "--volume", manyVolumes, "VOLUME", "0.1,0.25,0.5,0.75,1", options_->volumes);
-    addKnob(command, "--fuzz", manyFuzzes, "FUZZ", "0,0.25,0.5,0.75,1", options_->fuzzes);
+    if (manyVolumes) options_->volumes = {1.0, 2.5, 5.0, 7.5, 10.0};
+    if (manyFuzzes) options_->fuzzes = {0.0, 2.5, 5.0, 7.5, 10.0};
+    addKnob(command, "--volume", manyVolumes, "VOLUME", "1,2.5,5,7.5,10", options_->volumes);
+    addKnob(command, "--fuzz", manyFuzzes, "FUZZ", "0,2.5,5,7.5,10", options_->fuzzes);
     addText(command, "--rate", "HZ", "Rate at which the effect runs, 16001 to 768000 (default 44100)",
             [](Options& o, const std::string& text) { o.rate = parseWhole("--rate", text, 16001, 768000); });
     command.add_option("--module", options_->module, "The module brumbler.so to measure")->type_name("PATH");
@@ -243,14 +250,14 @@ class PlotCommands {
 
  private:
   void addKnob(CLI::App& command, const std::string& name, bool many, const std::string& knob,
-               const std::string& defaults, std::vector<float>& values) {
-    const std::string help = many ? "Settings of " + knob + ", 0 to 1, with commas between (default " + defaults + ")"
-                                  : "Setting of " + knob + ", 0 to 1 (default 0.5)";
+               const std::string& defaults, std::vector<double>& values) {
+    const std::string help = many ? "Settings of " + knob + ", 0 to 10, with commas between (default " + defaults + ")"
+                                  : "Setting of " + knob + ", 0 to 10 (default 5)";
     command
         .add_option_function<std::string>(
             name,
             [options = options_, name, many, &values](const std::string& text) {
-              values = parseValues(name, text, many ? kMostCurves : 1);
+              values = parseKnobs(name, text, many ? kMostCurves : 1);
             },
             help)
         ->type_name(many ? "X,..." : "X");
@@ -275,12 +282,12 @@ void addPlotCommand(CLI::App& app) {
   CLI::App& curve = commands.add("curve", "Level out over level in, of a steady tone, at several FUZZ", drawCurve);
   commands.addKnobs(curve, false, true);
   commands.addFrequency(curve);
-  curve.footer("Example: brumbler plot curve -o curve.png --fuzz 0,0.5,1 --frequency 110");
+  curve.footer("Example: brumbler plot curve -o curve.png --fuzz 0,5,10 --frequency 110");
 
   CLI::App& response =
       commands.add("response", "Gain over frequency for the quietest sounds, at several VOLUME", drawResponse);
   commands.addKnobs(response, true, false);
-  response.footer("Example: brumbler plot response -o response.svg --fuzz 0.2 --rate 48000");
+  response.footer("Example: brumbler plot response -o response.svg --fuzz 2 --rate 48000");
 
   CLI::App& spectrum = commands.add("spectrum", "Harmonics of a tone and its total harmonic distortion", drawSpectrum);
   spectrum.add_option("FILE", commands.options().files, "A recorded tone, in the place of the effect's answer to one")
@@ -293,7 +300,7 @@ void addPlotCommand(CLI::App& app) {
       [](Options& o, const std::string& text) { o.level = parseNumber("--level", text, -120.0, 0.0, "dBFS"); });
   commands.addText(spectrum, "--from", "SECONDS", "Where in FILE the second that is looked at begins (default 0)",
                    from);
-  spectrum.footer("Example: brumbler plot spectrum -o spectrum.png --fuzz 0.8 --frequency 110 --level -30");
+  spectrum.footer("Example: brumbler plot spectrum -o spectrum.png --fuzz 8 --frequency 110 --level -30");
 
   CLI::App& wave = commands.add("wave", "The first channels of sounds, over each other", drawWave);
   wave.add_option("FILES", commands.options().files, "The sounds, one to six")

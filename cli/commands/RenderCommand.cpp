@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "cli/commands/Commands.h"
+#include "cli/commands/effectOptions.h"
 #include "cli/render/RenderBatch.h"
 #include "cli/render/Renderer.h"
 #include "cli/text/Failure.h"
@@ -21,10 +22,9 @@ namespace fs = std::filesystem;
 struct Options {
   std::vector<std::string> files;
   std::string outDirectory;
-  std::string module;
   std::string automation;
-  std::string bank;
   bool noTail = false;
+  EffectOptions effect;
   RenderSettings settings;
 };
 
@@ -104,14 +104,15 @@ void renderOne(const Options& options, const EffectModule& module) {
 }
 
 void runRender(Options& options) {
-  const EffectModule module(options.module);
+  const EffectModule module(options.effect.module());
   RenderSettings& settings = options.settings;
+  const int block = settings.effect.block;
+  settings.effect = options.effect.settings(module);
+  settings.effect.block = block;
+  settings.trim = options.effect.trim().value_or(0.0);
+  settings.automaticTrim = options.effect.isTrimAutomatic();
   if (options.noTail) settings.tail = 0.0;
-  if (!options.automation.empty() || !options.bank.empty()) {
-    const HostedEffect prototype(module, 44100, 1);
-    if (!options.automation.empty()) settings.automation.emplace(options.automation, prototype);
-    if (!options.bank.empty()) settings.effect.bank.emplace(options.bank, prototype);
-  }
+  if (!options.automation.empty()) settings.automation.emplace(options.automation, HostedEffect(module, 44100, 1));
   if (options.outDirectory.empty()) {
     renderOne(options, module);
   } else {
@@ -127,31 +128,13 @@ void addRenderCommand(CLI::App& app) {
   const auto addText = [command](const std::string& name, const std::string& help, const auto& take) {
     return command->add_option_function<std::string>(name, take, help);
   };
-  const auto fraction = [](const char* name, std::optional<float>& value) {
-    return [name, &value](const std::string& text) { value = static_cast<float>(parseNumber(name, text, 0.0, 1.0)); };
-  };
   RenderSettings& settings = options->settings;
   command->add_option("FILES", options->files, "IN OUT, or with --out-dir any number of files to read; - is a stream")
       ->type_name("")
       ->required();
-  addText("--volume", "VOLUME, 0 to 1", fraction("--volume", settings.effect.volume))->type_name("V");
-  addText("--fuzz", "FUZZ, 0 to 1", fraction("--fuzz", settings.effect.fuzz))->type_name("F");
-  command->add_flag("--off", settings.effect.off, "Switch the effect off: the dry sound");
-  addText("--program", "Start in this program, 1 to 16", [&settings](const std::string& text) {
-    settings.effect.program = parseWhole("--program", text, 1, 999) - 1;
-  })->type_name("N");
-  command->add_option("--bank", options->bank, "Programs to load first, from a file of `brumbler bank save`")
-      ->type_name("FILE.json");
+  options->effect.addTo(*command, EffectOptions::Trim::numberOrAuto);
   command->add_option("--automate", options->automation, "Move parameters and change programs over time")
       ->type_name("FILE.json");
-  addText("--trim", "How many dB the recording lies above a guitar's own level, -30 to 30; auto looks for its peak",
-          [&settings](const std::string& text) {
-            settings.automaticTrim = text == "auto";
-            if (text != "auto") {
-              settings.trim = parseNumber("--trim", text, -Renderer::kMostTrim, Renderer::kMostTrim, "dB, or auto");
-            }
-          })
-      ->type_name("DB|auto");
   addText("--normalize", "Bring the result's peak to this level, -120 to 0", [&settings](const std::string& text) {
     settings.normalize = parseNumber("--normalize", text, -120.0, 0.0, "dBFS");
   })->type_name("DBFS");
@@ -180,10 +163,9 @@ void addRenderCommand(CLI::App& app) {
   addText("--out-type", "Format of a stream to standard output (default: the input's, else WAV)",
           [&settings](const std::string& text) { settings.streamContainer = parseContainer(text); })
       ->type_name("wav|au|raw");
-  command->add_option("--module", options->module, "The module brumbler.so to play through")->type_name("PATH");
   command->footer(
       "Examples:\n"
-      "  brumbler render take1.wav take1-fuzz.wav --volume 0.6 --fuzz 0.9 --trim auto\n"
+      "  brumbler render take1.wav take1-fuzz.wav --volume 6 --fuzz 9 --trim auto\n"
       "  brumbler render takes/*.flac --out-dir fuzzed\n"
       "  sox take1.wav -t wav - | brumbler render - - | play -");
   command->callback([options] { runRender(*options); });

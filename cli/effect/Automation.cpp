@@ -16,37 +16,30 @@ constexpr double kMostTime = 1e12;  // in any unit; keeps sums far from overflow
 Automation::Automation(const std::string& path, const HostedEffect& effect) : file_(path) {
   file_.expectObject(JsonFile::Path(), {"$schema", "parameters", "programs"});
   if (file_.root().contains("parameters")) {
-    const std::vector<std::string> names = effect.parameterNames();
+    const std::vector<Parameter> known = parametersOf(effect);
     const JsonFile::Path parameters("/parameters");
-    file_.expectObject(parameters, names);
-    for (std::size_t p = 0; p < names.size(); ++p) {
-      if (file_.root()["parameters"].contains(names[p])) readLane(parameters / names[p], static_cast<int>(p), effect);
+    file_.expectObject(parameters, namesOf(known));
+    for (std::size_t p = 0; p < known.size(); ++p) {
+      if (!file_.root()["parameters"].contains(known[p].name)) continue;
+      readLane(parameters / known[p].name, static_cast<int>(p), known[p]);
     }
   }
   if (file_.root().contains("programs")) readProgramChanges(effect.record().numPrograms);
 }
 
-void Automation::readLane(const JsonFile::Path& path, int parameter, const HostedEffect& effect) {
+void Automation::readLane(const JsonFile::Path& path, int index, const Parameter& parameter) {
   using Kind = AutomationTrack::Kind;
   file_.expectArray(path);
   const auto& list = file_.root().at(path);
   if (list.empty()) file_.fail(path, "is empty; give at least one keyframe");
-  const bool isSwitch = effect.isSwitch(parameter);
-  const bool glides = effect.parameterNames()[static_cast<std::size_t>(parameter)] == "VOLUME";
-  Lane& lane = lanes_.emplace_back(Lane{parameter,
-                                        isSwitch ? Kind::toggles
-                                        : glides ? Kind::glides
-                                                 : Kind::steps,
-                                        {},
-                                        {}});
+  const Kind kind = parameter.isSwitch ? Kind::toggles : parameter.name == "VOLUME" ? Kind::glides : Kind::steps;
+  Lane& lane = lanes_.emplace_back(Lane{index, kind, {}, {}});
   for (std::size_t i = 0; i < list.size(); ++i) {
     const JsonFile::Path keyframe = path / i;
     file_.expectObject(keyframe, {"samples", "seconds", "percent", "value"});
     lane.times.push_back(readTime(keyframe));
     file_.at(keyframe, "value");
-    const double value = file_.number(keyframe / "value", 0.0, 1.0);
-    if (isSwitch && value != 0.0 && value != 1.0) file_.fail(keyframe / "value", "must be 0 (off) or 1 (on)");
-    lane.values.push_back(static_cast<float>(value));
+    lane.values.push_back(parameter.read(file_, keyframe / "value"));
   }
 }
 

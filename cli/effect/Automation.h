@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/effect/AutomationTrack.h"
+#include "cli/effect/Parameter.h"
 #include "cli/files/JsonFile.h"
 
 class HostedEffect;
@@ -36,7 +37,7 @@ class Automation {
     std::vector<float> values;
   };
 
-  void readLane(const JsonFile::Path& path, int parameter, const HostedEffect& effect);
+  void readLane(const JsonFile::Path& path, int index, const Parameter& parameter);
   void readProgramChanges(int numPrograms);
   Time readTime(const JsonFile::Path& path) const;
 

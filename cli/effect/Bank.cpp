@@ -1,9 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include "cli/effect/Bank.h"
 
-#include <algorithm>
-#include <array>
-#include <charconv>
 #include <nlohmann/json.hpp>
 
 #include "cli/effect/HostedEffect.h"
@@ -13,18 +10,9 @@ namespace {
 
 constexpr std::size_t kLongestName = 23;  // bytes, in the interface
 
-// The shortest decimal number that is read back as `value`, so that 0.8 stays 0.8 in the file.
-double shortest(float value) {
-  std::array<char, 64> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value).ptr;
-  double result = value;
-  std::from_chars(text.data(), end, result);
-  return result;
-}
-
 }  // namespace
 
-Bank::Bank(const std::string& path, const HostedEffect& effect) : parameterNames_(effect.parameterNames()) {
+Bank::Bank(const std::string& path, const HostedEffect& effect) : parameters_(parametersOf(effect)) {
   const JsonFile file(path);
   const JsonFile::Path list("/programs");
   file.expectObject(JsonFile::Path(), {"$schema", "programs"});
@@ -34,7 +22,7 @@ Bank::Bank(const std::string& path, const HostedEffect& effect) : parameterNames
   if (programs.size() > most) {
     file.fail(list / most, "is one program too many; a bank has " + std::to_string(most));
   }
-  std::vector<std::string> keys = parameterNames_;
+  std::vector<std::string> keys = namesOf(parameters_);
   keys.emplace_back("name");
   for (std::size_t i = 0; i < programs.size(); ++i) {
     const JsonFile::Path path_i = list / i;
@@ -47,14 +35,14 @@ Bank::Bank(const std::string& path, const HostedEffect& effect) : parameterNames
         file.fail(path_i / "name", "is too long; the effect keeps " + std::to_string(kLongestName) + " characters");
       }
     }
-    for (std::size_t p = 0; p < parameterNames_.size(); ++p) {
-      if (!programs[i].contains(parameterNames_[p])) continue;
-      program.values[static_cast<int>(p)] = static_cast<float>(file.number(path_i / parameterNames_[p], 0.0, 1.0));
+    for (std::size_t p = 0; p < parameters_.size(); ++p) {
+      const std::string& key = parameters_[p].name;
+      if (programs[i].contains(key)) program.values[static_cast<int>(p)] = parameters_[p].read(file, path_i / key);
     }
   }
 }
 
-Bank::Bank(HostedEffect& effect) : parameterNames_(effect.parameterNames()) {
+Bank::Bank(HostedEffect& effect) : parameters_(parametersOf(effect)) {
   const auto selected = static_cast<int>(effect.ask(EffectOpcode::getProgram));
   for (int i = 0; i < effect.record().numPrograms; ++i) {
     Program& program = programs_.emplace_back();
@@ -75,13 +63,20 @@ void Bank::restore(HostedEffect& effect) const {
   effect.setProgram(0);
 }
 
+std::vector<std::string> Bank::names() const {
+  std::vector<std::string> names;
+  for (const Program& program : programs_) names.push_back(program.name.value_or(""));
+  return names;
+}
+
 std::string Bank::text() const {
   auto list = nlohmann::ordered_json::array();
   for (const Program& program : programs_) {
     nlohmann::ordered_json item;
     item["name"] = program.name.value_or("");
     for (const auto& [parameter, value] : program.values) {
-      item[parameterNames_[static_cast<std::size_t>(parameter)]] = shortest(value);
+      const Parameter& one = parameters_[static_cast<std::size_t>(parameter)];
+      item[one.name] = one.shownAt(value);
     }
     list.push_back(item);
   }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/effect/Parameter.h"
+
 class HostedEffect;
 
 // The effect's programs, names and values, as a host keeps them in a file (docs/bank.schema.json).
@@ -21,6 +23,9 @@ class Bank {
   // Puts the programs into an effect, through program selection, parameters and names, and selects the first.
   void restore(HostedEffect& effect) const;
 
+  // The programs' names, from the first on; empty ones where none is known.
+  std::vector<std::string> names() const;
+
   // The text of the file.
   std::string text() const;
 
@@ -30,6 +35,6 @@ class Bank {
     std::map<int, float> values;  // by parameter
   };
 
-  std::vector<std::string> parameterNames_;
+  std::vector<Parameter> parameters_;
   std::vector<Program> programs_;
 };

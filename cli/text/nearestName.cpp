@@ -8,6 +8,10 @@
 
 namespace {
 
+bool isSameLetter(char a, char b) {
+  return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
+}
+
 // Insertions, deletions and replacements between two texts, upper and lower case being the same.
 std::size_t distance(const std::string& a, const std::string& b) {
   std::vector<std::size_t> row(b.size() + 1);
@@ -15,8 +19,7 @@ std::size_t distance(const std::string& a, const std::string& b) {
   for (std::size_t i = 0; i < a.size(); ++i) {
     std::size_t diagonal = row[0]++;
     for (std::size_t j = 0; j < b.size(); ++j) {
-      const bool same =
-          std::tolower(static_cast<unsigned char>(a[i])) == std::tolower(static_cast<unsigned char>(b[j]));
+      const bool same = isSameLetter(a[i], b[j]);
       const std::size_t replaced = diagonal + (same ? 0 : 1);
       diagonal = row[j + 1];
       row[j + 1] = std::min({replaced, row[j] + 1, row[j + 1] + 1});
@@ -37,4 +40,12 @@ std::string suggestName(const std::string& given, const std::vector<std::string>
   std::string list;
   for (const std::string& name : known) list += (list.empty() ? "" : ", ") + name;
   return "known: " + list;
+}
+
+std::vector<std::size_t> namesLike(const std::string& text, const std::vector<std::string>& names) {
+  std::vector<std::size_t> found;
+  for (std::size_t i = 0; i < names.size(); ++i) {
+    if (std::equal(text.begin(), text.end(), names[i].begin(), names[i].end(), isSameLetter)) found.push_back(i);
+  }
+  return found;
 }

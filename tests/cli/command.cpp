@@ -61,7 +61,7 @@ TEST_CASE("every channel is the effect's own answer, to the bit, whatever the bl
     // clang-format off
   } rows[] = {
       {"", 1, 0.5F, 0.5F, 44100}, {"--block 1", 1, 0.5F, 0.5F, 48000}, {"--off", 0, 0.5F, 0.5F, 44100},
-      {"--block 777 --volume 0.31 --fuzz 0.9", 1, 0.31F, 0.9F, 44100}, {"--rate native --volume 1", 1, 1, 0.5F, 32000},
+      {"--block 777 --volume 3.1 --fuzz 9", 1, 0.31F, 0.9F, 44100}, {"--rate native --volume 10", 1, 1, 0.5F, 32000},
       {"--block 65536 --program 3 --fuzz 0", 1, 0.5F, 0, 44100},
   };
   // clang-format on
@@ -129,6 +129,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
                     "\n \"value\": 1}]}}"},
       {"half.json", "{\"parameters\": {\n\"On/Off\": [{\"percent\": 1, \"value\": 0.5}]}}"},
       {"twice.json", "{\n\"programs\": [],\n\"programs\": []}"}, {"broken.json", "{\n\"programs\": [\n  {]\n}"},
+      {"named.json", R"({"programs": [{"name": "Lead"}]})"}, {"switch.json", "{\"programs\": [\n{\"On/Off\": 0.5}]}"},
       {"big.json", "{\"programs\": [{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},\n{}]}"},
   };
   const struct { const char* arguments; int status; const char* culprit; } rows[] = {
@@ -137,7 +138,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"render empty.wav o.wav", 1, "is empty"}, {"render . o.wav", 1, "folder"}, {"render in.wav o.xyz", 2, ".flac"},
       {"render in.wav none/o.wav", 1, "none/o.wav"}, {"render in.wav there.wav", 1, "--force"},
       {"render in.wav link.wav --force", 2, "recording itself"}, {"render text.wav there.wav --force", 1, "text.wav"},
-      {"--volume 1.01", 2, "--volume"}, {"--volume nan", 2, "--volume"}, {"--fuzz 0,5", 2, "--fuzz"},
+      {"--volume 10.1", 2, "--volume"}, {"--volume nan", 2, "--volume"}, {"--fuzz 0,5", 2, "--fuzz"},
       {"--fuz 1", 2, "did you mean --fuzz"}, {"--program 17", 2, "--program"}, {"--block 0", 2, "--block"},
       {"--rate 12", 2, "--rate"}, {"render slow.wav o.wav --rate native", 1, "8000 Hz"}, {"--trim loud", 2, "--trim"},
       {"--tail 1 --no-tail", 2, "--tail"}, {"--module text.wav", 1, "text.wav"},
@@ -153,6 +154,8 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"render in.wav in.wav --out-dir d", 2, "both would become"}, {"riff there.wav", 1, "--force"},
       {"render in.wav --out-dir .", 2, "folder of the recording"},
       {"bank save b.json --set 3,fuz=1", 2, "did you mean fuzz"}, {"bank save b.json --set 17,fuzz=1", 2, "16"},
+      {"--program Init", 2, "16 programs are called Init"}, {"--bank named.json --program laed", 2, "did you mean Lead"},
+      {"--bank switch.json", 1, "switch.json, line 2: /programs/0/On/Off must be 0 (off) or 1 (on)"},
       {"bank save b.json --set 3,name=Lead, loud", 2, "loud"}, {"info > /dev/full", 1, "standard output"},
   };
   // clang-format on
@@ -233,8 +236,8 @@ TEST_CASE("automation lands on its sample, in files of any rate") {
   cli.write("in.wav", in);
   cli.writeText("a.json", R"({"parameters": {
     "On/Off": [{"samples": 0, "value": 1}, {"samples": 1001, "value": 0}, {"percent": 50, "value": 1}],
-    "VOLUME": [{"samples": 0, "value": 0.2}, {"samples": 1000, "value": 0.2}, {"samples": 1040, "value": 0.7}],
-    "FUZZ": [{"seconds": 0, "value": 0.5}]}})");
+    "VOLUME": [{"samples": 0, "value": 2}, {"samples": 1000, "value": 2}, {"samples": 1040, "value": 7}],
+    "FUZZ": [{"seconds": 0, "value": 5}]}})");
   // As a host does it by hand: blocks end where something changes; VOLUME glides over the block [1000, 1040), which is
   // cut at 1001 for the switch, and at 1024, a multiple of 64.
   const struct {
@@ -292,9 +295,9 @@ TEST_CASE("levels and tails") {
   CHECK(render(cli, "in.wav --off").size() == 5000);
 
   cli.write("loud16.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, std::vector<double>(100, -1.0)});
-  render(cli, "loud16.wav --trim -30 --volume 1");
+  render(cli, "loud16.wav --trim -30 --volume 10");
   CHECK(cli.outText.find("clipped") == std::string::npos);
-  CHECK(cli.run("render hot.wav c.flac --trim 30 --volume 1") == 0);
+  CHECK(cli.run("render hot.wav c.flac --trim 30 --volume 10") == 0);
   CHECK(cli.outText.find("samples clipped: lower --volume") != std::string::npos);
 }
 
@@ -306,12 +309,14 @@ TEST_CASE("banks, many files and the riff") {
   CHECK(riff.size() > 8 * 44100);
   CHECK(-*std::min_element(riff.begin(), riff.end()) == doctest::Approx(0.1).epsilon(1e-6));
 
-  REQUIRE(cli.run("bank save b.json --set '3,volume=0.25,fuzz=0.8,name=Lead, loud' --set 4,on=0") == 0);
+  REQUIRE(cli.run("bank save b.json --set '3,volume=2.5,fuzz=8.1,name=Lead, loud' --set 4,on=0") == 0);
   CHECK(cli.run("info --bank b.json --json") == 0);
   CHECK(cli.outText.find("\"name\": \"Lead, loud\"") != std::string::npos);
   CHECK(cli.outText.find("\"uniqueId\": \"KWBR\"") != std::string::npos);
-  const std::vector<double> banked = render(cli, "a.wav --bank b.json --program 3");
-  CHECK(largestDifference(banked, render(cli, "a.wav --volume 0.25 --fuzz 0.8")) == 0.0);
+  CHECK(cli.outText.find("\"VOLUME\": 2.5,") != std::string::npos);
+  CHECK(cli.run("bank save again.json --bank b.json && cmp b.json again.json") == 0);
+  const std::vector<double> banked = render(cli, "a.wav --bank b.json --program 'lead, LOUD'");
+  CHECK(largestDifference(banked, render(cli, "a.wav --volume 2.5 --fuzz 8.1")) == 0.0);
 
   cli.writeText("c.wav", "no sound");
   CHECK(cli.run("render a.wav c.wav b.flac --out-dir new/folder") == 1);

@@ -74,7 +74,7 @@ TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
 
   // At a low level the steady tone must meet the gain that the impulse shows.
   CHECK(cli.run("plot curve --fuzz 0 --frequency 1000 -o c.svg", "PATH=/nowhere") == 1);
-  CHECK(cli.run("plot response --fuzz 0 --volume 0.5 -o r.svg", "PATH=/nowhere") == 1);
+  CHECK(cli.run("plot response --fuzz 0 --volume 5 -o r.svg", "PATH=/nowhere") == 1);
   const auto valueAt = [&cli](const std::string& file, const std::string& start) {
     std::ifstream in(cli.folder / file);
     for (std::string line; std::getline(in, line);) {
@@ -82,10 +82,10 @@ TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
     }
     return 1e9;
   };
-  CHECK(std::fabs(valueAt("c.csv", "\"FUZZ 0\",-100,") + 100.0 - valueAt("r.csv", "\"VOLUME 0.5\",1002.3")) < 0.3);
+  CHECK(std::fabs(valueAt("c.csv", "\"FUZZ 0\",-100,") + 100.0 - valueAt("r.csv", "\"VOLUME 5\",1002.3")) < 0.3);
 
   CHECK(cli.run("plot curve -o c.pdf") == 2);
-  CHECK(cli.run("plot curve -o c.svg --fuzz 0,2") == 2);
+  CHECK(cli.run("plot curve -o c.svg --fuzz 0,11") == 2);
   CHECK(cli.run("plot wave tone.wav --from 2 -o w.svg") == 1);
   CHECK(cli.run("plot spectrum --frequency 30000 -o s.svg") == 2);
   CHECK(cli.files().size() == 4);

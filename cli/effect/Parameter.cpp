@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: MIT
+#include "cli/effect/Parameter.h"
+
+#include <algorithm>
+#include <array>
+#include <charconv>
+
+#include "cli/effect/HostedEffect.h"
+
+float valueAtKnob(double knob) noexcept { return static_cast<float>(knob / kKnobTop); }
+
+double knobAtValue(float value) noexcept {
+  const double exact = static_cast<double>(value) * kKnobTop;
+  // The value's own shortest digits, one power of ten higher.
+  std::array<char, 32> text{};
+  char* const end = text.data() + text.size();
+  char* const digitsEnd = std::to_chars(text.data(), end, value, std::chars_format::scientific).ptr;
+  char* const mark = std::find(text.data(), digitsEnd, 'e');
+  if (mark == digitsEnd) return exact;  // infinite or no number
+  int exponent = 0;
+  std::from_chars(mark[1] == '+' ? mark + 2 : mark + 1, digitsEnd, exponent);
+  double knob = exact;
+  std::from_chars(text.data(), std::to_chars(mark + 1, end, exponent + 1).ptr, knob);
+  // Of all floats from 0 to 1, one rounds to its neighbour this way.
+  return valueAtKnob(knob) == value ? knob : exact;
+}
+
+float Parameter::read(const JsonFile& file, const JsonFile::Path& path) const {
+  const double shown = file.number(path, 0.0, top());
+  if (isSwitch && shown != 0.0 && shown != 1.0) file.fail(path, "must be 0 (off) or 1 (on)");
+  return valueAt(shown);
+}
+
+std::vector<Parameter> parametersOf(const HostedEffect& effect) {
+  std::vector<Parameter> parameters;
+  for (const std::string& name : effect.parameterNames()) {
+    parameters.push_back({name, effect.isSwitch(static_cast<int>(parameters.size()))});
+  }
+  return parameters;
+}
+
+std::vector<std::string> namesOf(const std::vector<Parameter>& parameters) {
+  std::vector<std::string> names;
+  for (const Parameter& parameter : parameters) names.push_back(parameter.name);
+  return names;
+}

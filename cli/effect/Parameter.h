@@ -1,0 +1,39 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/files/JsonFile.h"
+
+class HostedEffect;
+
+// The scale on which people read and turn knobs: 0 to 10, as in the effect's own texts. The interface's values run from
+// 0 to 1.
+inline constexpr double kKnobTop = 10.0;
+
+// The effect's value where a knob shows `knob`: 5 is exactly 0.5F, 3.1 is the float nearest to 0.31.
+float valueAtKnob(double knob) noexcept;
+
+// What the knob shows for an effect's value, in the value's own shortest digits: 3.1 for 0.31F. valueAtKnob() takes it
+// back to the same float, whatever the value.
+double knobAtValue(float value) noexcept;
+
+// One of the effect's parameters: a knob from 0 to 10, or a switch, which is 0 or 1.
+struct Parameter {
+  std::string name;  // as the effect gives it
+  bool isSwitch = false;
+
+  double top() const noexcept { return isSwitch ? 1.0 : kKnobTop; }
+
+  // Between what people read and the effect's value.
+  float valueAt(double shown) const noexcept { return isSwitch ? static_cast<float>(shown) : valueAtKnob(shown); }
+  double shownAt(float value) const noexcept { return isSwitch ? static_cast<double>(value) : knobAtValue(value); }
+
+  // The effect's value for the number at `path`; throws Failure unless that is a position of this knob or switch.
+  float read(const JsonFile& file, const JsonFile::Path& path) const;
+};
+
+// All of an effect's parameters, in the order of their indices.
+std::vector<Parameter> parametersOf(const HostedEffect& effect);
+std::vector<std::string> namesOf(const std::vector<Parameter>& parameters);
