@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: MIT
+// Joins FUZZ to the clip stage's bounds and the two sections that follow it.
 #include "dsp/IIRFilter.h"
 #include "dsp/Taper.h"
 #include "effect/Brumbler.h"

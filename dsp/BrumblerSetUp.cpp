@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The sample-rate set-up: builds everything of the signal path that depends on the rate.
+// The sample-rate set-up: joins the host's rate to everything of the signal path that depends on it, and builds that.
 #include <algorithm>
 #include <cmath>
 #include <iterator>

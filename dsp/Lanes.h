@@ -55,3 +55,11 @@ inline Lanes withoutDenormals(Lanes values) noexcept {
 inline Lanes lowLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 2); }
 inline Lanes highLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 1, 3); }
 inline Lanes lowHighLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 3); }
+
+// Calls step.operator()<count>(i) for the samples from `first` up to `end`: two at a time, then one that is left.
+template <typename Step>
+[[gnu::always_inline]] inline void forEachPair(int first, int end, const Step& step) noexcept {
+  int i = first;
+  for (; i + 1 < end; i += 2) step.template operator()<2>(i);
+  if (i < end) step.template operator()<1>(i);
+}

@@ -6,6 +6,7 @@
 #include "dsp/ClipStage.h"
 #include "dsp/SectionLanes.h"
 #include "dsp/ToneStage.h"
+#include "dsp/VolumeGlide.h"
 
 // The stages of the signal path, as the effect owns them, for one block:
 //
@@ -21,18 +22,6 @@ struct SignalStages {
   double& toneZ1;
   double& toneZ2;
   IIRFilter* post[8];  // lowPeak first
-};
-
-// VOLUME over a block: a straight line from `start` at sample 0.
-struct VolumeGlide {
-  double start;
-  double step;  // per sample
-
-  // `sample` as a double, or two in Lanes.
-  template <typename T>
-  T at(T sample) const noexcept {
-    return start + sample * step;
-  }
 };
 
 // The signal path with all stages in one loop.

@@ -87,7 +87,7 @@ class Brumbler : public Q_TypeBase {
   void setGain();
   bool processBlock(const double* in, double* out, int length, VolumeGlide glide);
   template <typename Function>
-  void forEachSection(Function function) const;
+  void forEachHistory(Function function);  // dsp/BrumblerHistories.h
   bool historiesAreGood() noexcept;
   void forgetBlock() noexcept;
   void storeParameter(int32 index, float value);

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: MIT
+// Joins the effect's fields to whoever looks at all that a block leaves to the next one.
+#pragma once
+
+#include "dsp/IIRFilter.h"
+#include "effect/Brumbler.h"
+
+// Calls function(double& history) for every history of the signal path. The effect is set up.
+template <typename Function>
+void Brumbler::forEachHistory(Function function) {
+  const auto ofSection = [&](IIRFilter& section) {
+    function(section.z1);
+    function(section.z2);
+  };
+  for (IIRFilter* section : {fuzzPeak, lowPeak, fuzzHighpass, dcBlock}) ofSection(*section);
+  for (int32 s = 0; s < adjustCount; ++s) ofSection(*adjustFilters[s]);
+  for (int32 s = 0; s < revCount; ++s) ofSection(*revFilters[s]);
+  for (auto& ofLowpass : ovsState) {
+    for (double& history : ofLowpass) function(history);
+  }
+  function(toneZ1);
+  function(toneZ2);
+}
