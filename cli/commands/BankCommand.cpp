@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/commands/Commands.h"
-#include "cli/commands/effectOptions.h"
+#include "cli/commands/EffectOptions.h"
 #include "cli/effect/Bank.h"
 #include "cli/effect/HostedEffect.h"
 #include "cli/files/PendingFile.h"

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "cli/commands/Commands.h"
-#include "cli/commands/effectOptions.h"
+#include "cli/commands/EffectOptions.h"
 #include "cli/render/RenderBatch.h"
 #include "cli/render/Renderer.h"
 #include "cli/text/Failure.h"

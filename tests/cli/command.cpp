@@ -58,13 +58,14 @@ TEST_CASE("every channel is the effect's own answer, to the bit, whatever the bl
     const char* options;
     float on, volume, fuzz;
     int rate;
-    // clang-format off
   } rows[] = {
-      {"", 1, 0.5F, 0.5F, 44100}, {"--block 1", 1, 0.5F, 0.5F, 48000}, {"--off", 0, 0.5F, 0.5F, 44100},
-      {"--block 777 --volume 3.1 --fuzz 9", 1, 0.31F, 0.9F, 44100}, {"--rate native --volume 10", 1, 1, 0.5F, 32000},
+      {"", 1, 0.5F, 0.5F, 44100},
+      {"--block 1", 1, 0.5F, 0.5F, 48000},
+      {"--off", 0, 0.5F, 0.5F, 44100},
+      {"--block 777 --volume 3.1 --fuzz 9", 1, 0.31F, 0.9F, 44100},
+      {"--rate native --volume 10", 1, 1, 0.5F, 32000},
       {"--block 65536 --program 3 --fuzz 0", 1, 0.5F, 0, 44100},
   };
-  // clang-format on
   for (const auto& row : rows) {
     CAPTURE(row.options);
     CommandLine cli;
@@ -87,7 +88,6 @@ TEST_CASE("format, rate and channels are kept; a dry integer sample comes back a
     const char* out;
     int expected;
     bool exact;
-    // clang-format off
   } rows[] = {
       {wav | SF_FORMAT_PCM_U8, "o.wav", wav | SF_FORMAT_PCM_U8, true},
       {wav | SF_FORMAT_PCM_32, "o.AIFF", aiff | SF_FORMAT_PCM_32, true},
@@ -98,7 +98,6 @@ TEST_CASE("format, rate and channels are kept; a dry integer sample comes back a
       {aiff | SF_FORMAT_PCM_S8, "o.wav", wav | SF_FORMAT_PCM_U8, true},
       {SF_FORMAT_OGG | SF_FORMAT_VORBIS, "o.wav", wav | SF_FORMAT_PCM_24, false},
   };
-  // clang-format on
   for (const auto& c : rows) {
     CAPTURE(c.format);
     CAPTURE(c.out);
@@ -121,27 +120,51 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
   cli.write("in.wav", guitar(44100, 1, 2000));
   cli.write("slow.wav", guitar(8000, 1, 2000));
   fs::create_symlink("in.wav", cli.folder / "link.wav");
-  // clang-format off
-  const struct { const char *name, *content; } files[] = {
-      {"there.wav", "precious"}, {"text.wav", "no sound"}, {"empty.wav", ""},
+  const struct {
+    const char *name, *content;
+  } files[] = {
+      {"there.wav", "precious"},
+      {"text.wav", "no sound"},
+      {"empty.wav", ""},
       {"bad.json", "{\n  \"parameters\": {\n    \"FUZ\": []\n  }\n}\n"},
-      {"late.json", "{\"parameters\": {\"FUZZ\": [\n {\"samples\": 0, \"value\": 0},\n {\"seconds\": 9,"
-                    "\n \"value\": 1}]}}"},
+      {"late.json",
+       "{\"parameters\": {\"FUZZ\": [\n {\"samples\": 0, \"value\": 0},\n {\"seconds\": 9,"
+       "\n \"value\": 1}]}}"},
       {"half.json", "{\"parameters\": {\n\"On/Off\": [{\"percent\": 1, \"value\": 0.5}]}}"},
-      {"twice.json", "{\n\"programs\": [],\n\"programs\": []}"}, {"broken.json", "{\n\"programs\": [\n  {]\n}"},
-      {"named.json", R"({"programs": [{"name": "Lead"}]})"}, {"switch.json", "{\"programs\": [\n{\"On/Off\": 0.5}]}"},
+      {"twice.json", "{\n\"programs\": [],\n\"programs\": []}"},
+      {"broken.json", "{\n\"programs\": [\n  {]\n}"},
+      {"named.json", R"({"programs": [{"name": "Lead"}]})"},
+      {"switch.json", "{\"programs\": [\n{\"On/Off\": 0.5}]}"},
       {"big.json", "{\"programs\": [{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},\n{}]}"},
   };
-  const struct { const char* arguments; int status; const char* culprit; } rows[] = {
-      {"", 2, "subcommand"}, {"rendre in.wav o.wav", 2, "did you mean render"}, {"render in.wav", 2, "IN and OUT"},
-      {"render none.wav o.wav", 1, "none.wav"}, {"render text.wav o.wav", 1, "text.wav"},
-      {"render empty.wav o.wav", 1, "is empty"}, {"render . o.wav", 1, "folder"}, {"render in.wav o.xyz", 2, ".flac"},
-      {"render in.wav none/o.wav", 1, "none/o.wav"}, {"render in.wav there.wav", 1, "--force"},
-      {"render in.wav link.wav --force", 2, "recording itself"}, {"render text.wav there.wav --force", 1, "text.wav"},
-      {"--volume 10.1", 2, "--volume"}, {"--volume nan", 2, "--volume"}, {"--fuzz 0,5", 2, "--fuzz"},
-      {"--fuz 1", 2, "did you mean --fuzz"}, {"--program 17", 2, "--program"}, {"--block 0", 2, "--block"},
-      {"--rate 12", 2, "--rate"}, {"render slow.wav o.wav --rate native", 1, "8000 Hz"}, {"--trim loud", 2, "--trim"},
-      {"--tail 1 --no-tail", 2, "--tail"}, {"--module text.wav", 1, "text.wav"},
+  const struct {
+    const char* arguments;
+    int status;
+    const char* culprit;
+  } rows[] = {
+      {"", 2, "subcommand"},
+      {"rendre in.wav o.wav", 2, "did you mean render"},
+      {"render in.wav", 2, "IN and OUT"},
+      {"render none.wav o.wav", 1, "none.wav"},
+      {"render text.wav o.wav", 1, "text.wav"},
+      {"render empty.wav o.wav", 1, "is empty"},
+      {"render . o.wav", 1, "folder"},
+      {"render in.wav o.xyz", 2, ".flac"},
+      {"render in.wav none/o.wav", 1, "none/o.wav"},
+      {"render in.wav there.wav", 1, "--force"},
+      {"render in.wav link.wav --force", 2, "recording itself"},
+      {"render text.wav there.wav --force", 1, "text.wav"},
+      {"--volume 10.1", 2, "--volume"},
+      {"--volume nan", 2, "--volume"},
+      {"--fuzz 0,5", 2, "--fuzz"},
+      {"--fuz 1", 2, "did you mean --fuzz"},
+      {"--program 17", 2, "--program"},
+      {"--block 0", 2, "--block"},
+      {"--rate 12", 2, "--rate"},
+      {"render slow.wav o.wav --rate native", 1, "8000 Hz"},
+      {"--trim loud", 2, "--trim"},
+      {"--tail 1 --no-tail", 2, "--tail"},
+      {"--module text.wav", 1, "text.wav"},
       {"info --module libm.so.6", 1, "libm.so.6"},
       {"info --module '" BRUMBLER_TESTMODULE "'", 1, "answers no effect record"},
       {"render - o.wav --trim auto < in.wav", 2, "--trim auto"},
@@ -149,16 +172,21 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"--automate bad.json", 1, "bad.json, line 3: /parameters/FUZ is unknown; did you mean FUZZ"},
       {"--automate late.json", 1, "late.json, line 3: /parameters/FUZZ/1/seconds"},
       {"render - o.wav --automate late.json < in.wav", 1, "late.json, line 3"},
-      {"--automate half.json", 1, "half.json, line 2"}, {"--automate twice.json", 1, "twice.json, line 3"},
-      {"--automate broken.json", 1, "broken.json, line 3"}, {"--bank big.json", 1, "big.json, line 2: /programs/16"},
-      {"render in.wav in.wav --out-dir d", 2, "both would become"}, {"riff there.wav", 1, "--force"},
+      {"--automate half.json", 1, "half.json, line 2"},
+      {"--automate twice.json", 1, "twice.json, line 3"},
+      {"--automate broken.json", 1, "broken.json, line 3"},
+      {"--bank big.json", 1, "big.json, line 2: /programs/16"},
+      {"render in.wav in.wav --out-dir d", 2, "both would become"},
+      {"riff there.wav", 1, "--force"},
       {"render in.wav --out-dir .", 2, "folder of the recording"},
-      {"bank save b.json --set 3,fuz=1", 2, "did you mean fuzz"}, {"bank save b.json --set 17,fuzz=1", 2, "16"},
-      {"--program Init", 2, "16 programs are called Init"}, {"--bank named.json --program laed", 2, "did you mean Lead"},
+      {"bank save b.json --set 3,fuz=1", 2, "did you mean fuzz"},
+      {"bank save b.json --set 17,fuzz=1", 2, "16"},
+      {"--program Init", 2, "16 programs are called Init"},
+      {"--bank named.json --program laed", 2, "did you mean Lead"},
       {"--bank switch.json", 1, "switch.json, line 2: /programs/0/On/Off must be 0 (off) or 1 (on)"},
-      {"bank save b.json --set 3,name=Lead, loud", 2, "loud"}, {"info > /dev/full", 1, "standard output"},
+      {"bank save b.json --set 3,name=Lead, loud", 2, "loud"},
+      {"info > /dev/full", 1, "standard output"},
   };
-  // clang-format on
   for (const auto& file : files) cli.writeText(file.name, file.content);
   const std::set<std::string> before = cli.files();
   for (const auto& row : rows) {
@@ -195,19 +223,20 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
   const struct {
     std::string arguments, before, told;
     int status = 1;
-    // clang-format off
   } rows[] = {
       {"render in.wav --off o.wav", "ulimit -f 3;", "make room"},
       {"render in.wav --off o.flac", "ulimit -f 3;", "make room"},
       {"render in.wav --off o.ogg", "ulimit -f 3;", "make room"},
-      {"render in.wav --off o.caf", "ulimit -f 3;", "make room"}, {"plot curve -o c.svg", "ulimit -f 3;", "make room"},
-      {"bank save b.json", "ulimit -f 1;", "make room"}, {"render bad.wav o.wav", "", "at 1.000 s"},
-      {"render long.flac o.wav", "", "ends early"}, {"render cut.wav o.wav", "", "ends early"},
+      {"render in.wav --off o.caf", "ulimit -f 3;", "make room"},
+      {"plot curve -o c.svg", "ulimit -f 3;", "make room"},
+      {"bank save b.json", "ulimit -f 1;", "make room"},
+      {"render bad.wav o.wav", "", "at 1.000 s"},
+      {"render long.flac o.wav", "", "ends early"},
+      {"render cut.wav o.wav", "", "ends early"},
       {"render - o.wav", "head -c 99999 in.wav |", "ends early"},
       {"render - o.wav", signalling("INT"), "at work", 128 + SIGINT},
       {"render - o.wav", signalling("TERM"), "at work", 128 + SIGTERM},
   };
-  // clang-format on
   for (const auto& row : rows) {
     CAPTURE(row.arguments);
     CHECK(cli.run(row.arguments, row.before) == row.status);

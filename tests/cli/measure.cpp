@@ -38,18 +38,25 @@ TEST_CASE("compare finds difference, delay and polarity, and judges by the toler
   cli.write("short.wav", sweep(39990, 0));
   cli.write("stereo.wav", {44100, 2, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(100)});
   cli.write("48k.wav", {48000, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(100)});
-  // clang-format off
-  const struct { const char* arguments; int status; const char* said; } rows[] = {
-      {"a.wav a.wav", 0, "difference  none"}, {"- a.wav <a.wav", 0, "difference  none"},
+  const struct {
+    const char* arguments;
+    int status;
+    const char* said;
+  } rows[] = {
+      {"a.wav a.wav", 0, "difference  none"},
+      {"- a.wav <a.wav", 0, "difference  none"},
       {"a.wav marked.wav", 1, "largest     0.25 (-12.0 dB of full scale) at sample 31234\nRMS         -58.1 dB of"},
       {"a.wav marked.wav --tolerance 0.2501", 0, "first       at sample 31234"},
       {"a.wav marked.wav --tolerance 0.2499", 1, "more than --tolerance 0.2499"},
-      {"a.wav late.wav", 1, "B comes 137 samples later"}, {"late.wav a.wav", 1, "B comes 137 samples earlier"},
-      {"a.wav louder.wav", 1, "upside down"}, {"a.wav short.wav --tolerance 1", 1, "40000 and 39990 samples"},
-      {"a.wav 48k.wav", 1, "44100 and 48000 Hz"}, {"a.wav stereo.wav", 1, "1 and 2 channels"},
-      {"- -", 2, "only one"}, {"a.wav a.wav --tolerance -1", 2, "--tolerance"},
+      {"a.wav late.wav", 1, "B comes 137 samples later"},
+      {"late.wav a.wav", 1, "B comes 137 samples earlier"},
+      {"a.wav louder.wav", 1, "upside down"},
+      {"a.wav short.wav --tolerance 1", 1, "40000 and 39990 samples"},
+      {"a.wav 48k.wav", 1, "44100 and 48000 Hz"},
+      {"a.wav stereo.wav", 1, "1 and 2 channels"},
+      {"- -", 2, "only one"},
+      {"a.wav a.wav --tolerance -1", 2, "--tolerance"},
   };
-  // clang-format on
   for (const auto& c : rows) {
     CAPTURE(c.arguments);
     CHECK(cli.run(std::string("compare ") + c.arguments) == c.status);

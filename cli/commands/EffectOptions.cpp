@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/commands/effectOptions.h"
+#include "cli/commands/EffectOptions.h"
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
