@@ -45,4 +45,7 @@ class FlushToZero {
 #endif
 
   Word saved_;
+
+ public:
+  static constexpr bool kAvailable = kMode != 0;
 };

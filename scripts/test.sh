@@ -2,14 +2,14 @@
 # Installs what is missing, builds for every target that this machine can build for, and runs the tests of each.
 #
 #   scripts/test.sh             all targets
-#   scripts/test.sh TARGET...   only these, as CMakePresets.json names them
+#   scripts/test.sh TARGET...   only these, as CMakePresets.json names them; `web` is the page, built by `wasm`
 #
 # Status 0 when every test of every target passed. A target whose compiler, libraries or emulator are not to be had is
 # left out, and the last lines say so. `release` comes first: the other targets compare their sound with its. `fuzz`
 # looks for new faults, a minute long (tests/fuzz/README.md).
 set -uo pipefail
 cd "$(dirname "$0")/.."
-readonly targets=(release i386 armhf aarch64 asan tsan fuzz)
+readonly targets=(release i386 armhf aarch64 web asan tsan fuzz)
 
 scripts/setup test || exit 1
 
@@ -25,13 +25,17 @@ lacks() {
   rm -f "$program"
 }
 
-lacks_emulator() { command -v "$1" >/dev/null || echo "no $1"; }
+lacks_program() { command -v "$1" >/dev/null || echo "no $1"; }
 
 lacking() {
   case "$1" in
     i386) lacks g++ -m32 ;;
-    armhf) lacks clang++ --target=arm-linux-gnueabihf -fuse-ld=lld && lacks_emulator qemu-arm ;;
-    aarch64) lacks clang++ --target=aarch64-linux-gnu -fuse-ld=lld && lacks_emulator qemu-aarch64 ;;
+    armhf) lacks clang++ --target=arm-linux-gnueabihf -fuse-ld=lld && lacks_program qemu-arm ;;
+    aarch64) lacks clang++ --target=aarch64-linux-gnu -fuse-ld=lld && lacks_program qemu-aarch64 ;;
+    web)
+      lacks clang++ --target=wasm32-wasi -fno-exceptions
+      for program in node npm chromium; do lacks_program "$program"; done
+      ;;
     asan) lacks clang++ -fsanitize=address,undefined ;;
     tsan) lacks clang++ -fsanitize=thread ;;
     fuzz) lacks clang++ -fsanitize=address,undefined,fuzzer-no-link ;;
@@ -65,8 +69,9 @@ for target in "${@:-${targets[@]}}"; do
   fi
   printf '\n== %s ==\n' "$target"
   started=$SECONDS
-  if run "$target"; then verdict=passed; else verdict=FAILED && status=1; fi
-  sound=$(grep -hm 1 'same double' "build/$target/Testing/Temporary/LastTest.log" 2>/dev/null)
+  preset=${target/#web/wasm}
+  if run "$preset"; then verdict=passed; else verdict=FAILED && status=1; fi
+  sound=$(grep -hm 1 'same double' "build/$preset/Testing/Temporary/LastTest.log" 2>/dev/null)
   summary+=("$(printf '%-8s %s in %d s%s' "$target" "$verdict" $((SECONDS - started)) "${sound:+; $sound}")")
 done
 

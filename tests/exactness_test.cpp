@@ -7,6 +7,7 @@
 #include <random>
 #include <vector>
 
+#include "dsp/FlushToZero.h"
 #include "dsp/laneCount.h"
 #include "tests/PlainChain.h"
 #include "tests/Player.h"
@@ -80,6 +81,13 @@ class RandomSession {
     }
   }
 
+  // To the bit. Where the processor cannot flush denormals, the effect clears histories that are far below anything
+  // heard, and the chain does not.
+  static bool same(double value, double expected) {
+    if (!FlushToZero::kAvailable && std::fabs(value) < 1e-150 && std::fabs(expected) < 1e-150) return true;
+    return std::bit_cast<std::uint64_t>(value) == std::bit_cast<std::uint64_t>(expected);
+  }
+
   void block() {
     const int lengths[] = {pick(4), pick(40), pick(300), 64, 1 + pick(3000)};
     const int n = lengths[pick(5)];
@@ -91,7 +99,7 @@ class RandomSession {
     std::vector<double> out = in;
     player_.play(pick(2) == 0 ? in.data() : out.data(), out.data(), n);
     for (std::size_t i = 0; i < in.size(); ++i) {
-      if (std::bit_cast<std::uint64_t>(out[i]) != std::bit_cast<std::uint64_t>(expected[i])) ++differing;
+      if (!same(out[i], expected[i])) ++differing;
     }
     samples += n;
   }

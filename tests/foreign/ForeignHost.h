@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#ifdef BRUMBLER_MODULE
 #include <dlfcn.h>
+#endif
 
 #include <cstdint>
 #include <cstdio>
@@ -54,6 +56,7 @@ inline Word callback(void* effect, std::int32_t opcode, std::int32_t index, Word
   return answer;
 }
 
+#ifdef BRUMBLER_MODULE
 // The built module, loaded while this lives.
 struct Module {
   Module() : handle(dlopen(BRUMBLER_MODULE, RTLD_NOW | RTLD_LOCAL)) {
@@ -66,6 +69,14 @@ struct Module {
 
   void* handle;
 };
+#else
+extern "C" void* getinterface(Callback);
+
+// The module where it is linked in.
+struct Module {
+  static Entry entry() { return getinterface; }
+};
+#endif
 
 // One effect of the module, closed through its record unless a test did.
 struct Effect {
