@@ -29,22 +29,17 @@ SampleRateConverter::SampleRateConverter(int from, int to, int channels)
 }
 
 void SampleRateConverter::convert(const double* samples, int frames, std::vector<double>& out) {
-  if (frames > 0) run(samples, static_cast<std::size_t>(frames), out);  // nothing at all would mean the end
-}
-
-void SampleRateConverter::finish(std::vector<double>& out) { run(nullptr, 0, out); }
-
-void SampleRateConverter::run(const double* samples, std::size_t frames, std::vector<double>& out) {
+  if (frames == 0) return;  // nothing at all would mean the end to the library
+  const auto count = static_cast<std::size_t>(frames);
   std::size_t given = 0;
   std::size_t ready = 0;
   do {
     std::size_t taken = 0;
-    const double* const next = samples != nullptr ? samples + given * channels_ : nullptr;
-    if (const char* const error =
-            soxr_process(converter_.get(), next, frames - given, &taken, piece_.data(), kPieceFrames, &ready)) {
+    if (const char* const error = soxr_process(converter_.get(), samples + given * channels_, count - given, &taken,
+                                               piece_.data(), kPieceFrames, &ready)) {
       throw Failure(std::string("the sample-rate conversion failed (") + error + "); try --rate native");
     }
     given += taken;
     out.insert(out.end(), piece_.begin(), piece_.begin() + static_cast<std::ptrdiff_t>(ready * channels_));
-  } while (given < frames || ready == kPieceFrames);
+  } while (given < count || ready == kPieceFrames);
 }

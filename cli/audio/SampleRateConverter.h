@@ -13,18 +13,14 @@ class SampleRateConverter {
   // Rates in Hz. Throws Failure when the library cannot convert between them.
   SampleRateConverter(int from, int to, int channels);
 
-  // Takes `frames` and appends what is ready to `out`, which lags behind by the length of the filter.
+  // Takes `frames` and appends what is ready to `out`, which lags behind by the length of the filter: what is missing
+  // at the end comes with silence that is played after it.
   void convert(const double* samples, int frames, std::vector<double>& out);
-
-  // Appends the rest, as if silence followed. The last call.
-  void finish(std::vector<double>& out);
 
  private:
   struct Delete {
     void operator()(soxr* converter) const noexcept;
   };
-
-  void run(const double* samples, std::size_t frames, std::vector<double>& out);
 
   std::size_t channels_;
   std::vector<double> piece_;

@@ -13,16 +13,10 @@ RenderSink::RenderSink(AudioWriter* writer, int rate, int channels, double gain,
       gain_(gain),
       fixedTail_(tailSeconds.has_value()),
       longestTail_(std::llround(tailSeconds.value_or(kLongestTailSeconds) * rate)),
-      quietFrames_(std::llround(kQuietSeconds * rate)) {}
+      quietSamples_(static_cast<std::size_t>(std::llround(kQuietSeconds * rate)) * channels_) {}
 
 void RenderSink::write(const double* samples, std::int64_t frames) {
-  const std::int64_t wanted = soundLength_ == std::numeric_limits<std::int64_t>::max()
-                                  ? frames
-                                  : std::min(frames, soundLength_ + longestTail_ - received_);
-  if (wanted <= 0) {
-    complete_ = true;
-    return;
-  }
+  const std::int64_t wanted = std::min(frames, missing());
   scaled_.resize(static_cast<std::size_t>(wanted) * channels_);
   for (std::size_t i = 0; i < scaled_.size(); ++i) {
     scaled_[i] = samples[i] * gain_;
@@ -44,13 +38,11 @@ void RenderSink::write(const double* samples, std::int64_t frames) {
 }
 
 void RenderSink::writeTail(const double* samples, std::int64_t frames) {
-  for (std::int64_t f = 0; f < frames && !complete_; ++f, samples += channels_) {
+  for (std::int64_t f = 0; f < frames && quiet_.size() < quietSamples_; ++f, samples += channels_) {
     quiet_.insert(quiet_.end(), samples, samples + channels_);
     if (std::any_of(samples, samples + channels_, [](double x) { return std::fabs(x) > kQuiet; })) {
       keep(quiet_.data(), static_cast<std::int64_t>(quiet_.size() / channels_));
       quiet_.clear();
-    } else {
-      complete_ = static_cast<std::int64_t>(quiet_.size() / channels_) >= quietFrames_;
     }
   }
 }
@@ -61,10 +53,4 @@ void RenderSink::keep(const double* samples, std::int64_t frames) {
   for (const double* sample = samples; sample != end; ++sample) peak_ = std::max(peak_, std::fabs(*sample));
   if (writer_ != nullptr) writer_->write(samples, static_cast<int>(frames));
   kept_ += frames;
-}
-
-void RenderSink::finish() {
-  const std::int64_t due = fixedTail_ ? soundLength_ + longestTail_ : soundLength_;
-  const std::vector<double> silence(4096 * channels_);
-  while (kept_ < due) keep(silence.data(), std::min<std::int64_t>(4096, due - kept_));
 }

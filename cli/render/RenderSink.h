@@ -21,25 +21,24 @@ class RenderSink {
   // `writer` null: only measures. `tailSeconds` empty: as long as it is heard.
   RenderSink(AudioWriter* writer, int rate, int channels, double gain, std::optional<double> tailSeconds);
 
-  // Frames of silence that a source must play after the sound so that the tail is complete.
-  std::int64_t longestTail() const noexcept { return longestTail_; }
-
   // Tells the length of the sound, once known. No frame after it may have been written before.
   void setSoundLength(std::int64_t frames) noexcept { soundLength_ = frames; }
 
   // Throws Failure when a sample is not a number or cannot be written.
   void write(const double* samples, std::int64_t frames);
 
-  // True when nothing that follows would be kept.
-  bool isComplete() const noexcept { return complete_; }
-
-  // Fills the sound, or its tail of fixed length, up with silence where the chain gave a little less.
-  void finish();
+  // True when nothing that follows would be kept. Until then the source plays silence after the sound.
+  bool isComplete() const noexcept { return quiet_.size() >= quietSamples_ || missing() == 0; }
 
   std::int64_t framesKept() const noexcept { return kept_; }
   double peak() const noexcept { return peak_; }
 
  private:
+  // Frames up to the end of the longest tail.
+  std::int64_t missing() const noexcept {
+    constexpr auto kUnknown = std::numeric_limits<std::int64_t>::max();
+    return soundLength_ == kUnknown ? kUnknown : soundLength_ + longestTail_ - received_;
+  }
   void keep(const double* samples, std::int64_t frames);
   void writeTail(const double* samples, std::int64_t frames);
 
@@ -49,12 +48,11 @@ class RenderSink {
   double gain_;
   bool fixedTail_;
   std::int64_t longestTail_;
-  std::int64_t quietFrames_;
+  std::size_t quietSamples_;
   std::int64_t soundLength_ = std::numeric_limits<std::int64_t>::max();
   std::int64_t received_ = 0;
   std::int64_t kept_ = 0;
   double peak_ = 0.0;
-  bool complete_ = false;
   std::vector<double> scaled_;
   std::vector<double> quiet_;  // the end of the tail so far, kept only if something louder follows
 };

@@ -28,19 +28,17 @@ class Chain {
     back_.emplace(effectRate, rate, channels);
   }
 
-  // Answers what is ready at the file's rate; at the end all the rest. `block` is changed.
-  const std::vector<double>& play(std::vector<double>& block, bool last) {
+  // Answers what is ready at the file's rate, which lags behind where rates are converted. `block` is changed.
+  const std::vector<double>& play(std::vector<double>& block) {
     if (!there_) {
       effects_.process(block.data(), frames(block));
       return block;
     }
     inside_.clear();
     there_->convert(block.data(), frames(block), inside_);
-    if (last) there_->finish(inside_);
     effects_.process(inside_.data(), frames(inside_));
     result_.clear();
     back_->convert(inside_.data(), frames(inside_), result_);
-    if (last) back_->finish(result_);
     return result_;
   }
 
@@ -166,9 +164,9 @@ void Renderer::run(AudioReader& reader, RenderSink& sink, double trim, Progress&
   const int length = settings_.effect.block;
   const std::size_t size = static_cast<std::size_t>(length) * static_cast<std::size_t>(channels);
   std::vector<double> block;
-  const auto play = [&](bool last) {
+  const auto play = [&] {
     scale(block, amplitude(-trim));
-    const std::vector<double>& result = chain.play(block, last);
+    const std::vector<double>& result = chain.play(block);
     sink.write(result.data(), static_cast<std::int64_t>(result.size()) / channels);
   };
 
@@ -178,17 +176,14 @@ void Renderer::run(AudioReader& reader, RenderSink& sink, double trim, Progress&
     got = reader.read(block.data(), length);
     block.resize(static_cast<std::size_t>(got) * static_cast<std::size_t>(channels));
     frames += got;
-    play(false);
+    play();
     progress.add(static_cast<double>(got) / rate);
   }
   if (settings_.automation && !reader.frames()) settings_.automation->trackFor(frames, rate, inner);
 
   sink.setSoundLength(frames);
-  for (std::int64_t silence = sink.longestTail(); silence > 0 && !sink.isComplete(); silence -= length) {
+  while (!sink.isComplete()) {
     block.assign(size, 0.0);
-    play(false);
+    play();
   }
-  block.clear();
-  play(true);
-  sink.finish();
 }
