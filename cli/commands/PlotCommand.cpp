@@ -12,12 +12,12 @@
 
 #include "cli/audio/AudioReader.h"
 #include "cli/commands/Commands.h"
+#include "cli/effect/EffectChannels.h"
 #include "cli/effect/EffectModule.h"
 #include "cli/effect/Parameter.h"
 #include "cli/picture/Measurement.h"
 #include "cli/picture/Outline.h"
 #include "cli/picture/Picture.h"
-#include "cli/render/Renderer.h"
 #include "cli/text/Failure.h"
 #include "cli/text/numbers.h"
 

@@ -9,8 +9,8 @@
 
 #include "cli/commands/Commands.h"
 #include "cli/commands/EffectOptions.h"
-#include "cli/render/RenderBatch.h"
-#include "cli/render/Renderer.h"
+#include "cli/render/FileRenderer.h"
+#include "cli/render/renderFolder.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
 #include "cli/text/numbers.h"
@@ -85,7 +85,7 @@ void renderOne(const Options& options, const EffectModule& module) {
   }
   const auto begin = std::chrono::steady_clock::now();
   Progress progress;
-  const Renderer renderer(module, options.settings);
+  const FileRenderer renderer(module, options.settings);
   renderer.announce(in, progress);
   const RenderResult result = renderer.render(in, out, progress);
   progress.clear();
@@ -116,7 +116,7 @@ void runRender(Options& options) {
   if (options.outDirectory.empty()) {
     renderOne(options, module);
   } else {
-    renderBatch(module, settings, options.files, options.outDirectory);
+    renderFolder(module, settings, options.files, options.outDirectory);
   }
 }
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/render/Renderer.h"
+#include "cli/render/FileRenderer.h"
 
 #include <algorithm>
 #include <cmath>
@@ -9,7 +9,8 @@
 #include "cli/audio/AudioReader.h"
 #include "cli/audio/AudioWriter.h"
 #include "cli/audio/SampleRateConverter.h"
-#include "cli/render/RenderSink.h"
+#include "cli/render/OutputStage.h"
+#include "cli/render/Tail.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
 #include "cli/text/numbers.h"
@@ -67,14 +68,14 @@ std::string clippingText(std::int64_t samples, const RenderSettings& settings) {
 }
 
 // The rate at which the effect runs for a sound. Throws Failure when it cannot run at it.
-int Renderer::effectRate(const AudioReader& reader) const {
+int FileRenderer::effectRate(const AudioReader& reader) const {
   const int rate = reader.format().rate;
   if (!settings_.nativeRate) return std::abs(rate - 44100) <= std::abs(rate - 48000) ? 44100 : 48000;
   if (rate >= kSlowestRate) return rate;
   throw Failure(reader.name() + ": the effect cannot run at " + std::to_string(rate) + " Hz; leave --rate native away");
 }
 
-double Renderer::trimFor(const std::string& in) const {
+double FileRenderer::trimFor(const std::string& in) const {
   if (!settings_.automaticTrim) return settings_.trim;
   AudioReader reader(in, settings_.raw);
   if (!reader.isRereadable()) {
@@ -92,7 +93,7 @@ double Renderer::trimFor(const std::string& in) const {
   return peak > 0.0 ? std::clamp(decibels(peak) - kGuitarPeak, -kMostTrim, kMostTrim) : 0.0;
 }
 
-AudioFormat Renderer::outputFormat(const AudioReader& reader, const std::string& out) const {
+AudioFormat FileRenderer::outputFormat(const AudioReader& reader, const std::string& out) const {
   AudioFormat wanted = reader.format();
   if (out != "-") return inContainer(wanted, containerFor(out), out);
   const int container = settings_.streamContainer.value_or(
@@ -106,7 +107,7 @@ AudioFormat Renderer::outputFormat(const AudioReader& reader, const std::string&
   return wanted;
 }
 
-void Renderer::announce(const std::string& in, Progress& progress) const {
+void FileRenderer::announce(const std::string& in, Progress& progress) const {
   std::error_code error;
   if (!std::filesystem::is_regular_file(in, error)) return;  // a pipe cannot be opened twice
   try {
@@ -118,7 +119,7 @@ void Renderer::announce(const std::string& in, Progress& progress) const {
   }
 }
 
-RenderResult Renderer::render(const std::string& in, const std::string& out, Progress& progress) const {
+RenderResult FileRenderer::render(const std::string& in, const std::string& out, Progress& progress) const {
   const double trim = trimFor(in);
   double gain = amplitude(trim);
   if (settings_.normalize) {
@@ -126,22 +127,22 @@ RenderResult Renderer::render(const std::string& in, const std::string& out, Pro
     if (!reader.isRereadable()) {
       throw Failure("--normalize needs a file, which can be read twice; leave it away for a stream", Failure::usage);
     }
-    RenderSink sink(nullptr, reader.format().rate, reader.format().channels, amplitude(trim), settings_.tail);
-    run(reader, sink, trim, progress);
-    if (sink.peak() > 0.0) gain *= amplitude(*settings_.normalize) / sink.peak();
+    OutputStage output(nullptr, reader.format().rate, reader.format().channels, amplitude(trim), settings_.tail);
+    run(reader, output, trim, progress);
+    if (output.peak() > 0.0) gain *= amplitude(*settings_.normalize) / output.peak();
   }
 
   AudioReader reader(in, settings_.raw);
   const AudioFormat format = outputFormat(reader, out);
   std::optional<std::int64_t> longest = reader.frames();
-  if (longest) *longest += std::llround((settings_.tail.value_or(RenderSink::kLongestTailSeconds) + 1.0) * format.rate);
+  if (longest) *longest += std::llround((settings_.tail.value_or(Tail::kLongestSeconds) + 1.0) * format.rate);
   AudioWriter writer(out, format, settings_.replace, longest);
   writer.copyTexts(reader);
-  RenderSink sink(&writer, format.rate, format.channels, gain, settings_.tail);
-  run(reader, sink, trim, progress);
+  OutputStage output(&writer, format.rate, format.channels, gain, settings_.tail);
+  run(reader, output, trim, progress);
   writer.finish();
 
-  RenderResult result{sink.framesKept(), format.rate, sink.peak(), writer.clipped(), trim, {}};
+  RenderResult result{output.framesKept(), format.rate, output.peak(), writer.clipped(), trim, {}};
   if (writer.format().sampleFormat() != reader.format().sampleFormat()) {
     result.note = out + ": this format has no " + sampleFormatName(reader.format().format) + " samples; wrote " +
                   sampleFormatName(format.format) + " ones";
@@ -151,7 +152,7 @@ RenderResult Renderer::render(const std::string& in, const std::string& out, Pro
   return result;
 }
 
-void Renderer::run(AudioReader& reader, RenderSink& sink, double trim, Progress& progress) const {
+void FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const {
   const int rate = reader.format().rate;
   const int channels = reader.format().channels;
   const int inner = effectRate(reader);
@@ -167,7 +168,7 @@ void Renderer::run(AudioReader& reader, RenderSink& sink, double trim, Progress&
   const auto play = [&] {
     scale(block, amplitude(-trim));
     const std::vector<double>& result = chain.play(block);
-    sink.write(result.data(), static_cast<std::int64_t>(result.size()) / channels);
+    output.write(result.data(), static_cast<std::int64_t>(result.size()) / channels);
   };
 
   std::int64_t frames = 0;
@@ -181,8 +182,8 @@ void Renderer::run(AudioReader& reader, RenderSink& sink, double trim, Progress&
   }
   if (settings_.automation && !reader.frames()) settings_.automation->trackFor(frames, rate, inner);
 
-  sink.setSoundLength(frames);
-  while (!sink.isComplete()) {
+  output.endSound(frames);
+  while (!output.isComplete()) {
     block.assign(size, 0.0);
     play();
   }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/render/RenderBatch.h"
+#include "cli/render/renderFolder.h"
 
 #include <algorithm>
 #include <atomic>
@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 
+#include "cli/render/FileRenderer.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
 
@@ -90,7 +91,7 @@ class Batch {
     std::fprintf(stderr, "brumbler: %s%s\n", before.c_str(), message.c_str());
   }
 
-  Renderer renderer_;
+  FileRenderer renderer_;
   const RenderSettings& settings_;
   const std::vector<std::string>& files_;
   const std::string& directory_;
@@ -104,8 +105,8 @@ class Batch {
 
 }  // namespace
 
-void renderBatch(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& files,
-                 const std::string& directory) {
+void renderFolder(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& files,
+                  const std::string& directory) {
   checkList(files, directory);
   const auto begin = std::chrono::steady_clock::now();
   Batch batch(module, settings, files, directory);

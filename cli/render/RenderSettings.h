@@ -9,11 +9,6 @@
 #include "cli/effect/Automation.h"
 #include "cli/effect/EffectChannels.h"
 
-class AudioReader;
-class AudioWriter;
-class Progress;
-class RenderSink;
-
 // How recordings are rendered; the same for all of one command.
 struct RenderSettings {
   EffectSettings effect;
@@ -42,30 +37,3 @@ struct RenderResult {
 
 // Ends the line about a result: how many samples were clipped and how to avoid it; empty when none was.
 std::string clippingText(std::int64_t samples, const RenderSettings& settings);
-
-// Plays recordings through the effect. Streams: what it holds does not grow with the recording.
-// Any thread may render, several at once, too.
-class Renderer {
- public:
-  // The peak, in dBFS, of a sound that --trim auto takes for a guitar at its own level. It is about where the effect
-  // itself peaks whatever goes in, so the result comes out near the recording's own peak.
-  static constexpr double kGuitarPeak = -24.0;
-  static constexpr double kMostTrim = 30.0;  // dB, either way
-
-  Renderer(const EffectModule& module, const RenderSettings& settings) : module_(module), settings_(settings) {}
-
-  // Tells the bar how much render() will add for `in`; nothing when that cannot be told.
-  void announce(const std::string& in, Progress& progress) const;
-
-  // Renders `in` to `out`, either of which may be "-". Throws Failure, leaving no new file.
-  RenderResult render(const std::string& in, const std::string& out, Progress& progress) const;
-
- private:
-  int effectRate(const AudioReader& reader) const;
-  double trimFor(const std::string& in) const;
-  AudioFormat outputFormat(const AudioReader& reader, const std::string& out) const;
-  void run(AudioReader& reader, RenderSink& sink, double trim, Progress& progress) const;
-
-  const EffectModule& module_;
-  const RenderSettings& settings_;
-};

@@ -1,0 +1,40 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <string>
+
+#include "cli/render/RenderSettings.h"
+
+class AudioReader;
+class OutputStage;
+class Progress;
+
+// Plays one recording at a time through the effect, from file to file:
+//
+//   AudioReader - trim - EffectChannels, between two SampleRateConverters - OutputStage - AudioWriter
+//
+// Streams: what it holds does not grow with the recording. Any thread may render, several at once, too.
+class FileRenderer {
+ public:
+  // The peak, in dBFS, of a sound that --trim auto takes for a guitar at its own level. It is about where the effect
+  // itself peaks whatever goes in, so the result comes out near the recording's own peak.
+  static constexpr double kGuitarPeak = -24.0;
+  static constexpr double kMostTrim = 30.0;  // dB, either way
+
+  FileRenderer(const EffectModule& module, const RenderSettings& settings) : module_(module), settings_(settings) {}
+
+  // Tells the bar how much render() will add for `in`; nothing when that cannot be told.
+  void announce(const std::string& in, Progress& progress) const;
+
+  // Renders `in` to `out`, either of which may be "-". Throws Failure, leaving no new file.
+  RenderResult render(const std::string& in, const std::string& out, Progress& progress) const;
+
+ private:
+  int effectRate(const AudioReader& reader) const;
+  double trimFor(const std::string& in) const;
+  AudioFormat outputFormat(const AudioReader& reader, const std::string& out) const;
+  void run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const;
+
+  const EffectModule& module_;
+  const RenderSettings& settings_;
+};

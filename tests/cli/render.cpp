@@ -1,0 +1,108 @@
+// SPDX-License-Identifier: MIT
+// What `brumbler render` makes of recordings: their ends, levels, formats and what else they hold.
+#include <doctest/doctest.h>
+
+#include "cli/render/Tail.h"
+#include "tests/cli/CommandLine.h"
+#include "tests/cli/Sounds.h"
+
+namespace {
+
+// The same sound with `seconds` of silence behind it.
+Sound padded(Sound sound, double seconds) {
+  const auto frames = static_cast<std::size_t>(std::llround(seconds * sound.rate));
+  sound.samples.resize(sound.samples.size() + frames * static_cast<std::size_t>(sound.channels));
+  return sound;
+}
+
+// Cut off at its loudest.
+Sound chord(int rate, int channels, int frames) {
+  Sound sound = guitar(rate, channels, frames + 25000);
+  sound.samples.resize(static_cast<std::size_t>(frames) * static_cast<std::size_t>(channels));
+  return sound;
+}
+
+}  // namespace
+
+TEST_CASE("a tail is what the effect gives for silence there, to the bit, and as long as it is heard") {
+  const struct {
+    int rate, channels, frames;
+    const char* options;
+    bool isPiped = false;
+  } rows[] = {
+      {22050, 1, 20000, ""},
+      {32000, 2, 20000, ""},
+      {88200, 1, 40000, ""},
+      {96000, 2, 40960, "--block 64"},
+      {44100, 1, 51200, ""},
+      {44100, 1, 51201, ""},
+      {48000, 3, 512, "--block 1"},
+      {44100, 2, 51200, "--block 65536"},
+      {32000, 1, 32000, "--normalize -3 --trim 6"},
+      {44100, 1, 51200, "--automate a.json"},
+      {96000, 1, 51200, "--automate a.json --block 512"},
+      {44100, 1, 51200, "", true},
+      {22050, 2, 20480, "", true},
+  };
+  for (const auto& row : rows) {
+    CAPTURE(row.rate);
+    CAPTURE(row.frames);
+    CAPTURE(row.options);
+    CommandLine cli;
+    cli.writeText("a.json", R"({"parameters": {"VOLUME": [{"samples": 300, "value": 0}, {"samples": 5000, "value": 1}],
+                                               "On/Off": [{"samples": 0, "value": 1}]}})");
+    const Sound in = chord(row.rate, row.channels, row.frames);
+    cli.write("in.wav", in);
+    cli.write("padded.wav", padded(in, 2.0));
+    const std::string options = row.options;
+    const auto play = [&](const std::string& tail) {
+      if (!row.isPiped) return render(cli, "in.wav " + options + tail);
+      REQUIRE(cli.run("render - --force o.wav " + options + tail, "cat in.wav |") == 0);
+      return cli.read("o.wav").samples;
+    };
+    std::vector<double> expected = render(cli, "padded.wav --no-tail " + options);
+    CHECK(largestDifference(play(" --tail 2"), expected) == 0.0);
+
+    const auto isHeard = [](double x) { return std::fabs(x) > std::pow(10.0, -90.0 / 20.0); };
+    const auto last =
+        static_cast<std::size_t>(std::find_if(expected.rbegin(), expected.rend(), isHeard).base() - expected.begin());
+    REQUIRE(last > in.samples.size() + 100);
+    expected.resize((last + channels - 1) / channels * channels);
+    CHECK(largestDifference(play(""), expected) == 0.0);
+    expected.resize(in.samples.size());
+    if (options.find("--normalize") == std::string::npos) CHECK(largestDifference(play(" --no-tail"), expected) == 0.0);
+  }
+}
+
+TEST_CASE("an open tail waits for a quarter of a second of quiet, two seconds at most") {
+  const struct {
+    std::vector<std::pair<double, double>> samples;  // seconds and amplitude
+    double kept;                                     // seconds
+  } rows[] = {
+      {{}, 0.0},
+      {{{0.2, 3.16e-5}}, 0.0},
+      {{{0.2, -3.17e-5}}, 0.2},
+      {{{0.249, 1.0}, {0.498, 1.0}}, 0.498},
+      {{{0.251, 1.0}}, 0.0},
+      {{{0.1, 1.0}, {0.352, 1.0}}, 0.1},
+      {{{0.2, 1}, {0.4, 1}, {0.6, 1}, {0.8, 1}, {1.0, 1}, {1.2, 1}, {1.4, 1}, {1.6, 1}, {1.8, 1}, {1.999, 1}, {2.1, 1}},
+       1.999},
+  };
+  constexpr int kRate = 1000;
+  for (const auto& row : rows) {
+    CAPTURE(row.kept);
+    for (const std::size_t piece : {2, 70, 10000}) {
+      Tail tail(kRate, 2, std::nullopt);
+      std::vector<double> sound(2 * 3 * kRate);
+      for (const auto& [seconds, amplitude] : row.samples) {
+        sound[2 * static_cast<std::size_t>(std::llround(seconds * kRate)) - 1] = amplitude;  // in the frame before
+      }
+      std::size_t kept = 0;
+      for (std::size_t at = 0; at < sound.size() && !tail.isComplete(); at += piece) {
+        kept += tail.take(std::span(sound).subspan(at, std::min(piece, sound.size() - at))).size();
+      }
+      CHECK(kept == 2 * static_cast<std::size_t>(std::llround(row.kept * kRate)));
+      CHECK(tail.isComplete());
+    }
+  }
+}
