@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstdint>
 
 #include "dsp/ClipStage.h"
 #include "dsp/SectionLanes.h"
@@ -23,6 +24,9 @@ struct SignalStages {
   double& toneZ2;
   IIRFilter* post[8];  // lowPeak first
 };
+
+// Counts the steps of a block, which end behind its last sample: the longest block has 2^31 - 1.
+using Step = std::int64_t;
 
 // The signal path with all stages in one loop.
 //
@@ -57,27 +61,27 @@ class SignalPath {
 
   // Runs the steps from `first` up to `end`, of blockLength + kDelay in all. `steps` holds for each the sample that
   // comes in (anything for the last kDelay) and is given the output for the sample kDelay before.
-  void run(double* steps, int first, int end) noexcept {
+  void run(double* steps, Step first, Step end) noexcept {
     const auto atRest = ToneCoefficients<double>::forVolume(toneK_, volume_.start);
-    int n = first;
-    const auto runEdge = [&](int until) {
+    Step n = first;
+    const auto runEdge = [&](Step until) {
       for (; n < until; ++n) {
-        if (n <= kDelay) enter(n);
+        if (n <= kDelay) enter(static_cast<int>(n));
         steps[n - first] = edgeStep(steps[n - first], n, volume_.step == 0.0 ? atRest : toneAt(n));
-        if (n >= blockLength_ - 1) leave(n - (blockLength_ - 1));
+        if (n >= blockLength_ - 1) leave(static_cast<int>(n - (blockLength_ - 1)));
       }
     };
-    runEdge(std::min(end, kDelay + 1));
+    runEdge(std::min<Step>(end, kDelay + 1));
     // In between nothing comes or goes. A copy that nobody else sees stays in registers: the clip stage's alone, whose
     // recurrences set the pace. With copies of all, there are too few registers, and these are the first to suffer.
-    const int innerEnd = std::min(end, blockLength_ - 1);
+    const Step innerEnd = std::min<Step>(end, blockLength_ - 1);
     if (n < innerEnd) {
       ClipStage clip = clip_;
       if (volume_.step == 0.0) {
         for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], atRest);
       } else {
         for (; n + 1 < innerEnd; n += 2) {
-          const double sample = n - kTone;
+          const auto sample = static_cast<double>(n - kTone);
           const auto both = ToneCoefficients<Lanes>::forVolume(toneK_, volume_.at(Lanes{sample, sample + 1.0}));
           steps[n - first] = step(clip, steps[n - first], both.lane(0));
           steps[n + 1 - first] = step(clip, steps[n + 1 - first], both.lane(1));
@@ -106,8 +110,9 @@ class SignalPath {
     post_.leave(n - kDecimate);
   }
 
-  ToneCoefficients<double> toneAt(int n) const noexcept {
-    return ToneCoefficients<double>::forVolume(toneK_, volume_.at<double>(std::clamp(n - kTone, 0, blockLength_ - 1)));
+  ToneCoefficients<double> toneAt(Step n) const noexcept {
+    const auto sample = static_cast<double>(std::clamp<Step>(n - kTone, 0, blockLength_ - 1));
+    return ToneCoefficients<double>::forVolume(toneK_, volume_.at(sample));
   }
 
   // Each stage works on what the others made of their samples in the last step, `post` also on this step's. The parts
@@ -133,8 +138,8 @@ class SignalPath {
   }
 
   // The same with only those stages that have a sample to work on.
-  double edgeStep(double sample, int n, const ToneCoefficients<double>& tone) noexcept {
-    const int last = n - (blockLength_ - 1);  // steps since the last sample came in
+  double edgeStep(double sample, Step n, const ToneCoefficients<double>& tone) noexcept {
+    const Step last = n - (blockLength_ - 1);  // steps since the last sample came in
     if (n >= kInterpolate && last <= kDecimate) clip_.step(pre_.output(2));
     if (last < kInterpolate) pre_.step(sample, pre_.output(0));
     if (n >= kDecimate) {

@@ -36,16 +36,18 @@ bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcep
   SignalPath<width> path(stages, mixer.volume, length);
   double piece[kPiece];
   bool good = true;
-  for (int first = 0; first < length + kDelay; first += kPiece) {
-    const int end = std::min(first + kPiece, length + kDelay);
-    const int inputEnd = std::clamp(end, first, std::max(first, length));
+  const Step steps = Step{length} + kDelay;
+  for (Step first = 0; first < steps; first += kPiece) {
+    const Step end = std::min(first + kPiece, steps);
+    const int count = static_cast<int>(end - first);
+    const int inputs = static_cast<int>(std::clamp<Step>(length - first, 0, count));
     Intake intake;
-    intake.take(mixer.dry, first, inputEnd, piece);
+    intake.take(mixer.dry + std::min<Step>(first, length), inputs, piece);
     good &= intake.good();
-    std::fill(piece + (inputEnd - first), piece + (end - first), 0.0);  // any number will do, but not a slow one
+    std::fill(piece + inputs, piece + count, 0.0);  // any number will do, but not a slow one
     path.run(piece, first, end);
-    const int skipped = std::max(kDelay - first, 0);
-    good &= mixer.run(piece + skipped, first + skipped - kDelay, end - kDelay);
+    const int skipped = static_cast<int>(std::max<Step>(kDelay - first, 0));
+    good &= mixer.run(piece + skipped, static_cast<int>(first - kDelay) + skipped, static_cast<int>(end - kDelay));
   }
   return good;
 }

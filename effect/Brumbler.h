@@ -88,6 +88,7 @@ class Brumbler : public Q_TypeBase {
   bool processBlock(const double* in, double* out, int length, VolumeGlide glide);
   template <typename Function>
   void forEachHistory(Function function);  // dsp/BrumblerHistories.h
+  bool lookIsDue(int32 length) noexcept;
   bool historiesAreGood() noexcept;
   void forgetBlock() noexcept;
   void storeParameter(int32 index, float value);
@@ -133,7 +134,7 @@ class Brumbler : public Q_TypeBase {
   double clipThrNeg = 0.0;
   int32 workBufLen = 0;  // samples that gainBuffer holds, and the switch buffer at least
 
-  int32 samplesUnchecked = 0;  // since the last look at the histories
+  int32 samplesToLook = 64;  // until the next look at the histories
 
   friend struct FieldOffsets;
   friend struct LayoutCheck;

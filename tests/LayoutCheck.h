@@ -10,6 +10,18 @@ struct LayoutCheck {
   static bool plays(const Brumbler& b, int32 samples) { return b.switchFader != nullptr && samples <= b.workBufLen; }
   static double curSampleRate(const Brumbler& b) { return b.curSampleRate; }
 
+  static bool lookIsDue(Brumbler& b, int32 length) { return b.lookIsDue(length); }
+
+  // Puts `value` into history number `which`, if there is one so numbered; returns how many there are. The effect is
+  // set up.
+  static int spoilHistory(Brumbler& b, int which, double value) {
+    int i = 0;
+    b.forEachHistory([&](double& history) {
+      if (i++ == which) history = value;
+    });
+    return i;
+  }
+
   // Whether a history of the signal path holds a denormal number. The effect is set up.
   static bool denormalLingers(Brumbler& b) {
     bool lingers = false;

@@ -4,10 +4,12 @@
 
 #include <bit>
 #include <cstdint>
+#include <limits>
 #include <random>
 #include <vector>
 
 #include "dsp/FlushToZero.h"
+#include "dsp/SignalPath.h"
 #include "dsp/laneCount.h"
 #include "tests/PlainChain.h"
 #include "tests/Player.h"
@@ -25,8 +27,8 @@ class RandomSession {
   void step() {
     switch (pick(12)) {
       case 0: setParameter(0, pick(3) == 0 ? uniform() : static_cast<float>(pick(2))); break;
-      case 1: setParameter(1, pick(4) == 0 ? static_cast<float>(pick(2)) : uniform()); break;
-      case 2: setParameter(2, pick(4) == 0 ? static_cast<float>(pick(2)) : uniform()); break;
+      case 1: setParameter(1, pick(4) == 0 ? kOddVolumes[pick(7)] : uniform()); break;
+      case 2: setParameter(2, pick(4) == 0 ? kOddFuzzes[pick(8)] : uniform()); break;
       case 3: setProgram(pick(16)); break;
       case 4:
         if (pick(30) == 0) setRate(kRates[pick(6)]);
@@ -37,6 +39,8 @@ class RandomSession {
 
  private:
   static constexpr int kRates[] = {44100, 48000, 88200, 96000, 22050, 192000};
+  static constexpr float kOddVolumes[] = {0.0F, 1.0F, -0.857F, -0.3F, 2.5F, 100.0F, 1e30F};
+  static constexpr float kOddFuzzes[] = {0.0F, 1.0F, -9.0F, -0.6F, 2.5F, 3.0F, 7.0F, 9.0F};
 
   int pick(int below) { return std::uniform_int_distribution<int>(0, below - 1)(random_); }
   float uniform() { return std::uniform_real_distribution<float>(0.0F, 1.0F)(random_); }
@@ -115,6 +119,34 @@ class RandomSession {
   double phase_ = 0.0;
 };
 
+// Outputs and histories of a path that runs the first 30 and the last 70 samples of a block of `length`.
+std::vector<double> endsOfBlock(int length) {
+  filterPrm_tag peak{FT_PEQ, 2000.0, 0.0, 0.0, 1.4, 6.0, 44100.0};
+  std::vector<IIRFilter> s(11, IIRFilter(&peak));
+  const double a[] = {4.75, -9.07, 8.69, -4.18, 0.806};
+  const double b[] = {6e-6, -9e-7, 6e-6, 6e-6, -9e-7, 6e-6};
+  double histories[2][6] = {};
+  double z1 = 0.0, z2 = 0.0;
+  const SignalStages stages{{&s[0], &s[1], &s[2]},
+                            a,
+                            b,
+                            histories,
+                            ClipCurve(Brumbler::clip[0], 1e-3, -8e-4, 1e3),
+                            0.07,
+                            0.11,
+                            z1,
+                            z2,
+                            {&s[3], &s[4], &s[5], &s[6], &s[7], &s[8], &s[9], &s[10]}};
+  std::vector<double> steps = pluckedStrings(100 + SignalPath<2>::kDelay);
+  SignalPath<2> path(stages, VolumeGlide{0.5, 0.0}, length);
+  path.run(steps.data(), 0, 30);
+  path.run(steps.data() + 30, Step{length} - 70, Step{length} + SignalPath<2>::kDelay);
+  for (const IIRFilter& section : s) steps.insert(steps.end(), {section.z1, section.z2});
+  steps.insert(steps.end(), &histories[0][0], &histories[0][0] + 12);
+  steps.insert(steps.end(), {z1, z2});
+  return steps;
+}
+
 }  // namespace
 
 TEST_CASE("every processed sample equals the plain chain's, to the bit, whatever the lanes") {
@@ -132,4 +164,9 @@ TEST_CASE("every processed sample equals the plain chain's, to the bit, whatever
   laneCount = widest;
   CHECK(samples > 2000000);
   MESSAGE(samples << " samples compared, half of them with " << widest << " lanes");
+}
+
+TEST_CASE("the longest block there can be opens and closes as a short one does") {
+  const Player forItsTable;
+  CHECK(endsOfBlock(std::numeric_limits<int>::max()) == endsOfBlock(100));
 }
