@@ -13,8 +13,7 @@
 #include "dsp/laneCount.h"
 #include "effect/Brumbler.h"
 #include "effect/RecursiveMutex.h"
-#include "host/Opcodes.h"
-#include "host/Q_TypeIF.h"
+#include "host/HostedEffect.h"
 #include "tests/PlainChain.h"
 
 namespace {
@@ -22,37 +21,10 @@ namespace {
 constexpr int kLongest = 4096;  // samples of a block
 constexpr int kSlice = 1024;    // samples that one run works on, at least
 
-intptr host(AEffect* /*effect*/, int32 opcode, int32 /*index*/, intptr /*value*/, void* /*ptr*/, float /*opt*/) {
-  switch (static_cast<HostOpcode>(opcode)) {
-    case HostOpcode::version: return 2400;
-    case HostOpcode::getSampleRate: return 44100;
-    case HostOpcode::getBlockSize: return 1024;
-    default: return 0;
-  }
-}
-
 // The effect, used through its record.
-class Instance {
+class Instance : public HostedEffect {
  public:
-  explicit Instance(int blockSize = kLongest) {
-    const std::unique_ptr<Q_TypeIF> wrapper(getinterface(host));
-    record_ = wrapper->aeffect;
-    dispatch(EffectOpcode::setSampleRate, 0, 44100.0F);
-    dispatch(EffectOpcode::setBlockSize, blockSize, 0.0F);
-  }
-  Instance(const Instance&) = delete;
-  Instance& operator=(const Instance&) = delete;
-  ~Instance() { dispatch(EffectOpcode::close, 0, 0.0F); }
-
-  void set(Brumbler::Parameter index, float value) { record_->setParameter(record_, index, value); }
-  void process(double* in, double* out, int n) { record_->processDoubleReplacing(record_, &in, &out, n); }
-
- private:
-  void dispatch(EffectOpcode opcode, intptr value, float opt) {
-    record_->dispatcher(record_, static_cast<int32>(opcode), 0, value, nullptr, opt);
-  }
-
-  AEffect* record_ = nullptr;
+  explicit Instance(int blockSize = kLongest) : HostedEffect(getinterface, 44100, blockSize) {}
 };
 
 // The plain chain in the same frame: the effect's kind of lock and flush-to-zero around every block. Called, as the
@@ -233,7 +205,7 @@ void addSignals(std::vector<Measurement>& all) {
     for (const auto& [name, samples] : signals) {
       for (const float onOff : {1.0F, 0.0F}) {
         const auto effect = std::make_shared<Instance>();
-        effect->set(Brumbler::kOnOff, onOff);
+        effect->setParameter(Brumbler::kOnOff, onOff);
         all.push_back(walkingSubject("signal " + std::to_string(n), name + std::string(onOff == 1.0F ? "" : ", dry"),
                                      samples, n, effect));
       }
@@ -248,7 +220,7 @@ void addParameters(std::vector<Measurement>& all) {
     all.push_back(walking(group + std::string(" ") + std::to_string(n), name, noise(0.3), n,
                           [=, first = false](double* in, double* out, int length) mutable {
                             first = !first;
-                            effect->set(parameter, first ? 0.3F : other);
+                            effect->setParameter(parameter, first ? 0.3F : other);
                             effect->process(in, out, length);
                           }));
   };

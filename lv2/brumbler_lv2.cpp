@@ -8,14 +8,17 @@
 #include <memory>
 #include <new>
 
+#include "host/HostedEffect.h"
 #include "lv2/BlockLength.h"
-#include "lv2/LinkedEffect.h"
 #include "lv2/Trim.h"
 
 namespace {
 
 // The numbers are the bundle's interface: they never change.
 enum Port : std::uint32_t { kIn, kOut, kOn, kVolume, kFuzz, kTrim, kNumPorts };
+
+// The effect's.
+enum Parameter : std::int32_t { kOnOff, kLoudness, kDirt };
 
 constexpr int kNumControls = kNumPorts - kOn;
 constexpr float kKnobTop = 10.0F;   // where the effect's 1.0 stands on the knob
@@ -36,7 +39,7 @@ class Instance {
       : rate_(rate),
         blockLength_(blockLength),
         block_(new double[static_cast<std::size_t>(blockLength)]),
-        effect_(std::make_unique<LinkedEffect>(rate, blockLength)) {
+        effect_(std::make_unique<HostedEffect>(getinterface, rate, blockLength)) {
     if (!effect_->exists()) throw std::bad_alloc();
   }
 
@@ -53,7 +56,7 @@ class Instance {
   // played; when there is no storage for it, the old one goes on.
   void activate() noexcept {
     if (!fresh_) {
-      std::unique_ptr<LinkedEffect> next(new (std::nothrow) LinkedEffect(rate_, blockLength_));
+      std::unique_ptr<HostedEffect> next(new (std::nothrow) HostedEffect(getinterface, rate_, blockLength_));
       if (next != nullptr && next->exists()) effect_ = std::move(next);
     }
     fresh_ = true;
@@ -65,8 +68,7 @@ class Instance {
     if (samples == 0 || in_ == nullptr || out_ == nullptr) return;
     landParameters();
     if (fresh_) {
-      // The first sound has the volume of its knob at once, so that it does not depend on the block length.
-      effect_->process(block_.get(), 0);
+      effect_->start();
       trim_.reset(trimControl());
       fresh_ = false;
     }
@@ -85,15 +87,15 @@ class Instance {
   float control(Port port) const noexcept { return *controls_[port - kOn]; }
   float trimControl() const noexcept { return within(-kTrimMost, control(kTrim), kTrimMost); }
   void landParameters() noexcept {
-    effect_->setParameter(LinkedEffect::kOnOff, control(kOn) > 0.0F ? 1.0F : 0.0F);
-    effect_->setParameter(LinkedEffect::kVolume, within(0.0F, control(kVolume), kKnobTop) / kKnobTop);
-    effect_->setParameter(LinkedEffect::kFuzz, within(0.0F, control(kFuzz), kKnobTop) / kKnobTop);
+    effect_->setParameter(kOnOff, control(kOn) > 0.0F ? 1.0F : 0.0F);
+    effect_->setParameter(kLoudness, within(0.0F, control(kVolume), kKnobTop) / kKnobTop);
+    effect_->setParameter(kDirt, within(0.0F, control(kFuzz), kKnobTop) / kKnobTop);
   }
 
   std::int32_t rate_;
   std::int32_t blockLength_;
   std::unique_ptr<double[]> block_;
-  std::unique_ptr<LinkedEffect> effect_;
+  std::unique_ptr<HostedEffect> effect_;
   bool fresh_ = true;  // the effect has not heard a sample yet
   Trim trim_;
   const float* in_ = nullptr;

@@ -5,43 +5,27 @@
 #include <vector>
 
 #include "effect/Brumbler.h"
-#include "host/Q_TypeIF.h"
+#include "host/HostedEffect.h"
 
 using Sound = std::vector<double>;
 
-// An effect and a host that plays through it, as a host does: from an exported entry on, through the record alone.
+// An effect under our own host. It plays from the first block on as the effect does, without start().
 class Player {
  public:
-  explicit Player(int32 rate = 44100, int32 announced = 1024) {
-    Q_TypeIF* const wrapper = getinterface(answer);
-    if (wrapper == nullptr) return;
-    record_ = wrapper->aeffect;
-    delete wrapper;
-    announce(announced);
-    setUp(rate);
-  }
-  Player(Player&&) = delete;
-  ~Player() {
-    if (record_ != nullptr) dispatch(EffectOpcode::close, 0, 0.0F);
-  }
+  explicit Player(int32 rate = 44100, int32 announced = 1024)
+      : host_(getinterface, rate, announced), rate_(rate), announced_(announced) {}
 
-  bool exists() const { return record_ != nullptr; }
-  Brumbler& effect() { return static_cast<Brumbler&>(*static_cast<AudioEffect*>(record_->object)); }
+  bool exists() const { return host_.exists(); }
+  Brumbler& effect() { return static_cast<Brumbler&>(host_.extension()); }
 
-  // The host answers `rate` when asked, and announces it, or `announced`.
-  void setUp(int32 rate) { setUp(rate, static_cast<float>(rate)); }
-  void setUp(int32 rate, float announced) {
-    hostRate = rate;
-    dispatch(EffectOpcode::setSampleRate, 0, announced);
-  }
-  void announce(int32 samples) { dispatch(EffectOpcode::setBlockSize, samples, 0.0F); }
-  void setProgram(int32 program) { dispatch(EffectOpcode::setProgram, program, 0.0F); }
-  void set(int32 parameter, float value) { record_->setParameter(record_, parameter, value); }
+  void setUp(int32 rate) { host_.announce(rate_ = rate, announced_); }
+  // Announces `rate` alone, and answers the one before when it is asked.
+  void announceRate(float rate) { host_.ask(EffectOpcode::setSampleRate, 0, 0, nullptr, rate); }
+  void announce(int32 samples) { host_.announce(rate_, announced_ = samples); }
+  void setProgram(int32 program) { host_.setProgram(program); }
+  void set(int32 parameter, float value) { host_.setParameter(parameter, value); }
 
-  void play(const double* in, double* out, int32 length) {
-    auto* source = const_cast<double*>(in);
-    record_->processDoubleReplacing(record_, &source, &out, length);
-  }
+  void play(const double* in, double* out, int32 length) { host_.process(in, out, length); }
   Sound play(const Sound& in) {
     Sound out(in.size());
     play(in.data(), out.data(), static_cast<int32>(in.size()));
@@ -49,16 +33,9 @@ class Player {
   }
 
  private:
-  void dispatch(EffectOpcode opcode, intptr value, float opt) {
-    record_->dispatcher(record_, static_cast<int32>(opcode), 0, value, nullptr, opt);
-  }
-
-  inline static thread_local int32 hostRate = 0;
-  static intptr answer(AEffect* /*e*/, int32 opcode, int32 /*i*/, intptr /*v*/, void* /*p*/, float /*o*/) {
-    return opcode == static_cast<int32>(HostOpcode::getSampleRate) ? hostRate : 2400;
-  }
-
-  AEffect* record_ = nullptr;
+  HostedEffect host_;
+  int32 rate_;
+  int32 announced_;
 };
 
 // Sample `n` of a bass line: a string is plucked four times a second, each time at another pitch, and dies away.

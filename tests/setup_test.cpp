@@ -83,7 +83,7 @@ TEST_CASE("without storage a set-up, or a block longer than announced, leaves th
   for (const int32 length : {1 << 28, 1 << 29, std::numeric_limits<int32>::max()}) {  // nor in 32 bits for its size
     storage::limited(0, [&] { player.announce(length); });
     CHECK(player.play(in) != in);
-    storage::limited(all - 2, [&] { player.setUp(player.effect().getSampleRate() == 44100.0F ? 48000 : 44100); });
+    storage::limited(all - 2, [&] { player.announceRate(1.0F); });
     CHECK(player.play(in) != in);
   }
 }
@@ -97,9 +97,10 @@ TEST_CASE("the rate in use, announced again, changes nothing; else what the host
     each->set(0, 0.0F);
     each->play(in);  // into the middle of a fade
   }
-  player.setUp(48000, 44100.0F);
+  player.setUp(44100);
   CHECK(player.play(in) == twin.play(in));
-  player.setUp(96000, 22050.0F);
+  player.setUp(96000);
+  player.announceRate(22050.0F);
   CHECK(LayoutCheck::curSampleRate(player.effect()) == 96000.0);
   CHECK(Brumbler::clipSampleRate == 22050.0);
 }

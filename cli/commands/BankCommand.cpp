@@ -9,7 +9,7 @@
 #include "cli/commands/Commands.h"
 #include "cli/commands/EffectOptions.h"
 #include "cli/effect/Bank.h"
-#include "cli/effect/HostedEffect.h"
+#include "cli/effect/EffectModule.h"
 #include "cli/files/PendingFile.h"
 #include "cli/text/Failure.h"
 #include "cli/text/nearestName.h"
@@ -38,7 +38,7 @@ void applySet(HostedEffect& effect, const std::string& text) {
       const std::string name = text.substr(equals + 1);
       if (name.size() > 23)
         throw Failure("--set: the name \"" + name + "\" has more than 23 characters", Failure::usage);
-      effect.setProgramName(name);
+      effect.setProgramName(name.c_str());
       end = std::string::npos;
     } else {
       const auto known = std::find(keys.begin(), keys.end(), key);
@@ -58,10 +58,10 @@ void applySet(HostedEffect& effect, const std::string& text) {
 
 void runSave(const Options& options) {
   const EffectModule module(options.module);
-  HostedEffect effect(module, 44100, 1);
-  if (!options.from.empty()) Bank(options.from, effect).restore(effect);
-  for (const std::string& set : options.sets) applySet(effect, set);
-  const std::string text = Bank(effect).text();
+  const auto effect = module.createEffect(44100, 1);
+  if (!options.from.empty()) Bank(options.from, *effect).restore(*effect);
+  for (const std::string& set : options.sets) applySet(*effect, set);
+  const std::string text = Bank(*effect).text();
   if (options.file == "-") {
     std::fputs(text.c_str(), stdout);
     return;

@@ -67,11 +67,11 @@ EffectSettings EffectOptions::settings(const EffectModule& module) const {
   settings.fuzz = fuzz_;
   settings.off = off_;
   if (bank_.empty() && program_.empty()) return settings;
-  HostedEffect prototype(module, 44100, 1);
-  if (!bank_.empty()) settings.bank.emplace(bank_, prototype);
+  const auto prototype = module.createEffect(44100, 1);
+  if (!bank_.empty()) settings.bank.emplace(bank_, *prototype);
   if (program_.empty()) return settings;
-  if (settings.bank) settings.bank->restore(prototype);
-  settings.program = findProgram(program_, Bank(prototype));
+  if (settings.bank) settings.bank->restore(*prototype);
+  settings.program = findProgram(program_, Bank(*prototype));
   return settings;
 }
 

@@ -7,7 +7,8 @@
 
 #include "cli/commands/Commands.h"
 #include "cli/effect/Bank.h"
-#include "cli/effect/HostedEffect.h"
+#include "cli/effect/EffectModule.h"
+#include "cli/effect/askText.h"
 #include "host/VstRecords.h"
 
 namespace {
@@ -43,7 +44,7 @@ ordered_json describeParameter(const HostedEffect& effect, int index, const Para
   const bool answers = effect.ask(EffectOpcode::getParameterProperties, index, 0, &properties) != 0;
   ordered_json parameter;
   parameter["name"] = known.name;
-  parameter["label"] = effect.askText(EffectOpcode::getParameterLabel, index);
+  parameter["label"] = askText(effect, EffectOpcode::getParameterLabel, index);
   parameter["switch"] = known.isSwitch;
   parameter["value"] = known.shownAt(effect.parameter(index));
   parameter["minimum"] = 0;
@@ -63,9 +64,9 @@ ordered_json describe(const EffectModule& module, HostedEffect& effect) {
   Q_TypeBase& extension = effect.extension();
   ordered_json info;
   info["module"] = module.path();
-  info["effect"] = effect.askText(EffectOpcode::getEffectName);
-  info["product"] = effect.askText(EffectOpcode::getProductString);
-  info["vendor"] = effect.askText(EffectOpcode::getVendorString);
+  info["effect"] = askText(effect, EffectOpcode::getEffectName);
+  info["product"] = askText(effect, EffectOpcode::getProductString);
+  info["vendor"] = askText(effect, EffectOpcode::getVendorString);
   info["vendorVersion"] = effect.ask(EffectOpcode::getVendorVersion);
   info["uniqueId"] = identityText(record.uniqueID);
   info["category"] = effect.ask(EffectOpcode::getPlugCategory);
@@ -117,9 +118,9 @@ void print(const ordered_json& info) {
 
 void runInfo(const Options& options) {
   const EffectModule module(options.module);
-  HostedEffect effect(module, 44100, 512);
-  if (!options.bank.empty()) Bank(options.bank, effect).restore(effect);
-  const ordered_json info = describe(module, effect);
+  const auto effect = module.createEffect(44100, 512);
+  if (!options.bank.empty()) Bank(options.bank, *effect).restore(*effect);
+  const ordered_json info = describe(module, *effect);
   if (options.json) {
     std::puts(info.dump(2, ' ', false, nlohmann::json::error_handler_t::replace).c_str());
   } else {

@@ -112,7 +112,7 @@ void runRender(Options& options) {
   settings.trim = options.effect.trim().value_or(0.0);
   settings.automaticTrim = options.effect.isTrimAutomatic();
   if (options.noTail) settings.tail = 0.0;
-  if (!options.automation.empty()) settings.automation.emplace(options.automation, HostedEffect(module, 44100, 1));
+  if (!options.automation.empty()) settings.automation.emplace(options.automation, *module.createEffect(44100, 1));
   if (options.outDirectory.empty()) {
     renderOne(options, module);
   } else {

@@ -4,7 +4,7 @@
 #include <cmath>
 #include <iterator>
 
-#include "cli/effect/HostedEffect.h"
+#include "host/HostedEffect.h"
 
 namespace {
 

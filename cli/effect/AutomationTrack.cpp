@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "cli/effect/HostedEffect.h"
+#include "host/HostedEffect.h"
 
 namespace {
 

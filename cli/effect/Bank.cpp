@@ -3,8 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include "cli/effect/HostedEffect.h"
+#include "cli/effect/askText.h"
 #include "cli/files/JsonFile.h"
+#include "host/HostedEffect.h"
 
 namespace {
 
@@ -48,7 +49,7 @@ Bank::Bank(HostedEffect& effect) : parameters_(parametersOf(effect)) {
     Program& program = programs_.emplace_back();
     effect.setProgram(i);
     // The indexed name is the one that was stored; the plain one may show a number behind it.
-    program.name = effect.askText(EffectOpcode::getProgramNameIndexed, i, -1);
+    program.name = askText(effect, EffectOpcode::getProgramNameIndexed, i, -1);
     for (int p = 0; p < effect.record().numParams; ++p) program.values[p] = effect.parameter(p);
   }
   effect.setProgram(selected);
@@ -58,7 +59,7 @@ void Bank::restore(HostedEffect& effect) const {
   for (std::size_t i = 0; i < programs_.size(); ++i) {
     effect.setProgram(static_cast<int>(i));
     for (const auto& [parameter, value] : programs_[i].values) effect.setParameter(parameter, value);
-    if (programs_[i].name) effect.setProgramName(*programs_[i].name);
+    if (programs_[i].name) effect.setProgramName(programs_[i].name->c_str());
   }
   effect.setProgram(0);
 }

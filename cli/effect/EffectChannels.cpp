@@ -4,12 +4,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "cli/effect/Parameter.h"
 #include "cli/text/Failure.h"
 
 namespace {
 
 void setNamed(HostedEffect& effect, const char* name, float value) {
-  const std::vector<std::string> names = effect.parameterNames();
+  const std::vector<std::string> names = namesOf(parametersOf(effect));
   const auto found = std::find(names.begin(), names.end(), name);
   if (found == names.end()) throw Failure(std::string("the module has no parameter ") + name + "; see brumbler info");
   effect.setParameter(static_cast<int>(found - names.begin()), value);
@@ -35,7 +36,7 @@ EffectChannels::EffectChannels(const EffectModule& module, const EffectSettings&
                                int rate, int channels)
     : block_(settings.block), automation_(std::move(automation)), scratch_(static_cast<std::size_t>(settings.block)) {
   for (int i = 0; i < channels; ++i) {
-    auto& effect = effects_.emplace_back(std::make_unique<HostedEffect>(module, rate, block_));
+    auto& effect = effects_.emplace_back(module.createEffect(rate, block_));
     settings.applyTo(*effect);
     automation_.apply(*effect, 0, 0);
     effect->start();

@@ -8,7 +8,7 @@
 
 #include "cli/effect/AutomationTrack.h"
 #include "cli/effect/Bank.h"
-#include "cli/effect/HostedEffect.h"
+#include "cli/effect/EffectModule.h"
 
 // What the effect is told before it plays; what is left open stays as the module has it.
 struct EffectSettings {

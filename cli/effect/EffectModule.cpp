@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "cli/text/Failure.h"
-#include "host/Opcodes.h"
 
 namespace {
 
@@ -37,25 +36,6 @@ std::string lastLoaderError() {
   return text != nullptr ? text : "the loader gives no reason";
 }
 
-void closeEffect(AEffect* record) {
-  if (record != nullptr && record->dispatcher != nullptr) {
-    record->dispatcher(record, static_cast<int32>(EffectOpcode::close), 0, 0, nullptr, 0.0F);
-  }
-}
-
-const char* whyUnfit(const AEffect* record) noexcept {
-  if (record == nullptr) return "answers no effect record";
-  if (record->magic != fourCharacterCode("VstP")) return "answers a record of another kind";
-  if (record->dispatcher == nullptr || record->setParameter == nullptr || record->getParameter == nullptr) {
-    return "answers a record without entries";
-  }
-  if ((record->flags & flagCanDoubleReplacing) == 0 || record->processDoubleReplacing == nullptr) {
-    return "cannot process doubles";
-  }
-  if (record->numInputs != 1 || record->numOutputs != 1) return "is not one channel in, one channel out";
-  return nullptr;
-}
-
 }  // namespace
 
 void EffectModule::Unload::operator()(void* library) const noexcept { dlclose(library); }
@@ -69,19 +49,17 @@ EffectModule::EffectModule(const std::string& path) : path_(path.empty() ? findM
   }
   for (const char* const name : {"getinterface", "QTypeIF"}) {
     if (void* const symbol = dlsym(library_.get(), name)) {
-      entry_ = reinterpret_cast<Q_TypeIF* (*)(audioMasterCallback)>(symbol);
+      entry_ = reinterpret_cast<HostedEffect::Entry>(symbol);
       return;
     }
   }
   throw Failure(path_ + ": has no entry function getinterface; give the path of brumbler.so with --module");
 }
 
-std::unique_ptr<Q_TypeIF> EffectModule::createEffect(audioMasterCallback callback) const {
-  std::unique_ptr<Q_TypeIF> wrapper(entry_(callback));
-  AEffect* const record = wrapper != nullptr ? wrapper->aeffect : nullptr;
-  if (const char* const reason = whyUnfit(record)) {
-    if (record != nullptr && record->magic == fourCharacterCode("VstP")) closeEffect(record);
-    throw Failure(path_ + ": the module " + reason + "; give the path of brumbler.so with --module");
+std::unique_ptr<HostedEffect> EffectModule::createEffect(int rate, int blockLength) const {
+  auto effect = std::make_unique<HostedEffect>(entry_, rate, blockLength);
+  if (!effect->exists()) {
+    throw Failure(path_ + ": the module " + effect->fault() + "; give the path of brumbler.so with --module");
   }
-  return wrapper;
+  return effect;
 }

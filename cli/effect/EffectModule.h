@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "host/Q_TypeIF.h"
+#include "host/HostedEffect.h"
 
 // The loaded module brumbler.so and its entry function. Must outlive every effect that it made.
 class EffectModule {
@@ -16,9 +16,9 @@ class EffectModule {
   // Where the module was loaded from.
   const std::string& path() const noexcept { return path_; }
 
-  // A new effect and its wrapper, for the host behind `callback`. Throws Failure when the module answers no record, or
-  // one that this command cannot drive: it needs one channel of doubles in and one out. Any thread may call.
-  std::unique_ptr<Q_TypeIF> createEffect(audioMasterCallback callback) const;
+  // A new effect for `rate` Hz and blocks of at most `blockLength` samples, both at least 1. Throws Failure when the
+  // module answers none, or one that cannot be driven. Any thread may call.
+  std::unique_ptr<HostedEffect> createEffect(int rate, int blockLength) const;
 
  private:
   struct Unload {
@@ -27,5 +27,5 @@ class EffectModule {
 
   std::string path_;
   std::unique_ptr<void, Unload> library_;
-  Q_TypeIF* (*entry_)(audioMasterCallback) = nullptr;
+  HostedEffect::Entry entry_ = nullptr;
 };

@@ -5,7 +5,8 @@
 #include <array>
 #include <charconv>
 
-#include "cli/effect/HostedEffect.h"
+#include "cli/effect/askText.h"
+#include "host/VstRecords.h"
 
 float valueAtKnob(double knob) noexcept { return static_cast<float>(knob / kKnobTop); }
 
@@ -33,8 +34,11 @@ float Parameter::read(const JsonFile& file, const JsonFile::Path& path) const {
 
 std::vector<Parameter> parametersOf(const HostedEffect& effect) {
   std::vector<Parameter> parameters;
-  for (const std::string& name : effect.parameterNames()) {
-    parameters.push_back({name, effect.isSwitch(static_cast<int>(parameters.size()))});
+  for (int i = 0; i < effect.record().numParams; ++i) {
+    VstParameterProperties properties{};
+    const bool known = effect.ask(EffectOpcode::getParameterProperties, i, 0, &properties) != 0;
+    parameters.push_back(
+        {askText(effect, EffectOpcode::getParameterName, i), known && (properties.flags & parameterIsSwitch) != 0});
   }
   return parameters;
 }

@@ -12,7 +12,8 @@
 #include <vector>
 
 // A host that shares nothing with the module but the binary interface: it loads the built file, reads records by offset
-// and calls virtual operations by slot. Offsets are given for 32 and for 64 bits.
+// and calls virtual operations by slot. Offsets are given for 32 and for 64 bits. So it is not built on HostedEffect: a
+// fault that host and effect have in common would go unnoticed.
 
 using Word = std::intptr_t;
 using Callback = Word (*)(void* effect, std::int32_t opcode, std::int32_t index, Word value, void* ptr, float opt);

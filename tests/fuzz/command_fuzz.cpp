@@ -12,7 +12,7 @@
 #include "cli/audio/AudioReader.h"
 #include "cli/effect/Automation.h"
 #include "cli/effect/Bank.h"
-#include "cli/effect/HostedEffect.h"
+#include "cli/effect/EffectModule.h"
 #include "cli/text/Failure.h"
 #include "tests/fuzz/FuzzInput.h"
 
@@ -66,7 +66,8 @@ void listen(const std::string& path) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const EffectModule module("");
-  static HostedEffect effect(module, kRate, 64);
+  static const auto hosted = module.createEffect(kRate, 64);
+  HostedEffect& effect = *hosted;
   if (size == 0) return 0;
   const std::string path = memoryFile(data + 1, size - 1);
   try {

@@ -56,10 +56,10 @@ grep -q '^\s*Wall of fuzz$' info || fail "presets: $(<info)"
 
 echo '- lv2apply gives what the command gives'
 sox -n -r 48000 -e float -b 32 in.wav synth 2 pluck E2 synth 2 pluck mix B2 fade 0 2 0.1 gain -n -20
-for knobs in '5 5 0 .5 .5' '10 0 0 1 0' '3 10 -12.5 .3 1'; do
-  read -r volume fuzz trim command_volume command_fuzz <<<"$knobs"
+for knobs in '5 5 0' '10 0 0' '3 10 -12.5'; do
+  read -r volume fuzz trim <<<"$knobs"
   lv2apply -i in.wav -o applied.wav -c volume "$volume" -c fuzz "$fuzz" -c trim "$trim" "$plugin" >/dev/null
-  "$command" render in.wav rendered.wav --force --no-tail --volume "$command_volume" --fuzz "$command_fuzz" \
+  "$command" render in.wav rendered.wav --force --no-tail --volume "$volume" --fuzz "$fuzz" \
     --trim "$trim" >/dev/null
   sox -m -v 1 applied.wav -v -1 rendered.wav -n stats 2>difference
   [[ $(soxi -V1 -s applied.wav) == "$(soxi -V1 -s rendered.wav)" ]] || fail "the lengths differ"
