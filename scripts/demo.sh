@@ -30,13 +30,13 @@ else
   "$brumbler" render "$in" out/dry.wav --off --no-tail --force
   "$brumbler" render "$in" out/fuzzed.wav --trim auto --force
 fi
-scripts/picture.sh out/dry.wav out/fuzzed.wav out/dry-and-fuzzed.png
+"$brumbler" plot sounds out/dry.wav out/fuzzed.wav -o out/dry-and-fuzzed.png --force
 
 cat <<END
 
   out/dry.wav              the guitar as it came
   out/fuzzed.wav           the same through the fuzz
-  out/dry-and-fuzzed.png   waveform and spectrum of both
+  out/dry-and-fuzzed.png   waves and spectra of both
 
 Try next:
   more of it                 $brumbler render out/dry.wav out/hot.wav --fuzz 10 --volume 7

@@ -10,14 +10,12 @@
 #include <string>
 #include <vector>
 
-#include "cli/audio/AudioReader.h"
 #include "cli/commands/Commands.h"
-#include "cli/effect/EffectChannels.h"
 #include "cli/effect/EffectModule.h"
 #include "cli/effect/Parameter.h"
 #include "cli/picture/Measurement.h"
-#include "cli/picture/Outline.h"
 #include "cli/picture/Picture.h"
+#include "cli/picture/drawSounds.h"
 #include "cli/text/Failure.h"
 #include "cli/text/numbers.h"
 
@@ -37,15 +35,8 @@ struct Options {
   double level = -20.0;                 // dBFS
   std::vector<double> volumes = {5.0};  // as the knobs show them
   std::vector<double> fuzzes = {5.0};
-  double from = 0.0;  // seconds
-  std::optional<double> to;
+  SoundRange range;
 };
-
-std::string shortText(double value) {
-  char text[32];
-  std::snprintf(text, sizeof text, "%.6g", value);
-  return text;
-}
 
 // Positions of a knob with commas between.
 std::vector<double> parseKnobs(const std::string& option, const std::string& text, std::size_t most) {
@@ -61,30 +52,6 @@ std::vector<double> parseKnobs(const std::string& option, const std::string& tex
                   Failure::usage);
   }
   return values;
-}
-
-// Hands a range in seconds of a file's first channel to `take`, sample by sample, and answers the file's rate. Throws
-// Failure when the range is empty.
-int readRange(const std::string& path, double from, std::optional<double> to, const std::function<void(double)>& take) {
-  AudioReader reader(path, {});
-  const int rate = reader.format().rate;
-  const auto channels = static_cast<std::size_t>(reader.format().channels);
-  const auto first = static_cast<std::int64_t>(from * rate);
-  const std::int64_t end = to ? static_cast<std::int64_t>(std::ceil(*to * rate)) : INT64_MAX;
-  std::vector<double> block(4096 * channels);
-  std::int64_t frame = 0;
-  while (frame < end) {
-    const int count = reader.read(block.data(), 4096);
-    if (count == 0) break;
-    for (int i = 0; i < count; ++i, ++frame) {
-      if (frame >= first && frame < end) take(block[static_cast<std::size_t>(i) * channels]);
-    }
-  }
-  if (frame <= first) {
-    throw Failure(path + ": ends at " + shortText(static_cast<double>(frame) / rate) + " s, before --from " +
-                  shortText(from) + "; choose an earlier one");
-  }
-  return rate;
 }
 
 void checkFrequency(const Options& options, int rate) {
@@ -103,13 +70,14 @@ Picture drawCurve(const Options& options) {
   checkFrequency(options, options.rate);
   const EffectModule module(options.module);
   Picture picture;
+  Picture::Panel& panel = picture.panels.emplace_back();
   picture.title = "Clipping: steady sine of " + std::to_string(options.frequency) + " Hz, VOLUME " +
                   shortText(options.volumes.front()) + ", " + std::to_string(options.rate) + " Hz";
-  picture.across = "peak of the input, dBFS";
-  picture.up = "peak of the output, dBFS";
-  picture.range = "set xrange [-100:0]";
+  panel.across = "peak of the input, dBFS";
+  panel.up = "peak of the output, dBFS";
+  panel.range = "set xrange [-100:0]";
   for (const double fuzz : options.fuzzes) {
-    picture.series.push_back(
+    panel.series.push_back(
         {"FUZZ " + shortText(fuzz),
          measureLevels(module, testSettings(options, options.volumes.front(), fuzz), options.frequency)});
   }
@@ -119,18 +87,16 @@ Picture drawCurve(const Options& options) {
 Picture drawResponse(const Options& options) {
   const EffectModule module(options.module);
   Picture picture;
+  Picture::Panel& panel = picture.panels.emplace_back();
   picture.title = "Small-signal response: one sample of " + shortText(decibels(kImpulse)) + " dBFS, FUZZ " +
                   shortText(options.fuzzes.front()) + ", " + std::to_string(options.rate) + " Hz";
-  picture.across = "Hz";
-  picture.up = "gain, dB";
-  picture.logarithmic = true;
-  picture.range =
-      "set yrange [-60:*]\nset xrange [20:20000]\nset xtics (20, 50, 100, 200, 500, '1k' 1000, '2k' 2000, '5k' 5000, "
-      "'10k' 10000, '20k' "
-      "20000)";
+  panel.across = "Hz";
+  panel.up = "gain, dB";
+  panel.logarithmic = true;
+  panel.range = std::string("set yrange [-60:*]\n") + Picture::kHearingRange;
   for (const double volume : options.volumes) {
-    picture.series.push_back({"VOLUME " + shortText(volume),
-                              measureResponse(module, testSettings(options, volume, options.fuzzes.front()))});
+    panel.series.push_back({"VOLUME " + shortText(volume),
+                            measureResponse(module, testSettings(options, volume, options.fuzzes.front()))});
   }
   return picture;
 }
@@ -139,6 +105,7 @@ Picture drawSpectrum(const Options& options) {
   int rate = options.rate;
   std::vector<double> samples;
   Picture picture;
+  Picture::Panel& panel = picture.panels.emplace_back();
   if (options.files.empty()) {
     checkFrequency(options, rate);
     const EffectModule module(options.module);
@@ -149,7 +116,9 @@ Picture drawSpectrum(const Options& options) {
                     shortText(fuzz) + ", ";
   } else {
     const std::string& path = options.files.front();
-    rate = readRange(path, options.from, options.from + 1.0, [&samples](double x) { samples.push_back(x); });
+    SoundPart sound(path, {options.range.from, options.range.from + 1.0});
+    sound.read([&samples](double x) { samples.push_back(x); });
+    rate = sound.rate();
     checkFrequency(options, rate);
     if (static_cast<int>(samples.size()) < rate) {
       throw Failure(path + ": a spectrum needs one second from --from on; give a longer tone");
@@ -167,37 +136,32 @@ Picture drawSpectrum(const Options& options) {
   std::snprintf(result, sizeof result, "THD %.2f %% (%.1f dB), all else %.1f dB", 100.0 * tone.distortion,
                 decibels(std::max(tone.distortion, 1e-15)), decibels(std::max(tone.rest, 1e-15)));
   picture.title += std::to_string(options.frequency) + " Hz: " + result;
-  picture.across = "Hz";
-  picture.up = "dB against the fundamental";
-  picture.bars = true;
-  picture.range = "bottom = -100\nset yrange [bottom:5]\nset xrange [0:" +
-                  std::to_string(std::min(rate / 2, 40 * options.frequency)) + "]";
+  panel.across = "Hz";
+  panel.up = "dB against the fundamental";
+  panel.bars = true;
+  panel.range = "bottom = -100\nset yrange [bottom:5]\nset xrange [0:" +
+                std::to_string(std::min(rate / 2, 40 * options.frequency)) + "]";
   Points points;
   for (std::size_t k = 0; k < tone.amplitudes.size(); ++k) {
     points.emplace_back(static_cast<double>(k + 1) * options.frequency,
                         std::max(kFloor, decibels(std::max(tone.amplitudes[k], 1e-12) / fundamental)));
   }
-  picture.series.push_back({"harmonics", points});
+  panel.series.push_back({"harmonics", points});
   std::printf("%d Hz: fundamental %.1f dBFS, %s\n", options.frequency, decibels(fundamental), result);
   return picture;
 }
 
-Picture drawWave(const Options& options) {
-  if (options.to && *options.to <= options.from) {
-    throw Failure("--to " + shortText(*options.to) + ": must come after --from " + shortText(options.from),
+const SoundRange& checkedRange(const Options& options) {
+  if (options.range.to && *options.range.to <= options.range.from) {
+    throw Failure("--to " + shortText(*options.range.to) + ": must come after --from " + shortText(options.range.from),
                   Failure::usage);
   }
-  Picture picture;
-  picture.title = "First channel";
-  picture.across = "seconds";
-  picture.up = "of full scale";
-  picture.range = "set autoscale xfix";
-  for (const std::string& path : options.files) {
-    Outline outline;
-    const int rate = readRange(path, options.from, options.to, [&outline](double x) { outline.add(x); });
-    picture.series.push_back(outline.draw(path, std::floor(options.from * rate) / rate, rate));
+  if (options.files.size() > kMostCurves) {
+    throw Failure(
+        "plot takes at most " + std::to_string(kMostCurves) + " sounds, not " + std::to_string(options.files.size()),
+        Failure::usage);
   }
-  return picture;
+  return options.range;
 }
 
 class PlotCommands {
@@ -277,7 +241,7 @@ void addPlotCommand(CLI::App& app) {
   const auto seconds = [](const char* name, const std::string& text) {
     return parseNumber(name, text, 0.0, 1e6, "seconds");
   };
-  const auto from = [seconds](Options& o, const std::string& text) { o.from = seconds("--from", text); };
+  const auto from = [seconds](Options& o, const std::string& text) { o.range.from = seconds("--from", text); };
 
   CLI::App& curve = commands.add("curve", "Level out over level in, of a steady tone, at several FUZZ", drawCurve);
   commands.addKnobs(curve, false, true);
@@ -302,13 +266,18 @@ void addPlotCommand(CLI::App& app) {
                    from);
   spectrum.footer("Example: brumbler plot spectrum -o spectrum.png --fuzz 8 --frequency 110 --level -30");
 
-  CLI::App& wave = commands.add("wave", "The first channels of sounds, over each other", drawWave);
-  wave.add_option("FILES", commands.options().files, "The sounds, one to six")
-      ->type_name("")
-      ->required()
-      ->expected(1, static_cast<int>(kMostCurves));
-  commands.addText(wave, "--from", "SECONDS", "Where the picture begins (default 0)", from);
-  commands.addText(wave, "--to", "SECONDS", "Where it ends (default: with the sounds)",
-                   [seconds](Options& o, const std::string& text) { o.to = seconds("--to", text); });
-  wave.footer("Example: brumbler plot wave take.wav fuzzed.wav --from 1.2 --to 1.25 -o wave.png");
+  const auto addSounds = [&](const char* name, const char* help, Picture (*draw)(const Options&)) -> CLI::App& {
+    CLI::App& command = commands.add(name, help, draw);
+    command.add_option("FILES", commands.options().files, "The sounds, one to six")->type_name("")->required();
+    commands.addText(command, "--from", "SECONDS", "Where the picture begins (default 0)", from);
+    commands.addText(command, "--to", "SECONDS", "Where it ends (default: with the sounds)",
+                     [seconds](Options& o, const std::string& text) { o.range.to = seconds("--to", text); });
+    return command;
+  };
+  addSounds("sounds", "Sounds below each other on one scale, and their spectra", [](const Options& o) {
+    return drawSounds(o.files, checkedRange(o));
+  }).footer("Example: brumbler plot sounds take.wav fuzzed.wav -o sounds.png");
+  addSounds("wave", "Sounds over each other, to compare their waves", [](const Options& o) {
+    return drawWaves(o.files, checkedRange(o));
+  }).footer("Example: brumbler plot wave take.wav fuzzed.wav --from 1.2 --to 1.25 -o wave.png");
 }

@@ -1,12 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <utility>
 #include <vector>
+
+#include "cli/picture/Picture.h"
 
 class EffectModule;
 
-using Points = std::vector<std::pair<double, double>>;
+using Points = Picture::Points;
 
 // The effect under test: its rate in Hz, VOLUME and FUZZ from 0 to 1.
 struct TestSettings {

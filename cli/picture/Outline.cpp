@@ -23,6 +23,12 @@ void Outline::halve() {
   stretch_ *= 2;
 }
 
+double Outline::peak() const noexcept {
+  double peak = 0.0;
+  for (const Column& column : columns_) peak = std::max({peak, -column.low, column.high});
+  return peak;
+}
+
 Picture::Series Outline::draw(const std::string& title, double start, int rate) const {
   Picture::Series series{title, {}, stretch_ > 1};
   for (std::size_t i = 0; i < columns_.size(); ++i) {

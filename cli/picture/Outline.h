@@ -12,6 +12,9 @@ class Outline {
  public:
   void add(double sample);
 
+  // The largest sample so far, without its sign.
+  double peak() const noexcept;
+
   // The sound's line or band over time, its first sample at `start` seconds.
   Picture::Series draw(const std::string& title, double start, int rate) const;
 

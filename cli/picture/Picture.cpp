@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
@@ -82,7 +83,64 @@ std::optional<int> runGnuplot(const std::string& script, std::string& picture) {
   return status;
 }
 
+// In pixels.
+constexpr int kWidth = 900;
+constexpr int kTitle = 45;
+constexpr int kLeft = 85;
+constexpr int kRight = 30;
+
+constexpr const char* kNameAbove = "set key at graph 1, 1.02 right bottom\n";
+constexpr const char* kLegendBelow = "set key inside left bottom vertical Left reverse opaque\n";
+
+// What the numbers and the axis' name take.
+int heightBelow(const Picture::Panel& panel) { return panel.across.empty() ? 30 : 75; }
+
+std::string blockName(std::size_t panel, std::size_t series) {
+  return "$d" + std::to_string(panel) + "_" + std::to_string(series);
+}
+
+std::string data(const std::string& name, const Picture::Series& series) {
+  std::string text = name + " << EOD\n";
+  bool open = false;
+  for (const auto& [x, y] : series.points) {
+    text += (open ? "" : number(x)) + " " + number(y);
+    open = series.isBand && !open;
+    if (!open) text += "\n";
+  }
+  return text + "EOD\n";
+}
+
+// Bands let those below them shine through.
+std::string look(const Picture::Panel& panel, const Picture::Series& one) {
+  if (one.isBand) return " with filledcurves fs transparent solid 0.5 noborder fc";
+  if (panel.bars) return " using 1:(bottom):(0):($2-bottom) with vectors nohead lw 4 lc";
+  return one.points.size() == 1 ? " with points pt 7 lc" : " with lines lw 2 lc";
+}
+
+std::string drawing(const Picture::Panel& panel, std::size_t index) {
+  std::string text = "unset logscale\nset xtics autofreq\nset xrange [*:*]\nset yrange [*:*]\n";
+  text += panel.across.empty() ? "set format x ''\n" : "set format x\n";
+  text += "set xlabel " + quoted(panel.across) + "\nset ylabel " + quoted(panel.up) + "\n";
+  if (panel.logarithmic) text += "set logscale x\n";
+  text += panel.range + "\n";
+  const std::array<const char*, 6> colours = {"#4477aa", "#cc6633", "#228833", "#aa3377", "#66aacc", "#555555"};
+  for (std::size_t i = 0; i < panel.series.size(); ++i) {
+    const Picture::Series& one = panel.series[i];
+    const std::string colour = std::string(" rgb '") + colours[one.colour.value_or(i) % colours.size()] + "'";
+    text += (i == 0 ? "plot " : ", ") + blockName(index, i) + look(panel, one) + colour + " title " + quoted(one.title);
+    // The edges show a band where it has no height.
+    for (const char* const edge : {"2", "3"}) {
+      if (one.isBand) text += std::string(", '' using 1:") + edge + " with lines lw 0.6 lc" + colour + " notitle";
+    }
+  }
+  return text + "\n";
+}
+
 }  // namespace
+
+const char* const Picture::kHearingRange =
+    "set xrange [20:20000]\nset xtics (20, 50, 100, 200, 500, '1k' 1000, '2k' 2000, '5k' 5000, '10k' 10000, "
+    "'20k' 20000)";
 
 void Picture::checkName(const std::string& path) {
   const std::string ending = fs::path(path).extension().string();
@@ -91,50 +149,53 @@ void Picture::checkName(const std::string& path) {
   }
 }
 
-// Bands let those below them shine through.
-std::string Picture::look(const Series& one) const {
-  if (one.isBand) return " with filledcurves fs transparent solid 0.6 noborder";
-  return bars ? " using 1:(bottom):(0):($2-bottom) with vectors nohead lw 4" : " with lines lw 2";
-}
-
 std::string Picture::script(bool vectors) const {
-  std::string text = vectors
-                         ? "set terminal svg size 900,540 font 'sans,13' background '#ffffff'\n"
-                         : "font = 'sans,12'\n"
-                           "if (strstrt(GPVAL_TERMINALS, ' pngcairo ')) set terminal pngcairo size 900,540 font font\n"
-                           "if (!strstrt(GPVAL_TERMINALS, ' pngcairo ')) set terminal png truecolor size 900,540\n";
+  int height = kTitle;
+  for (const Panel& panel : panels) height += panel.height + heightBelow(panel);
+  const std::string size = std::to_string(kWidth) + "," + std::to_string(height);
+  std::string text = vectors ? "set terminal svg size " + size + " font 'sans,13' background '#ffffff'\n"
+                             : "font = 'sans,12'\n"
+                               "if (strstrt(GPVAL_TERMINALS, ' pngcairo ')) set terminal pngcairo size " +
+                                   size +
+                                   " font font\n"
+                                   "if (!strstrt(GPVAL_TERMINALS, ' pngcairo ')) set terminal png truecolor size " +
+                                   size + "\n";
   text +=
-      "set encoding utf8\nset termoption noenhanced\nset grid lt 1 lc rgb '#dddddd'\nset border 3\nset tics nomirror\n";
-  text += "set title " + quoted(title) + "\nset xlabel " + quoted(across) + "\nset ylabel " + quoted(up) + "\n";
-  if (series.size() > 1) {
-    text += "set key outside right top vertical Left reverse\n";
-  } else {
-    text += "unset key\n";
+      "set encoding utf8\nset termoption noenhanced\nset border 3\nset tics nomirror\n"
+      "set grid back lt 1 lw 1 lc rgb '#a8a8a8'\n";
+  for (std::size_t p = 0; p < panels.size(); ++p) {
+    for (std::size_t i = 0; i < panels[p].series.size(); ++i) text += data(blockName(p, i), panels[p].series[i]);
   }
-  if (logarithmic) text += "set logscale x\n";
-  text += range + "\n";
-  const std::array<const char*, 6> colours = {"#4477aa", "#cc6633", "#228833", "#aa3377", "#66aacc", "#555555"};
-  std::string plot;
-  for (std::size_t i = 0; i < series.size(); ++i) {
-    const std::string block = "$d" + std::to_string(i);
-    text += block + " << EOD\n";
-    bool open = false;
-    for (const auto& [x, y] : series[i].points) {
-      text += (open ? "" : number(x)) + " " + number(y);
-      open = series[i].isBand && !open;
-      if (!open) text += "\n";
-    }
-    text += "EOD\n";
-    plot += (i == 0 ? "plot " : ", ") + block + look(series[i]) + " lc rgb '" + colours[i % colours.size()] +
-            "' title " + quoted(series[i].title);
+  const bool isLegendBeside = panels.size() == 1 && panels.front().series.size() > 1;
+  text += isLegendBeside ? "set key outside right top vertical Left reverse\n" : "unset key\n";
+  text += "set lmargin at screen " + number(1.0 * kLeft / kWidth) + "\n";
+  if (!isLegendBeside) text += "set rmargin at screen " + number(1.0 - 1.0 * kRight / kWidth) + "\n";
+  text += "set multiplot\nset title " + quoted(title) + "\n";
+  int top = kTitle;
+  for (std::size_t p = 0; p < panels.size(); ++p) {
+    text += "set tmargin at screen " + number(1.0 - 1.0 * top / height) + "\nset bmargin at screen " +
+            number(1.0 - 1.0 * (top + panels[p].height) / height) + "\n";
+    // Where panels have company, one with a single sound has its name above it.
+    const bool isSingle = panels[p].series.size() == 1;
+    if (panels.size() > 1) text += isSingle ? kNameAbove : kLegendBelow;
+    text += drawing(panels[p], p);
+    text += "unset title\n";
+    top += panels[p].height + heightBelow(panels[p]);
   }
-  return text + plot + "\nset output\n";
+  return text + "unset multiplot\nset output\n";
 }
 
+// Panels that show other things than the one above begin with names of their own.
 std::string Picture::table() const {
-  std::string text = "series," + field(across) + "," + field(up) + "\n";
-  for (const Series& one : series) {
-    for (const auto& [x, y] : one.points) text += field(one.title) + "," + number(x) + "," + number(y) + "\n";
+  std::string text;
+  std::string last;
+  for (const Panel& panel : panels) {
+    const std::string names = "series," + field(panel.across) + "," + field(panel.up) + "\n";
+    if (names != last) text += names;
+    last = names;
+    for (const Series& one : panel.series) {
+      for (const auto& [x, y] : one.points) text += field(one.title) + "," + number(x) + "," + number(y) + "\n";
+    }
   }
   return text;
 }

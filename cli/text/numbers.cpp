@@ -36,3 +36,9 @@ int parseWhole(const std::string& option, const std::string& text, int least, in
                     ", not \"" + text + "\"",
                 Failure::usage);
 }
+
+std::string shortText(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.6g", value);
+  return text;
+}

@@ -10,6 +10,9 @@ double parseNumber(const std::string& option, const std::string& text, double le
                    const std::string& unit = "");
 int parseWhole(const std::string& option, const std::string& text, int least, int most);
 
+// Six digits, without zeros at the end.
+std::string shortText(double value);
+
 // Levels in dB of amplitudes, full scale being 1 and 0 dBFS.
 inline double amplitude(double decibels) noexcept { return std::pow(10.0, decibels / 20.0); }
 inline double decibels(double amplitude) noexcept { return 20.0 * std::log10(amplitude); }

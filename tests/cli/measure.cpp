@@ -91,9 +91,21 @@ TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
   };
   CHECK(std::fabs(valueAt("c.csv", "\"FUZZ 0\",-100,") + 100.0 - valueAt("r.csv", "\"VOLUME 5\",1002.3")) < 0.3);
 
+  // A band that a tone lies in has its level; a click has the same power everywhere, and all of it counts.
+  cli.write("click.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, {0.5}});
+  CHECK(cli.run("plot sounds tone.wav click.wav -o s.svg", "PATH=/nowhere") == 1);
+  CHECK(std::fabs(valueAt("s.csv", "\"tone.wav\",439.6") + 20.0) < 0.05);
+  const double band = 1001.37 * (std::exp2(1.0 / 24.0) - std::exp2(-1.0 / 24.0));  // Hz
+  CHECK(std::fabs(valueAt("s.csv", "\"click.wav\",1001.3") - 10.0 * std::log10(0.25 * 2.0 * band / 22050.0)) < 0.02);
+
+  // Silence is a line.
+  cli.write("silence.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(9000)});
+  CHECK(cli.run("plot wave silence.wav -o line.svg && grep -c \"stroke='rgb( 68, 119, 170)'\" line.svg") == 0);
+  CHECK(cli.outText == "2\n");
+
   CHECK(cli.run("plot curve -o c.pdf") == 2);
   CHECK(cli.run("plot curve -o c.svg --fuzz 0,11") == 2);
   CHECK(cli.run("plot wave tone.wav --from 2 -o w.svg") == 1);
   CHECK(cli.run("plot spectrum --frequency 30000 -o s.svg") == 2);
-  CHECK(cli.files().size() == 4);
+  CHECK(cli.files().size() == 8);
 }
