@@ -25,6 +25,9 @@ constexpr float kLeastVolume = -0.857F;
 constexpr float kLargestFuzz = 9.0F;
 constexpr double kLargestHistory = 1e300;
 
+// Nothing of what is smaller reaches a float, and within kLookInterval nothing decays from here to a denormal number.
+constexpr double kLeastHistory = 1e-200;
+
 constexpr int32 kLookInterval = 64;  // samples, at least, between two looks at all histories
 
 bool isSoundVolume(float volume) noexcept { return volume >= kLeastVolume && std::isfinite(volume); }
@@ -83,10 +86,14 @@ bool Brumbler::lookIsDue(int32 length) noexcept {
 }
 
 // The look at all histories: whether they hold what may stay. Sound parameters and good samples keep them so at any
-// usual rate.
+// usual rate. Where the processor cannot flush denormals, it clears what is on its way to them.
 bool Brumbler::historiesAreGood() noexcept {
   bool good = true;
-  forEachHistory([&](double history) { good &= std::fabs(history) <= kLargestHistory; });  // false for not-a-numbers
+  forEachHistory([&](double& history) {
+    const double size = std::fabs(history);
+    good &= size <= kLargestHistory;  // false for not-a-numbers
+    if (!FlushToZero::kAvailable && size < kLeastHistory) history = 0.0;
+  });
   return good;
 }
 

@@ -61,7 +61,9 @@ TEST_CASE("a bad parameter spoils the blocks that it holds for and no more") {
     float bad;
   } rows[] = {{1, std::nanf("")}, {1, HUGE_VALF},  {1, -HUGE_VALF}, {1, -1e38F}, {1, -0.858F}, {2, std::nanf("")},
               {2, HUGE_VALF},     {2, -HUGE_VALF}, {2, 1e38F},      {2, -9.01F}, {2, 9.5F}};
-  for (const auto& [index, bad] : rows) {
+  for (const auto& row : rows) {
+    const int32 index = row.index;
+    const float bad = row.bad;
     for (const int length : kLengths) {
       CAPTURE(index);
       CAPTURE(bad);

@@ -15,8 +15,6 @@ class App;
 // chosen, then the knobs are turned.
 class EffectOptions {
  public:
-  static constexpr double kMostTrim = 30.0;  // dB, either way
-
   // Whether --trim takes "auto", which needs a sound whose peak can be looked for.
   enum class Trim { number, numberOrAuto };
 

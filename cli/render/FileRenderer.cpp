@@ -11,6 +11,7 @@
 #include "cli/audio/SampleRateConverter.h"
 #include "cli/render/OutputStage.h"
 #include "cli/render/Tail.h"
+#include "cli/render/automaticTrim.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
 #include "cli/text/numbers.h"
@@ -90,7 +91,7 @@ double FileRenderer::trimFor(const std::string& in) const {
     const auto end = block.begin() + static_cast<std::ptrdiff_t>(got) * reader.format().channels;
     for (auto sample = block.begin(); sample != end; ++sample) peak = std::max(peak, std::fabs(*sample));
   }
-  return peak > 0.0 ? std::clamp(decibels(peak) - kGuitarPeak, -kMostTrim, kMostTrim) : 0.0;
+  return automaticTrim(peak);
 }
 
 AudioFormat FileRenderer::outputFormat(const AudioReader& reader, const std::string& out) const {

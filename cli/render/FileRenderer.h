@@ -16,11 +16,6 @@ class Progress;
 // Streams: what it holds does not grow with the recording. Any thread may render, several at once, too.
 class FileRenderer {
  public:
-  // The peak, in dBFS, of a sound that --trim auto takes for a guitar at its own level. It is about where the effect
-  // itself peaks whatever goes in, so the result comes out near the recording's own peak.
-  static constexpr double kGuitarPeak = -24.0;
-  static constexpr double kMostTrim = 30.0;  // dB, either way
-
   FileRenderer(const EffectModule& module, const RenderSettings& settings) : module_(module), settings_(settings) {}
 
   // Tells the bar how much render() will add for `in`; nothing when that cannot be told.
