@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The command `brumbler`: a host of the effect, written for people.
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <exception>
@@ -10,49 +9,14 @@
 
 #include "cli/commands/Commands.h"
 #include "cli/files/PendingFile.h"
+#include "cli/help/usageError.h"
 #include "cli/text/Failure.h"
-#include "cli/text/nearestName.h"
 
 namespace {
 
 int complain(const std::string& message, int status) {
   std::fprintf(stderr, "brumbler: %s\n", message.c_str());
   return status;
-}
-
-// The subcommands in use, each within the one before.
-std::vector<const CLI::App*> usedCommands(const CLI::App& app) {
-  std::vector<const CLI::App*> used;
-  for (auto inner = app.get_subcommands(); !inner.empty(); inner = used.back()->get_subcommands()) {
-    used.push_back(inner.front());
-  }
-  return used;
-}
-
-// What to try instead of a word that the subcommand in use does not have; empty when it has them all.
-std::string explainUnexpected(const CLI::App& app, const char* const* arguments) {
-  const auto used = usedCommands(app);
-  const CLI::App& command = used.empty() ? app : *used.back();
-  std::vector<std::string> known;
-  for (const CLI::Option* option : command.get_options()) {
-    for (const std::string& name : option->get_lnames()) known.push_back("--" + name);
-  }
-  bool choosesCommand = false;
-  for (const CLI::App* one : command.get_subcommands([](const CLI::App*) { return true; })) {
-    choosesCommand = true;
-    if (!one->get_group().empty()) known.push_back(one->get_name());
-  }
-  const auto isKnown = [&](const std::string& name) {
-    return std::find(known.begin(), known.end(), name) != known.end() ||
-           std::any_of(used.begin(), used.end(), [&name](const CLI::App* one) { return one->get_name() == name; });
-  };
-  for (; *arguments != nullptr; ++arguments) {
-    const std::string name = std::string(*arguments).substr(0, std::string(*arguments).find('='));
-    const bool isOption = name.size() > 1 && name[0] == '-';
-    if (name == "--") return "";
-    if ((isOption || choosesCommand) && !isKnown(name)) return name + " is unknown; " + suggestName(name, known);
-  }
-  return "";
 }
 
 int run(int argc, char** argv) {
@@ -71,29 +35,7 @@ int run(int argc, char** argv) {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
-    const auto used = usedCommands(app);
-    std::string help = "brumbler ";
-    for (const CLI::App* one : used) help += one->get_name() + " ";
-    help += "--help";
-    std::string message;
-    if (used.empty() || !used.back()->get_subcommands([](const CLI::App*) { return true; }).empty() ||
-        dynamic_cast<const CLI::ExtrasError*>(&error) != nullptr) {
-      message = explainUnexpected(app, argv + 1);
-    } else if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr) {
-      const std::string what = error.what();
-      const std::string name = what.substr(0, what.find(':'));
-      const std::string received = " required but received ";
-      const std::size_t between = what.find(received);
-      if (between == std::string::npos) {
-        message = name + " needs a value";
-      } else {
-        message = name + ":" + CLI::detail::to_lower(what.substr(name.size() + 1, between - name.size() - 1)) +
-                  ", not " + what.substr(between + received.size());
-      }
-      message += "; see " + help;
-    }
-    if (message.empty()) message = std::string(error.what()) + "; see " + help;
-    return complain(message, Failure::usage);
+    return complain(explainUsageError(app, {argv + 1, argv + argc}, error), Failure::usage);
   }
   return 0;
 }

@@ -5,6 +5,7 @@
 #include <cctype>
 #include <cstddef>
 #include <numeric>
+#include <utility>
 
 namespace {
 
@@ -28,12 +29,22 @@ std::size_t distance(const std::string& a, const std::string& b) {
   return row.back();
 }
 
+constexpr std::size_t kTellingBeginning = 4;  // letters
+
+std::size_t sharedBeginning(const std::string& a, const std::string& b) {
+  const auto end = std::mismatch(a.begin(), a.end(), b.begin(), b.end(), isSameLetter).first;
+  return static_cast<std::size_t>(end - a.begin());
+}
+
 }  // namespace
 
 std::string suggestName(const std::string& given, const std::vector<std::string>& known) {
-  const auto nearest = std::min_element(known.begin(), known.end(), [&](const std::string& a, const std::string& b) {
-    return distance(given, a) < distance(given, b);
-  });
+  // Names that begin alike come first: the end of one may have been left off.
+  const auto rank = [&given](const std::string& name) {
+    return std::pair(sharedBeginning(given, name) < kTellingBeginning, distance(given, name));
+  };
+  const auto nearest = std::min_element(
+      known.begin(), known.end(), [&rank](const std::string& a, const std::string& b) { return rank(a) < rank(b); });
   if (nearest != known.end() && distance(given, *nearest) <= std::max<std::size_t>(1, nearest->size() / 2)) {
     return "did you mean " + *nearest + "?";
   }

@@ -6,7 +6,7 @@
 #include <vector>
 
 // "did you mean NAME?" with the known name that takes the fewest changes of a character to get to, whatever the case,
-// or a list of all known names when none is near.
+// those that begin with the same four letters before all others; or a list of all known names when none is near.
 std::string suggestName(const std::string& given, const std::vector<std::string>& known);
 
 // Where in `names` the text stands, upper and lower case being the same.

@@ -107,6 +107,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"half.json", "{\"parameters\": {\n\"On/Off\": [{\"percent\": 1, \"value\": 0.5}]}}"},
       {"twice.json", "{\n\"programs\": [],\n\"programs\": []}"},
       {"broken.json", "{\n\"programs\": [\n  {]\n}"},
+      {"params.json", R"({"params": {}})"},
       {"named.json", R"({"programs": [{"name": "Lead"}]})"},
       {"switch.json", "{\"programs\": [\n{\"On/Off\": 0.5}]}"},
       {"big.json", "{\"programs\": [{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},{},\n{}]}"},
@@ -116,7 +117,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
     int status;
     const char* culprit;
   } rows[] = {
-      {"", 2, "subcommand"},
+      {"", 2, "subcommand: render"},
       {"rendre in.wav o.wav", 2, "did you mean render"},
       {"render in.wav", 2, "IN and OUT"},
       {"render none.wav o.wav", 1, "none.wav"},
@@ -132,7 +133,12 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"--volume nan", 2, "--volume"},
       {"--fuzz 0,5", 2, "--fuzz"},
       {"--fuz 1", 2, "did you mean --fuzz"},
-      {"--program 17", 2, "--program"},
+      {"render -dash.wav o.wav", 2, "write ./-dash.wav"},
+      {"--fuzz 1 --fuzz 2", 2, "--fuzz is given twice"},
+      {"--fuzz", 2, "--fuzz needs a value"},
+      {"info extra", 2, "extra is a word too many"},
+      {"plot", 2, "subcommand: curve"},
+      {"--program 17", 2, "--program takes a whole number from 1 to 16"},
       {"--block 0", 2, "--block"},
       {"--rate 12", 2, "--rate"},
       {"render slow.wav o.wav --rate native", 1, "8000 Hz"},
@@ -149,6 +155,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"--automate half.json", 1, "half.json, line 2"},
       {"--automate twice.json", 1, "twice.json, line 3"},
       {"--automate broken.json", 1, "broken.json, line 3"},
+      {"--automate params.json", 1, "did you mean parameters"},
       {"--bank big.json", 1, "big.json, line 2: /programs/16"},
       {"render in.wav in.wav --out-dir d", 2, "both would become"},
       {"riff there.wav", 1, "--force"},
