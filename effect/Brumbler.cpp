@@ -72,7 +72,7 @@ float Brumbler::getParameter(int32 index) {
 bool Brumbler::getEffectName(char* name) { return copyText(name, "Brumbler", 32); }
 bool Brumbler::getProductString(char* text) { return copyText(text, "Brumbler", 64); }
 int32 Brumbler::getVendorVersion() { return 1000; }
-int32 Brumbler::getPlugCategory() { return 1; }
+int32 Brumbler::getPlugCategory() { return kPlugCategEffect; }
 
 int32 Brumbler::getNumOfInJacks() { return 1; }
 int32 Brumbler::getNumOfOutJacks() { return 1; }

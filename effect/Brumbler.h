@@ -47,7 +47,7 @@ class Brumbler : public Q_TypeBase {
   void setParameter(int32 index, float value) override;  // any value is stored as it is
   float getParameter(int32 index) override;
   void setProgram(int32 program) override;
-  void setProgramName(const char* name) override;  // cut to 23 characters
+  void setProgramName(char* name) override;  // cut to 23 characters
   void getProgramName(char* name) override;
   void getParameterLabel(int32 index, char* label) override;
   void getParameterDisplay(int32 index, char* text) override;

@@ -38,9 +38,9 @@ bool Brumbler::getParameterProperties(int32 index, VstParameterProperties* prope
   *properties = {};
   getParameterLabel(index, properties->label);
   if (index == kOnOff) {
-    properties->flags = parameterIsSwitch;
+    properties->flags = kVstParameterIsSwitch;
   } else {
-    properties->flags = parameterUsesFloatStep;
+    properties->flags = kVstParameterUsesFloatStep;
     properties->stepFloat = 0.01F;
   }
   properties->extension = 1;

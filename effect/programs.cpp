@@ -41,7 +41,7 @@ void Brumbler::loadProgram(int32 program) {
   storeParameter(kFuzz, source.fuzz);
 }
 
-void Brumbler::setProgramName(const char* name) {
+void Brumbler::setProgramName(char* name) {
   if (name != nullptr) writeName(programs[loadShared(curProgram)].name, name);
 }
 

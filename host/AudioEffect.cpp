@@ -53,7 +53,7 @@ intptr AudioEffect::dispatcher(int32 opcode, int32 index, intptr value, void* pt
     case Op::close: close(); return 0;
     case Op::setProgram: if (value < numPrograms) setProgram(programIndex(value)); return 0;
     case Op::getProgram: return getProgram();
-    case Op::setProgramName: setProgramName(static_cast<const char*>(ptr)); return 0;
+    case Op::setProgramName: setProgramName(static_cast<char*>(ptr)); return 0;
     case Op::getProgramName: getProgramName(static_cast<char*>(ptr)); return 0;
     case Op::getParameterLabel: getParameterLabel(index, static_cast<char*>(ptr)); return 0;
     case Op::getParameterDisplay: getParameterDisplay(index, static_cast<char*>(ptr)); return 0;
@@ -90,7 +90,7 @@ void AudioEffect::setParameterAutomated(int32 index, float value) {
 }
 int32 AudioEffect::getProgram() { return loadShared(curProgram); }
 void AudioEffect::setProgram(int32 program) { curProgram = program; }
-void AudioEffect::setProgramName(const char* /*name*/) {}
+void AudioEffect::setProgramName(char* /*name*/) {}
 void AudioEffect::getProgramName(char* name) { clearText(name); }
 void AudioEffect::getParameterLabel(int32 /*index*/, char* label) { clearText(label); }
 void AudioEffect::getParameterDisplay(int32 /*index*/, char* text) { clearText(text); }
@@ -112,7 +112,7 @@ float AudioEffect::getSampleRate() { return loadShared(sampleRate); }
 int32 AudioEffect::getBlockSize() { return loadShared(blockSize); }
 
 int32 AudioEffect::getMasterVersion() {
-  const auto version = static_cast<int32>(callHost(HostOpcode::version));
+  const auto version = static_cast<int32>(callHost(HostOpcode::audioMasterVersion));
   return version == 0 ? 1 : version;
 }
 int32 AudioEffect::getCurrentUniqueId() { return static_cast<int32>(callHost(HostOpcode::currentId)); }

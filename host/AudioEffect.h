@@ -43,7 +43,7 @@ class AudioEffect {
   virtual void setParameterAutomated(int32 index, float value);  // sets it, then tells the host
   virtual int32 getProgram();
   virtual void setProgram(int32 program);
-  virtual void setProgramName(const char* name);
+  virtual void setProgramName(char* name);  // only read
   virtual void getProgramName(char* name);
   virtual void getParameterLabel(int32 index, char* label);
   virtual void getParameterDisplay(int32 index, char* text);
@@ -74,10 +74,10 @@ class AudioEffect {
   virtual bool isOutputConnected(int32 output);
 
   // 39-43: numbers as text, any thread. At most `maxLen` characters and a terminating zero, and a zero at text[maxLen]
-  // in any case; a null text or a negative `maxLen` writes nothing. "Huge!" stands for what does not fit, infinities
-  // included; not-a-number reads as 0.
-  virtual void dB2string(float value, char* text, int32 maxLen);     // linear gain as decibels
-  virtual void Hz2string(float samples, char* text, int32 maxLen);   // period in samples as a frequency
+  // in any case; a null text or a negative `maxLen` writes nothing. "Huge!" stands for what does not fit, and
+  // not-a-number reads as 0, except where a line says otherwise.
+  virtual void dB2string(float value, char* text, int32 maxLen);     // linear gain as decibels; "-Inf" unless above 0
+  virtual void Hz2string(float samples, char* text, int32 maxLen);   // period in samples as a frequency; 0 for 0
   virtual void ms2string(float samples, char* text, int32 maxLen);   // length in samples as milliseconds
   virtual void float2string(float value, char* text, int32 maxLen);  // blank or "-", digits, ".", up to two decimals
   virtual void int2string(int32 value, char* text, int32 maxLen);

@@ -50,7 +50,7 @@ intptr AudioEffectX::dispatcher(int32 opcode, int32 index, intptr value, void* p
     case Op::getProductString: return getProductString(static_cast<char*>(ptr));
     case Op::getVendorVersion: return getVendorVersion();
     case Op::vendorSpecific: return vendorSpecific(index, value, ptr, opt);
-    case Op::canDo: return canDo(static_cast<const char*>(ptr));
+    case Op::canDo: return canDo(static_cast<char*>(ptr));
     case Op::getTailSize: return getGetTailSize();
     case Op::getParameterProperties: return getParameterProperties(index, static_cast<VstParameterProperties*>(ptr));
     case Op::getVstVersion: return getVstVersion();
@@ -81,7 +81,8 @@ intptr AudioEffectX::dispatcher(int32 opcode, int32 index, intptr value, void* p
 
 void AudioEffectX::resume() {
   const bool synth = (cEffect.flags & flagIsSynth) != 0;
-  if (synth || canDo(PlugCanDos::canDoReceiveVstMidiEvent) == 1) __wantEventsDeprecated(1);
+  auto* const takesMidi = const_cast<char*>(PlugCanDos::canDoReceiveVstMidiEvent);  // NOLINT(cppcoreguidelines-pro-type-const-cast): only read
+  if (synth || canDo(takesMidi) == 1) __wantEventsDeprecated(1);
 }
 
 bool AudioEffectX::canParameterBeAutomated(int32 /*index*/) { return true; }
@@ -99,7 +100,7 @@ bool AudioEffectX::ioChanged() { return callHost(Host::ioChanged) != 0; }
 
 float AudioEffectX::updateSampleRate() {
   storeShared(sampleRate, 44100.0F);
-  const intptr answer = callHost(Host::getSampleRate);
+  const auto answer = static_cast<int32>(callHost(Host::getSampleRate));
   if (answer > 0) storeShared(sampleRate, static_cast<float>(answer));
   return loadShared(sampleRate);
 }
@@ -140,7 +141,7 @@ bool AudioEffectX::getHostVendorString(char* text) { return callHost(Host::getVe
 bool AudioEffectX::getHostProductString(char* text) { return callHost(Host::getProductString, 0, 0, text) != 0; }
 int32 AudioEffectX::getHostVendorVersion() { return static_cast<int32>(callHost(Host::getVendorVersion)); }
 intptr AudioEffectX::hostVendorSpecific(int32 lArg1, intptr lArg2, void* ptrArg, float floatArg) { return callHost(Host::vendorSpecific, lArg1, lArg2, ptrArg, floatArg); }
-bool AudioEffectX::canHostDo(const char* text) { return callHost(Host::canDo, 0, 0, const_cast<char*>(text)) != 0; }  // NOLINT(cppcoreguidelines-pro-type-const-cast): the host only reads it
+bool AudioEffectX::canHostDo(char* text) { return callHost(Host::canDo, 0, 0, text) != 0; }
 int32 AudioEffectX::getHostLanguage() { return static_cast<int32>(callHost(Host::getLanguage)); }
 void AudioEffectX::isSynth(bool state) { setFlag(flagIsSynth, state); }
 void AudioEffectX::noTail(bool state) { setFlag(flagNoTail, state); }
@@ -151,10 +152,10 @@ bool AudioEffectX::getVendorString(char* /*text*/) { return false; }
 bool AudioEffectX::getProductString(char* /*text*/) { return false; }
 int32 AudioEffectX::getVendorVersion() { return 0; }
 intptr AudioEffectX::vendorSpecific(int32 /*lArg*/, intptr /*lArg2*/, void* /*ptrArg*/, float /*floatArg*/) { return 0; }
-int32 AudioEffectX::canDo(const char* /*text*/) { return 0; }
+int32 AudioEffectX::canDo(char* /*text*/) { return 0; }
 
 int32 AudioEffectX::getVstVersion() { return 2400; }
-int32 AudioEffectX::getPlugCategory() { return (cEffect.flags & flagIsSynth) != 0 ? 2 : 0; }
+int32 AudioEffectX::getPlugCategory() { return (cEffect.flags & flagIsSynth) != 0 ? categorySynth : categoryUnknown; }
 int32 AudioEffectX::getMidiProgramName(int32 /*channel*/, MidiProgramName* /*name*/) { return 0; }
 int32 AudioEffectX::getCurrentMidiProgram(int32 /*channel*/, MidiProgramName* /*name*/) { return -1; }
 int32 AudioEffectX::getMidiProgramCategory(int32 /*channel*/, MidiProgramCategory* /*category*/) { return 0; }

@@ -58,8 +58,8 @@ class AudioEffectX : public AudioEffect {
   virtual bool getHostProductString(char* text);                                               // host 33
   virtual int32 getHostVendorVersion();                                                        // host 34
   virtual intptr hostVendorSpecific(int32 lArg1, intptr lArg2, void* ptrArg, float floatArg);  // host 35
-  virtual bool canHostDo(const char* text);  // host 37; any answer but 0 is yes
-  virtual int32 getHostLanguage();           // host 38
+  virtual bool canHostDo(char* text);  // host 37; any answer but 0 is yes
+  virtual int32 getHostLanguage();     // host 38
   virtual void isSynth(bool state);
   virtual void noTail(bool state);
   virtual int32 getGetTailSize();
@@ -69,7 +69,7 @@ class AudioEffectX : public AudioEffect {
   virtual bool getProductString(char* text);
   virtual int32 getVendorVersion();
   virtual intptr vendorSpecific(int32 lArg, intptr lArg2, void* ptrArg, float floatArg);
-  virtual int32 canDo(const char* text);
+  virtual int32 canDo(char* text);  // only read
 
   // 99-105: version, category, MIDI programs.
   virtual int32 getVstVersion();
@@ -96,7 +96,7 @@ class AudioEffectX : public AudioEffect {
   virtual bool allocateArrangement(VstSpeakerArrangement** arrangement, int32 nbChannels);
   virtual bool deallocateArrangement(VstSpeakerArrangement** arrangement);
   virtual bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from);  // names are cut to 63 characters
-  // Makes `*to` a new deep copy of `from`; what `*to` held is freed. `from` must not be `*to`.
+  // Makes `*to` a new deep copy of `from`; what `*to` held is freed. `from` may be `*to`, which then stays as it is.
   virtual bool matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrangement* from);
 
   // 115-124: offline processing.

@@ -128,7 +128,7 @@ class HostedEffect {
   static intptr answer(AEffect* effect, int32 opcode, int32 /*index*/, intptr /*value*/, void* /*ptr*/, float /*opt*/) {
     const auto* const host = effect != nullptr ? static_cast<const HostedEffect*>(effect->user) : nullptr;
     switch (static_cast<HostOpcode>(opcode)) {
-      case HostOpcode::version: return kInterfaceVersion;
+      case HostOpcode::audioMasterVersion: return kInterfaceVersion;
       case HostOpcode::getSampleRate: return host != nullptr ? host->rate_ : 0;
       case HostOpcode::getBlockSize: return host != nullptr ? host->blockLength_ : 0;
       default: return 0;

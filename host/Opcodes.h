@@ -72,7 +72,7 @@ enum class EffectOpcode : int32 {
 // What an effect asks of its host through audioMasterCallback.
 enum class HostOpcode : int32 {
   automate = 0,
-  version = 1,
+  audioMasterVersion = 1,
   currentId = 2,
   idle = 3,
   pinConnected = 4,

@@ -24,8 +24,15 @@ enum VstOfflineOption : int32 {};
 
 // Bits of VstParameterProperties::flags.
 enum ParameterFlag : int32 {
-  parameterIsSwitch = 1,
-  parameterUsesFloatStep = 4,
+  kVstParameterIsSwitch = 1,
+  kVstParameterUsesFloatStep = 4,
+};
+
+// What getPlugCategory answers.
+enum PlugCategory : int32 {
+  categoryUnknown = 0,
+  kPlugCategEffect = 1,
+  categorySynth = 2,
 };
 
 // What a host learns of a parameter: the interface's own 152 bytes and the two that the host extension adds, 154 in

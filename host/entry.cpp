@@ -14,7 +14,8 @@ AudioEffect* createPluginFilter(audioMasterCallback audioMaster) { return new (s
 AEffect* createRecord(audioMasterCallback audioMaster) noexcept {
   try {
     if (audioMaster == nullptr) return nullptr;
-    if (audioMaster(nullptr, static_cast<int32>(HostOpcode::version), 0, 0, nullptr, 0.0F) == 0) return nullptr;
+    constexpr auto kVersion = static_cast<int32>(HostOpcode::audioMasterVersion);
+    if (audioMaster(nullptr, kVersion, 0, 0, nullptr, 0.0F) == 0) return nullptr;
     AudioEffect* const effect = createPluginFilter(audioMaster);
     return effect != nullptr ? effect->getAeffect() : nullptr;
   } catch (...) {

@@ -116,18 +116,10 @@ void AudioEffect::dB2string(float value, char* text, int32 maxLen) {
 
 void AudioEffect::Hz2string(float samples, char* text, int32 maxLen) {
   const float rate = getSampleRate();
-  if (!std::isfinite(samples)) {
-    float2string(samples, text, maxLen);
-  } else {
-    float2string(samples == 0.0F ? 0.0F : rate / samples, text, maxLen);
-  }
+  float2string(samples == 0.0F ? 0.0F : rate / samples, text, maxLen);
 }
 
 void AudioEffect::ms2string(float samples, char* text, int32 maxLen) {
   const float rate = getSampleRate();
-  if (!std::isfinite(samples)) {
-    float2string(samples, text, maxLen);
-  } else {
-    float2string(rate == 0.0F ? 0.0F : static_cast<float>(samples * 1000.0 / rate), text, maxLen);
-  }
+  float2string(rate == 0.0F ? 0.0F : static_cast<float>(samples * 1000.0 / rate), text, maxLen);
 }

@@ -9,6 +9,7 @@
 #include <limits>
 #include <string>
 #include <variant>
+#include <vector>
 
 namespace {
 
@@ -29,6 +30,16 @@ using OfFloat = void (AudioEffect::*)(float, char*, int32);
 constexpr OfInt kInt = &AudioEffect::int2string;
 constexpr OfFloat kFloat = &AudioEffect::float2string;
 constexpr OfFloat kDb = &AudioEffect::dB2string, kHz = &AudioEffect::Hz2string, kMs = &AudioEffect::ms2string;
+// What someone writes who derives an effect: the operations as the interface has them.
+struct Synth : Q_TypeBase {
+  explicit Synth(audioMasterCallback host) : Q_TypeBase(host, 16, 3) {}
+  void processReplacing(float** /*inputs*/, float** /*outputs*/, int32 /*sampleFrames*/) override {}
+  void setProgramName(char* text) override { name = text; }
+  int32 canDo(char* text) override { return std::strcmp(text, "receiveVstMidiEvent") == 0 ? 1 : 0; }
+  bool canHostDo(char* text) override { return std::strcmp(text, "offline") == 0 && Q_TypeBase::canHostDo(text); }
+  std::string name;
+};
+
 constexpr int32 kLowest = std::numeric_limits<int32>::min();
 
 }  // namespace
@@ -73,8 +84,8 @@ TEST_CASE("parameters: names, displays and properties") {
 
 TEST_CASE("program names, and indices that no program has") {
   Brumbler effect(nullptr);
-  const struct {
-    const char* name;
+  struct {
+    char name[26];
     const char* shown;
     // clang-format off
   } names[] = {
@@ -82,7 +93,7 @@ TEST_CASE("program names, and indices that no program has") {
       {"one more than 23 of them", "one more than 23 of the"}, {"short again", "short again"},
   };
   // clang-format on
-  for (const auto& row : names) {
+  for (auto& row : names) {
     effect.setProgramName(row.name);
     CHECK(programName(effect) == row.shown);
   }
@@ -94,6 +105,20 @@ TEST_CASE("program names, and indices that no program has") {
     CHECK(effect.getProgram() == 15);
     CHECK(written(24, [&](char* text) { CHECK_FALSE(effect.getProgramNameIndexed(0, index, text)); })[0] == '#');
   }
+}
+
+TEST_CASE("an effect that someone else derives is asked through the dispatcher for what it overrides") {
+  static std::vector<int32> asked;
+  Synth effect([](AEffect*, int32 opcode, int32, intptr, void*, float) { return asked.push_back(opcode), intptr{1}; });
+  AEffect* const record = effect.getAeffect();
+  char text[] = "receiveVstMidiEvent", offline[] = "offline";
+  CHECK(record->dispatcher(record, 51, 0, 0, text, 0.0F) == 1);
+  record->dispatcher(record, 4, 0, 0, text, 0.0F);
+  CHECK(effect.name == text);
+  record->dispatcher(record, 12, 0, 1, nullptr, 0.0F);  // resumes, and so wants events
+  CHECK(static_cast<AudioEffectX&>(effect).canHostDo(offline));
+  CHECK_FALSE(static_cast<AudioEffectX&>(effect).canHostDo(text));
+  CHECK(asked == std::vector<int32>{6, 37});
 }
 
 TEST_CASE("numbers as text, at 44100 Hz") {
@@ -115,7 +140,7 @@ TEST_CASE("numbers as text, at 44100 Hz") {
       {kFloat, 1.0e8F, "Hu", 2}, {kFloat, 0.5F, "", 0}, {kFloat, -INFINITY, "Huge!"}, {kFloat, NAN, " 0.00"},
       {kDb, 1.0F, " 0.00"}, {kDb, 0.5F, "-6.02"}, {kDb, 2.0F, " 6.02"}, {kDb, 0.0F, "-Inf"}, {kDb, -1.0F, "-Inf"},
       {kDb, INFINITY, "Huge!"}, {kHz, 441.0F, " 100.00"}, {kHz, 0.0F, " 0.00"}, {kHz, -4410.0F, "-10.00"},
-      {kHz, 1.0e-30F, "Huge!"}, {kHz, INFINITY, "Huge!"}, {kHz, NAN, " 0.00"}, {kMs, 441.0F, " 10.00"},
+      {kHz, 1.0e-30F, "Huge!"}, {kHz, INFINITY, " 0.00"}, {kHz, -INFINITY, " 0.00"}, {kHz, NAN, " 0.00"}, {kMs, 441.0F, " 10.00"},
       {kMs, -INFINITY, "Huge!"}, {kMs, NAN, " 0.00"},
   };
   // clang-format on

@@ -61,7 +61,8 @@ TEST_CASE("one effect is played, set up, automated and read on several threads a
     if (turn % 50 == 25) player.announce(turn % 200);
     effect.updateBlockSize();
   };
-  const auto rename = [&](int turn) { effect.setProgramName(turn % 2 == 0 ? "aaaaaaaaaaaaaaaaaaaaaaa" : "bbb"); };
+  char longName[] = "aaaaaaaaaaaaaaaaaaaaaaa", shortName[] = "bbb";
+  const auto rename = [&](int turn) { effect.setProgramName(turn % 2 == 0 ? longName : shortName); };
   const auto read = [&](int turn) {
     const float value = effect.getParameter(turn % 3);
     wrong += !(value >= 0.0F && value <= 1.0F);

@@ -49,7 +49,7 @@ ordered_json describeParameter(const HostedEffect& effect, int index, const Para
   parameter["value"] = known.shownAt(effect.parameter(index));
   parameter["minimum"] = 0;
   parameter["maximum"] = static_cast<int>(known.top());
-  if (answers && (properties.flags & parameterUsesFloatStep) != 0) {
+  if (answers && (properties.flags & kVstParameterUsesFloatStep) != 0) {
     parameter["step"] = known.shownAt(properties.stepFloat);
   }
   parameter["display"] = displayOf(effect, index, effect.parameter(index));

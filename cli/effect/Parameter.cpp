@@ -38,7 +38,7 @@ std::vector<Parameter> parametersOf(const HostedEffect& effect) {
     VstParameterProperties properties{};
     const bool known = effect.ask(EffectOpcode::getParameterProperties, i, 0, &properties) != 0;
     parameters.push_back(
-        {askText(effect, EffectOpcode::getParameterName, i), known && (properties.flags & parameterIsSwitch) != 0});
+        {askText(effect, EffectOpcode::getParameterName, i), known && (properties.flags & kVstParameterIsSwitch) != 0});
   }
   return parameters;
 }

@@ -258,10 +258,12 @@ TEST_CASE("every opcode, with arguments and with none") {
   effect.object = nullptr;
 }
 
-TEST_CASE("pointers that the host answers keep their width") {
+TEST_CASE("pointers that the host answers keep their width, numbers have 32 bits") {
   const Module module;
   const Effect effect(module.entry());
   answer = reinterpret_cast<Word>(pointer);
   for (const int slot : {75, 92, 132, 133, 142, 143, 144}) CHECK(effect.call<void*>(slot, nullptr) == pointer);
   CHECK(effect.call<Word>(86, 0, answer, nullptr, 0.0F) == answer);
+  answer = static_cast<Word>(0xFFFFFFFFU);  // -1 from a callback that was compiled to answer 32 bits
+  CHECK(effect.call<float>(62) == 44100.0F);
 }
