@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: MIT
+#include <cxxabi.h>
+
 #include <memory>
 #include <new>
 
@@ -11,13 +13,17 @@ namespace {
 AudioEffect* createPluginFilter(audioMasterCallback audioMaster) { return new (std::nothrow) Brumbler(audioMaster); }
 
 // The record of a new effect, or null.
-AEffect* createRecord(audioMasterCallback audioMaster) noexcept {
+AEffect* createRecord(audioMasterCallback audioMaster) {
   try {
     if (audioMaster == nullptr) return nullptr;
     constexpr auto kVersion = static_cast<int32>(HostOpcode::audioMasterVersion);
     if (audioMaster(nullptr, kVersion, 0, 0, nullptr, 0.0F) == 0) return nullptr;
     AudioEffect* const effect = createPluginFilter(audioMaster);
     return effect != nullptr ? effect->getAeffect() : nullptr;
+#ifdef __GLIBCXX__
+  } catch (abi::__forced_unwind&) {
+    throw;  // the thread ends within the callback
+#endif
   } catch (...) {
     return nullptr;
   }

@@ -3,6 +3,7 @@
 #define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
 #include <doctest/doctest.h>
 #include <malloc.h>
+#include <pthread.h>
 
 #include <cfenv>
 #include <iterator>
@@ -28,6 +29,24 @@ void setControlWord(std::uint32_t word) {
 }
 constexpr std::uint32_t kWords[] = {0, 0x400000, 0x800000, 0xC00000, 0x1000000, 0x1800000};
 #endif
+
+std::size_t storageTaken() { return mallinfo2().uordblks + mallinfo2().hblkhd; }
+
+// One use of an entry by a thread that its callback ends.
+struct Ending {
+  Entry entry;
+  Callback callback;
+  bool unwound = false;  // the host's own frames, too
+
+  static void* run(void* self) {
+    auto& ending = *static_cast<Ending*>(self);
+    const struct Frame {
+      ~Frame() { unwound = true; }
+      bool& unwound;
+    } frame{ending.unwound};
+    return ending.entry(ending.callback);
+  }
+};
 
 }  // namespace
 
@@ -65,6 +84,29 @@ TEST_CASE("an entry that gets no effect answers null") {
   CHECK(entry(throwing) == nullptr);
 }
 
+TEST_CASE("a thread that ends within the version query ends, and the entry keeps nothing") {
+  const Module module;
+  const Callback exits = [](auto...) -> Word { pthread_exit(PTHREAD_CANCELED); };
+  const Callback isCancelled = [](auto...) -> Word {
+    pthread_cancel(pthread_self());
+    pthread_testcancel();
+    return 2400;
+  };
+  for (const Callback callback : {exits, isCancelled}) {
+    std::size_t before = 0;
+    for (int round = 0; round < 200; ++round) {
+      Ending ending{module.entry(), callback};
+      pthread_t thread;
+      void* result = nullptr;
+      REQUIRE(pthread_create(&thread, nullptr, Ending::run, &ending) == 0);
+      REQUIRE(pthread_join(thread, &result) == 0);
+      REQUIRE((ending.unwound && result == PTHREAD_CANCELED));
+      if (round == 100) before = storageTaken();
+    }
+    CHECK(storageTaken() < before + 1600);  // 100 wrappers of 16 bytes
+  }
+}
+
 TEST_CASE("processing leaves the caller's floating-point state, and rounds as it says") {
   const Module module;
   const std::uint32_t before = controlWord();
@@ -85,7 +127,6 @@ TEST_CASE("processing leaves the caller's floating-point state, and rounds as it
 }
 
 TEST_CASE("a thousand times loaded, and ten thousand lives, take nothing") {
-  const auto taken = [] { return mallinfo2().uordblks + mallinfo2().hblkhd; };
   double in[64] = {0.1}, out[64];
   std::size_t before = 0;
   answer = 8000;
@@ -100,7 +141,7 @@ TEST_CASE("a thousand times loaded, and ten thousand lives, take nothing") {
       }
     }
     REQUIRE(dlopen(BRUMBLER_MODULE, RTLD_NOW | RTLD_NOLOAD) == nullptr);
-    if (round == 100) before = taken();
+    if (round == 100) before = storageTaken();
   }
-  CHECK(taken() <= before + 1024);
+  CHECK(storageTaken() <= before + 1024);
 }
