@@ -16,6 +16,7 @@
 
 Clipper Brumbler::clip[1];
 double Brumbler::clipSampleRate = -1.0;
+RecursiveMutex Brumbler::clipLock;
 
 const int32 Brumbler::num_Adjust[] = {FT_PEQ, FT_PEQ};
 const double Brumbler::freq_Adjust[] = {60.0, 8000.0};
@@ -42,17 +43,6 @@ constexpr OversamplingLowpass kLowpass48000 = {{4.7749840241, -9.149843144, 8.79
 constexpr OversamplingLowpass kLowpassOther = {
     {4.7526378444, -9.0699840367, 8.6870494094, -4.1753030355, 0.80557726604},
     {6.0626054296e-06, -8.5218641012e-07, 6.0657532561e-06}};
-
-// Set-ups of several effects take turns at the shared table.
-RecursiveMutex tableLock;
-
-void buildTable(double rateArgument) {
-  const RecursiveMutex::Guard guard(tableLock);
-  const bool built = Brumbler::clip[0].center != 0.0;
-  if (built && rateArgument == Brumbler::clipSampleRate) return;
-  Brumbler::clip[0].build();
-  Brumbler::clipSampleRate = rateArgument;
-}
 
 IIRFilter* newSection(int32 type, double frequency, double q, double gain, double rate) {
   filterPrm_tag parameters{type, frequency, 0.0, 0.0, q, gain, rate};
@@ -90,18 +80,35 @@ void deleteAndClear(T*& object) noexcept {
 }  // namespace
 
 void Brumbler::setSampleRate(float sampleRateArgument) {
-  const RecursiveMutex::Guard guard(lock);
   const double argument = sampleRateArgument;
-  if (argument == curSampleRate) return;
-
-  curSampleRate = updateSampleRate();
+  if (isSetUpFor(argument)) return;
+  const float rate = updateSampleRate();  // asks the host, which may wait for another thread's call of this effect
   buildTable(argument);
-  releaseProcessing();
-  if (!buildProcessing()) {
-    releaseProcessing();
-    curSampleRate = std::numeric_limits<double>::quiet_NaN();  // no rate equals it: the next set-up runs in full
-  }
+  setUpFor(rate);
   resume();
+}
+
+bool Brumbler::isSetUpFor(double rate) {
+  const RecursiveMutex::Guard guard(lock);
+  return rate == curSampleRate;
+}
+
+// Set-ups of several effects take turns at the shared table.
+void Brumbler::buildTable(double rateArgument) {
+  const RecursiveMutex::Guard guard(clipLock);
+  if (rateArgument == clipSampleRate) return;
+  clip[0].build();
+  clipSampleRate = rateArgument;
+}
+
+void Brumbler::setUpFor(float rate) {
+  const RecursiveMutex::Guard guard(lock);
+  storeShared(sampleRate, rate);  // another thread's set-up may have asked since
+  curSampleRate = rate;
+  releaseProcessing();
+  if (buildProcessing()) return;
+  releaseProcessing();
+  curSampleRate = std::numeric_limits<double>::quiet_NaN();  // no rate equals it: the next set-up runs in full
 }
 
 // False when storage ran out; what was built so far then stays for releaseProcessing.

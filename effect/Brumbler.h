@@ -17,7 +17,12 @@ struct VolumeGlide;
 // (setParameter, setProgram, setSampleRate, setBlockSize), so that changes land between blocks and a call from another
 // thread waits for the block. Texts, names, properties, getParameter, getSampleRate and getBlockSize take no lock and
 // may be called at any time; a name that one thread sets while another reads it may be seen half old and half new,
-// always terminated. Effects share the curve alone, which set-ups of several effects build in turn.
+// always terminated. Effects share the curve alone, which set-ups of several effects build in turn. Set-ups of one
+// effect at the same time leave it set up for the rate of one of them.
+//
+// Calls into the host: setSampleRate asks for the rate, setParameterAutomated tells of the change, and the host
+// services of the base classes do what they say; nothing else reaches the host. They call it on their caller's thread
+// and hold no lock meanwhile, so a host may answer under a lock of its own.
 //
 // A host must not overlap close with any other call for the same effect, and must call what describes the effect (the
 // record's fields, the flag and channel setters, setEditor) from one thread at a time. Input and output of a block are
@@ -95,9 +100,14 @@ class Brumbler : public Q_TypeBase {
   void loadProgram(int32 program);
 
   bool isSetUp() const noexcept { return switchFader != nullptr; }
+  bool isSetUpFor(double rate);
+  static void buildTable(double rateArgument);
+  void setUpFor(float rate);
   bool buildProcessing();
   void releaseProcessing() noexcept;
   bool growWorkBuffers(int32 samples) noexcept;
+
+  static RecursiveMutex clipLock;  // of `clip` and `clipSampleRate`
 
   // The order of the fields is documented; they hold the truth between blocks.
   BrumblerProgram* programs = nullptr;  // numPrograms of them

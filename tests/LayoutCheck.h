@@ -8,6 +8,8 @@
 // The way of the tests into the effect's documented fields.
 struct LayoutCheck {
   static bool plays(const Brumbler& b, int32 samples) { return b.switchFader != nullptr && samples <= b.workBufLen; }
+  static RecursiveMutex& lock(Brumbler& b) { return b.lock; }
+  static RecursiveMutex& clipLock() { return Brumbler::clipLock; }
   static double curSampleRate(const Brumbler& b) { return b.curSampleRate; }
 
   static bool lookIsDue(Brumbler& b, int32 length) { return b.lookIsDue(length); }

@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: MIT
-// Every call that a host may make at the same time as others, at the same time as others. The thread sanitizer watches.
+// Every call that a host may make at the same time as others, at the same time as others. The thread sanitizer watches;
+// what must wait for whom is held without it, too.
 #include <doctest/doctest.h>
 
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <functional>
+#include <mutex>
+#include <optional>
 #include <thread>
+#include <utility>
 
+#include "tests/LayoutCheck.h"
 #include "tests/Player.h"
 
 namespace {
@@ -23,11 +29,146 @@ void together(int rounds, const std::vector<std::function<void(int turn)>>& jobs
   for (std::thread& thread : threads) thread.join();
 }
 
+// Waits for a flag, this long at most; whether it has come.
+bool comesWithin(const std::atomic<bool>& flag, std::chrono::milliseconds most) {
+  const auto deadline = std::chrono::steady_clock::now() + most;
+  while (!flag && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
+  return flag;
+}
+
+// A call on a thread of its own.
+class Call {
+ public:
+  explicit Call(const std::function<void()>& call) : thread_([this, call] { call(), done_ = true; }) {}
+  Call(Call&&) = delete;
+  ~Call() { thread_.join(); }
+
+  bool endsWithin(std::chrono::milliseconds most) const { return comesWithin(done_, most); }
+
+ private:
+  std::atomic<bool> done_ = false;
+  std::thread thread_;
+};
+
+constexpr std::chrono::seconds kLongest{5};       // for a call that nothing holds up, on a loaded machine
+constexpr std::chrono::milliseconds kMoment{20};  // in which one that is held up does not end
+
+void playBlock(Brumbler& effect) {
+  double in[64] = {0.1}, out[64];
+  double *source = in, *target = out;
+  effect.processDoubleReplacing(&source, &target, 64);
+}
+
+// What a host may call at any time, and whether it waits for the block that plays.
+const struct {
+  const char* name;
+  std::function<void(Brumbler& effect)> call;
+  bool waits = true;
+} kCalls[] = {
+    {"setParameter", [](Brumbler& effect) { effect.setParameter(1, 0.25F); }},
+    {"setProgram", [](Brumbler& effect) { effect.setProgram(3); }},
+    {"setBlockSize", [](Brumbler& effect) { effect.setBlockSize(2000); }},
+    {"setSampleRate", [](Brumbler& effect) { effect.setSampleRate(32000.0F); }},
+    {"processDoubleReplacing", playBlock},
+    {"processReplacing", [](Brumbler& effect) { effect.processReplacing(nullptr, nullptr, 64); }, false},
+    {"getParameter", [](Brumbler& effect) { effect.getParameter(1); }, false},
+    {"getProgram", [](Brumbler& effect) { effect.getProgram(); }, false},
+    {"getSampleRate", [](Brumbler& effect) { effect.getSampleRate(); }, false},
+};
+
+// Runs while a set-up waits for its host's answer.
+std::function<void()> meanwhile;
+
+intptr answerMeanwhile(AEffect* /*e*/, int32 opcode, int32 /*i*/, intptr /*v*/, void* /*p*/, float /*o*/) {
+  if (opcode == static_cast<int32>(HostOpcode::getSampleRate)) meanwhile();
+  return 48000;
+}
+
 }  // namespace
+
+// A host may answer under a mutex of its own, and its other threads may call the effect under the same one. So here the
+// answer waits for the other thread's call; were a lock of ours held, neither would ever come back.
+TEST_CASE("a host that is asked for its rate can wait for its other threads' calls") {
+  for (const auto& row : kCalls) {
+    for (const bool first : {true, false}) {
+      CAPTURE(row.name);
+      CAPTURE(first);
+      Brumbler effect(answerMeanwhile), another(nullptr);
+      meanwhile = [] {};
+      if (!first) effect.setSampleRate(44100.0F);
+      std::optional<Call> call, setUp;
+      bool asked = false;
+      meanwhile = [&] {
+        if (std::exchange(asked, true)) return;
+        Brumbler::clipSampleRate = -1.0;  // there is a table to be built
+        setUp.emplace([&] { another.setSampleRate(96000.0F); });
+        call.emplace([&] { row.call(effect); });
+        REQUIRE(setUp->endsWithin(kLongest));
+        REQUIRE(call->endsWithin(kLongest));
+      };
+      effect.setSampleRate(22050.0F);
+      CHECK(asked);
+    }
+  }
+}
+
+TEST_CASE("what changes the sound waits for the block that plays, what only reads does not") {
+  for (const auto& row : kCalls) {
+    CAPTURE(row.name);
+    Brumbler effect(nullptr);
+    std::unique_lock block(LayoutCheck::lock(effect));
+    const Call call([&] { row.call(effect); });
+    CHECK(call.endsWithin(row.waits ? kMoment : kLongest) == !row.waits);
+    block.unlock();
+    CHECK(call.endsWithin(kLongest));
+  }
+  // A set-up that has its host's answer waits for the shared table, then for the block.
+  for (const bool table : {true, false}) {
+    CAPTURE(table);
+    std::atomic<bool> asked = false, answered = false;
+    meanwhile = [&] {
+      asked = true;
+      comesWithin(answered, kLongest);
+    };
+    Brumbler effect(answerMeanwhile);
+    Brumbler::clipSampleRate = -1.0;
+    const Call setUp([&] { effect.setSampleRate(48000.0F); });
+    REQUIRE(comesWithin(asked, kLongest));
+    std::unique_lock other(table ? LayoutCheck::clipLock() : LayoutCheck::lock(effect));
+    answered = true;
+    CHECK_FALSE(setUp.endsWithin(kMoment));
+    other.unlock();
+    CHECK(setUp.endsWithin(kLongest));
+  }
+}
+
+TEST_CASE("a set-up that another one overtakes leaves one whole state") {
+  static std::atomic<int32> hostRate = 48000;
+  struct Overtaken : Brumbler {
+    Overtaken() : Brumbler([](AEffect*, int32, int32, intptr, void*, float) -> intptr { return hostRate; }) {}
+    float updateSampleRate() override {
+      const float rate = Brumbler::updateSampleRate();
+      if (hostRate.exchange(96000) != 48000) return rate;
+      other.emplace([this] { setSampleRate(96000.0F); });
+      REQUIRE(other->endsWithin(kLongest));
+      return rate;
+    }
+    std::optional<Call> other;
+  };
+  Overtaken effect;
+  effect.setSampleRate(48000.0F);
+  CHECK(LayoutCheck::curSampleRate(effect) == 48000.0);
+  CHECK(effect.getSampleRate() == 48000.0F);
+  Sound out(500), in = pluckedStrings(500);
+  double *source = in.data(), *target = out.data();
+  effect.processDoubleReplacing(&source, &target, 500);
+  CHECK(out == Player(48000).play(in));
+}
 
 TEST_CASE("effects are created, set up and played on several threads at once") {
   static Clipper empty;
   Brumbler::clip[0] = empty;  // the curve that all share is built among the set-ups
+  Brumbler::clipSampleRate = -1.0;
   const Sound in = pluckedStrings(500);
   const auto live = [&] {
     Player player(48000);
