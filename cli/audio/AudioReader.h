@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/audio/AudioFormat.h"
 
@@ -45,5 +46,6 @@ class AudioReader {
   std::optional<std::int64_t> frames_;
   bool rereadable_ = false;
   std::int64_t framesRead_ = 0;
+  std::vector<short> shorts_;
   std::unique_ptr<SNDFILE, Close> file_;
 };

@@ -8,6 +8,7 @@
 #include <cmath>
 
 #include "cli/audio/AudioReader.h"
+#include "cli/audio/samples.h"
 #include "cli/text/Failure.h"
 
 namespace {
@@ -178,31 +179,28 @@ void AudioWriter::checkLength(std::int64_t frames) const {
   }
 }
 
-void AudioWriter::write(const double* samples, int count) {
-  framesWritten_ += count;
+void AudioWriter::write(std::span<const double> samples) {
+  const auto size = static_cast<sf_count_t>(samples.size());
+  framesWritten_ += size / format_.channels;
   if (pending_) checkLength(framesWritten_);
-  const std::size_t size = static_cast<std::size_t>(count) * static_cast<std::size_t>(format_.channels);
   const int bits = integerBits(format_.format);
   sf_count_t written = 0;
-  if (bits != 0) {
-    const double scale = std::ldexp(1.0, bits - 1);
-    const int shift = 32 - bits;
-    integers_.resize(size);
-    for (std::size_t i = 0; i < size; ++i) {
-      const double exact = std::nearbyint(samples[i] * scale);
-      const double fitting = std::clamp(exact, -scale, scale - 1.0);
-      if (fitting != exact) ++clipped_;
-      integers_[i] = static_cast<int>(static_cast<std::uint32_t>(static_cast<std::int64_t>(fitting)) << shift);
+  if (bits == 0) {
+    if (!isLinear(format_.format)) {
+      clipped_ += std::count_if(samples.begin(), samples.end(), [](double x) { return std::fabs(x) > 1.0; });
     }
-    written = sf_writef_int(file_.get(), integers_.data(), count);
+    written = sf_write_double(file_.get(), samples.data(), size);
+  } else if (bits == 16) {
+    shorts_.resize(samples.size());
+    clipped_ += toIntegers(samples, bits, shorts_.data());
+    written = sf_write_short(file_.get(), shorts_.data(), size);
   } else {
-    if (format_.sampleFormat() != SF_FORMAT_FLOAT && format_.sampleFormat() != SF_FORMAT_DOUBLE) {
-      clipped_ += std::count_if(samples, samples + size, [](double x) { return std::fabs(x) > 1.0; });
-    }
-    written = sf_writef_double(file_.get(), samples, count);
+    integers_.resize(samples.size());
+    clipped_ += toIntegers(samples, bits, integers_.data());
+    written = sf_write_int(file_.get(), integers_.data(), size);
   }
   if (writeError_ != 0) fail(systemError(writeError_));
-  if (written != count) fail(sf_strerror(file_.get()));
+  if (written != size) fail(sf_strerror(file_.get()));
 }
 
 void AudioWriter::finish() {

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -29,8 +30,8 @@ class AudioWriter {
   // Title, artist and the like, from another file; what the format cannot hold is left out. Before the first write.
   void copyTexts(const AudioReader& source);
 
-  // `count` frames. Throws Failure when they cannot be written.
-  void write(const double* samples, int count);
+  // Whole frames. Throws Failure when they cannot be written.
+  void write(std::span<const double> samples);
 
   // Completes the file and gives it its name. Throws Failure, leaving no file, when that fails. Without this call the
   // file is removed.
@@ -61,5 +62,6 @@ class AudioWriter {
   int writeError_ = 0;  // errno of the first write that failed
   std::int64_t clipped_ = 0;
   std::vector<int> integers_;
+  std::vector<short> shorts_;
   std::unique_ptr<SNDFILE, Close> file_;
 };

@@ -85,7 +85,7 @@ void renderOne(const Options& options, const EffectModule& module) {
   }
   const auto begin = std::chrono::steady_clock::now();
   Progress progress;
-  const FileRenderer renderer(module, options.settings);
+  const FileRenderer renderer(module, options.settings, 1);
   renderer.announce(in, progress);
   const RenderResult result = renderer.render(in, out, progress);
   progress.clear();

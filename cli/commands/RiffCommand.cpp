@@ -23,7 +23,7 @@ void runRiff(const Options& options) {
   const AudioFormat format = inContainer(wanted, container, options.out);
   const std::vector<double> samples = Riff::play();
   AudioWriter writer(options.out, format, options.force, static_cast<std::int64_t>(samples.size()));
-  writer.write(samples.data(), static_cast<int>(samples.size()));
+  writer.write(samples);
   writer.finish();
   std::fprintf(options.out == "-" ? stderr : stdout, "%s: %.2f s, peak %.1f dBFS\n",
                options.out == "-" ? "standard output" : options.out.c_str(),

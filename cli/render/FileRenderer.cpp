@@ -4,13 +4,16 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <vector>
+#include <thread>
 
 #include "cli/audio/AudioReader.h"
 #include "cli/audio/AudioWriter.h"
 #include "cli/audio/SampleRateConverter.h"
+#include "cli/audio/samples.h"
 #include "cli/render/OutputStage.h"
+#include "cli/render/ReadAhead.h"
 #include "cli/render/Tail.h"
+#include "cli/render/WriteBehind.h"
 #include "cli/render/automaticTrim.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
@@ -18,7 +21,8 @@
 
 namespace {
 
-constexpr int kSlowestRate = 16001;  // Hz; the effect's equaliser has sections at 8000 Hz
+constexpr int kSilenceFrames = 1024;  // played at a time after the sound
+constexpr int kSlowestRate = 16001;   // Hz; the effect's equaliser has sections at 8000 Hz
 
 // From the file's rate to the effect's, through the effects, and back.
 class Chain {
@@ -30,14 +34,14 @@ class Chain {
     back_.emplace(effectRate, rate, channels);
   }
 
-  // Answers what is ready at the file's rate, which lags behind where rates are converted. `block` is changed.
-  const std::vector<double>& play(std::vector<double>& block) {
+  // Answers what is ready at the file's rate, which lags behind where rates are converted. `piece` is changed.
+  Piece& play(Piece& piece) {
     if (!there_) {
-      effects_.process(block.data(), frames(block));
-      return block;
+      effects_.process(piece.data(), frames(piece));
+      return piece;
     }
     inside_.clear();
-    there_->convert(block.data(), frames(block), inside_);
+    there_->convert(piece.data(), frames(piece), inside_);
     effects_.process(inside_.data(), frames(inside_));
     result_.clear();
     back_->convert(inside_.data(), frames(inside_), result_);
@@ -45,19 +49,20 @@ class Chain {
   }
 
  private:
-  int frames(const std::vector<double>& samples) const { return static_cast<int>(samples.size() / channels_); }
+  int frames(const Piece& samples) const { return static_cast<int>(samples.size() / channels_); }
 
   EffectChannels& effects_;
   std::size_t channels_;
   std::optional<SampleRateConverter> there_;
   std::optional<SampleRateConverter> back_;
-  std::vector<double> inside_;
-  std::vector<double> result_;
+  Piece inside_;
+  Piece result_;
 };
 
-void scale(std::vector<double>& samples, double gain) {
-  if (gain == 1.0) return;
-  for (double& sample : samples) sample *= gain;
+// In frames: large ones, because each has its costs, except of a stream, which should come out as it comes in.
+int pieceLength(const AudioReader& reader, int block) {
+  constexpr int kPieceSamples = 1 << 15;
+  return reader.isRereadable() ? std::max(kPieceSamples / reader.format().channels, 1) : block;
 }
 
 }  // namespace
@@ -67,6 +72,9 @@ std::string clippingText(std::int64_t samples, const RenderSettings& settings) {
   return ", " + std::to_string(samples) + (samples == 1 ? " sample clipped: " : " samples clipped: ") +
          (settings.normalize ? "give a lower --normalize" : "lower --volume or add --normalize -1");
 }
+
+FileRenderer::FileRenderer(const EffectModule& module, const RenderSettings& settings, unsigned jobs)
+    : module_(module), settings_(settings), overlaps_(2 * jobs <= std::thread::hardware_concurrency()) {}
 
 // The rate at which the effect runs for a sound. Throws Failure when it cannot run at it.
 int FileRenderer::effectRate(const AudioReader& reader) const {
@@ -83,14 +91,14 @@ double FileRenderer::trimFor(const std::string& in) const {
     throw Failure("--trim auto needs a file, which can be read twice; give a stream its level, like --trim 20",
                   Failure::usage);
   }
-  constexpr int kPiece = 4096;
-  std::vector<double> block(static_cast<std::size_t>(kPiece) * static_cast<std::size_t>(reader.format().channels));
+  const int length = pieceLength(reader, settings_.effect.block);
+  ReadAhead pieces(reader, length, false);
   double peak = 0.0;
-  for (int got = kPiece; got == kPiece;) {
-    got = reader.read(block.data(), kPiece);
-    const auto end = block.begin() + static_cast<std::ptrdiff_t>(got) * reader.format().channels;
-    for (auto sample = block.begin(); sample != end; ++sample) peak = std::max(peak, std::fabs(*sample));
-  }
+  Piece piece;
+  do {
+    pieces.next(piece);
+    peak = std::max(peak, peakOf(piece));
+  } while (!piece.empty());
   return automaticTrim(peak);
 }
 
@@ -139,8 +147,10 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   if (longest) *longest += std::llround((settings_.tail.value_or(Tail::kLongestSeconds) + 1.0) * format.rate);
   AudioWriter writer(out, format, settings_.replace, longest);
   writer.copyTexts(reader);
-  OutputStage output(&writer, format.rate, format.channels, gain, settings_.tail);
+  WriteBehind behind(writer, overlaps_ && reader.isRereadable());
+  OutputStage output(&behind, format.rate, format.channels, gain, settings_.tail);
   run(reader, output, trim, progress);
+  behind.finish();
   writer.finish();
 
   RenderResult result{output.framesKept(), format.rate, output.peak(), writer.clipped(), trim, {}};
@@ -163,20 +173,17 @@ void FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, Pr
   Chain chain(effects, rate, inner, channels);
   if (!reader.frames()) progress.expectUnknown();
 
-  const int length = settings_.effect.block;
-  const std::size_t size = static_cast<std::size_t>(length) * static_cast<std::size_t>(channels);
-  std::vector<double> block;
+  const int length = pieceLength(reader, settings_.effect.block);
+  ReadAhead pieces(reader, length, overlaps_ && reader.isRereadable());
+  Piece piece;
   const auto play = [&] {
-    scale(block, amplitude(-trim));
-    const std::vector<double>& result = chain.play(block);
-    output.write(result.data(), static_cast<std::int64_t>(result.size()) / channels);
+    scaleBy(piece, amplitude(-trim));
+    output.write(chain.play(piece));
   };
 
   std::int64_t frames = 0;
-  for (int got = length; got == length;) {
-    block.resize(size);
-    got = reader.read(block.data(), length);
-    block.resize(static_cast<std::size_t>(got) * static_cast<std::size_t>(channels));
+  for (pieces.next(piece); !piece.empty(); pieces.next(piece)) {
+    const auto got = static_cast<std::int64_t>(piece.size()) / channels;
     frames += got;
     play();
     progress.add(static_cast<double>(got) / rate);
@@ -185,7 +192,7 @@ void FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, Pr
 
   output.endSound(frames);
   while (!output.isComplete()) {
-    block.assign(size, 0.0);
+    piece.assign(static_cast<std::size_t>(kSilenceFrames) * static_cast<std::size_t>(channels), 0.0);
     play();
   }
 }

@@ -16,7 +16,9 @@ class Progress;
 // Streams: what it holds does not grow with the recording. Any thread may render, several at once, too.
 class FileRenderer {
  public:
-  FileRenderer(const EffectModule& module, const RenderSettings& settings) : module_(module), settings_(settings) {}
+  // `jobs` is how many recordings are rendered at a time: with cores to spare, each is read, played and written side by
+  // side.
+  FileRenderer(const EffectModule& module, const RenderSettings& settings, unsigned jobs);
 
   // Tells the bar how much render() will add for `in`; nothing when that cannot be told.
   void announce(const std::string& in, Progress& progress) const;
@@ -32,4 +34,5 @@ class FileRenderer {
 
   const EffectModule& module_;
   const RenderSettings& settings_;
+  const bool overlaps_;
 };

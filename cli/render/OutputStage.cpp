@@ -5,37 +5,43 @@
 #include <cmath>
 #include <string>
 
+#include "cli/audio/samples.h"
+#include "cli/render/WriteBehind.h"
 #include "cli/text/Failure.h"
 
-OutputStage::OutputStage(AudioWriter* writer, int rate, int channels, double gain, std::optional<double> tailSeconds)
+OutputStage::OutputStage(WriteBehind* writer, int rate, int channels, double gain, std::optional<double> tailSeconds)
     : writer_(writer),
       rate_(rate),
       channels_(static_cast<std::size_t>(channels)),
       gain_(gain),
       tail_(rate, channels, tailSeconds) {}
 
-void OutputStage::write(const double* samples, std::int64_t frames) {
-  scaled_.resize(static_cast<std::size_t>(frames) * channels_);
-  for (std::size_t i = 0; i < scaled_.size(); ++i) {
-    scaled_[i] = samples[i] * gain_;
-    if (!std::isfinite(scaled_[i])) {
-      throw Failure("the effect's answer is no number any more after " +
-                    std::to_string(static_cast<double>(received_) / rate_) +
-                    " s; the sound is far too loud, lower it or use --trim");
-    }
+void OutputStage::write(std::span<double> samples) {
+  scaleBy(samples, gain_);
+  const double peak = peakOf(samples);
+  if (!std::isfinite(peak)) {
+    const auto bad = std::find_if_not(samples.begin(), samples.end(), [](double x) { return std::isfinite(x); });
+    const auto frame = received_ + (bad - samples.begin()) / static_cast<std::ptrdiff_t>(channels_);
+    throw Failure("the effect's answer is no number any more after " +
+                  std::to_string(static_cast<double>(frame) / rate_) +
+                  " s; the sound is far too loud, lower it or use --trim");
   }
+  const auto frames = static_cast<std::int64_t>(samples.size() / channels_);
   const std::int64_t ofSound = std::clamp<std::int64_t>(soundLength_ - received_, 0, frames);
   received_ += frames;
-  const std::span<const double> all(scaled_);
-  const std::size_t end = static_cast<std::size_t>(ofSound) * channels_;
-  keep(all.first(end));
-  keep(tail_.take(all.subspan(end)));
+  if (ofSound == frames) {
+    keep(samples, peak);
+  } else {
+    const std::size_t end = static_cast<std::size_t>(ofSound) * channels_;
+    keep(samples.first(end), peakOf(samples.first(end)));
+    const std::span<const double> tail = tail_.take(samples.subspan(end));
+    keep(tail, peakOf(tail));
+  }
 }
 
-void OutputStage::keep(std::span<const double> samples) {
+void OutputStage::keep(std::span<const double> samples, double peak) {
   if (samples.empty()) return;
-  for (const double sample : samples) peak_ = std::max(peak_, std::fabs(sample));
-  const auto frames = static_cast<int>(samples.size() / channels_);
-  if (writer_ != nullptr) writer_->write(samples.data(), frames);
-  kept_ += frames;
+  peak_ = std::max(peak_, peak);
+  kept_ += static_cast<std::int64_t>(samples.size() / channels_);
+  if (writer_ != nullptr) writer_->write(samples);
 }

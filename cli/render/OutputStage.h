@@ -5,23 +5,23 @@
 #include <limits>
 #include <optional>
 #include <span>
-#include <vector>
 
-#include "cli/audio/AudioWriter.h"
 #include "cli/render/Tail.h"
+
+class WriteBehind;
 
 // What happens to the effect's answer: brings it to its level, ends it with its tail, measures and writes it.
 class OutputStage {
  public:
   // `writer` null: only measures. `tailSeconds` empty: as long as it is heard.
-  OutputStage(AudioWriter* writer, int rate, int channels, double gain, std::optional<double> tailSeconds);
+  OutputStage(WriteBehind* writer, int rate, int channels, double gain, std::optional<double> tailSeconds);
 
   // Tells the length of the sound, once known: what comes after it is its tail. No frame after it may have been
   // written before.
   void endSound(std::int64_t frames) noexcept { soundLength_ = frames; }
 
-  // Throws Failure when a sample is not a number or cannot be written.
-  void write(const double* samples, std::int64_t frames);
+  // Takes what comes next, and changes it. Throws Failure when a sample is not a number or cannot be written.
+  void write(std::span<double> samples);
 
   // True when nothing that follows would be kept. Until then the source plays silence after the sound.
   bool isComplete() const noexcept { return received_ >= soundLength_ && tail_.isComplete(); }
@@ -30,9 +30,9 @@ class OutputStage {
   double peak() const noexcept { return peak_; }
 
  private:
-  void keep(std::span<const double> samples);
+  void keep(std::span<const double> samples, double peak);
 
-  AudioWriter* writer_;
+  WriteBehind* writer_;
   int rate_;
   std::size_t channels_;
   double gain_;
@@ -41,5 +41,4 @@ class OutputStage {
   std::int64_t received_ = 0;
   std::int64_t kept_ = 0;
   double peak_ = 0.0;
-  std::vector<double> scaled_;
 };

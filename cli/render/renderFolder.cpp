@@ -48,8 +48,8 @@ void checkList(const std::vector<std::string>& files, const std::string& directo
 class Batch {
  public:
   Batch(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& files,
-        const std::string& directory)
-      : renderer_(module, settings), settings_(settings), files_(files), directory_(directory) {
+        const std::string& directory, unsigned jobs)
+      : renderer_(module, settings, jobs), settings_(settings), files_(files), directory_(directory) {
     for (const std::string& file : files) renderer_.announce(file, progress_);
   }
 
@@ -109,11 +109,12 @@ void renderFolder(const EffectModule& module, const RenderSettings& settings, co
                   const std::string& directory) {
   checkList(files, directory);
   const auto begin = std::chrono::steady_clock::now();
-  Batch batch(module, settings, files, directory);
-  const std::size_t count = std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, files.size());
+  const auto jobs =
+      static_cast<unsigned>(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, files.size()));
+  Batch batch(module, settings, files, directory, jobs);
   {
     std::vector<std::jthread> threads;
-    for (std::size_t i = 0; i < count; ++i) threads.emplace_back([&batch] { batch.work(); });
+    for (unsigned i = 0; i < jobs; ++i) threads.emplace_back([&batch] { batch.work(); });
   }
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
   batch.summarise(taken.count());
