@@ -112,7 +112,7 @@ int AudioReader::read(double* samples, int count) {
     got = static_cast<int>(sf_readf_double(file_.get(), samples, count));
   }
   const double* const end = samples + static_cast<std::ptrdiff_t>(got) * format_.channels;
-  if (!std::isfinite(peakOf({samples, end}))) {
+  if (integerBits(format_.format) == 0 && !std::isfinite(peakOf({samples, end}))) {
     const double* const bad =
         std::find_if_not(static_cast<const double*>(samples), end, [](double x) { return std::isfinite(x); });
     throw Failure(name_ + ": holds a sample that is not a number at " +

@@ -50,6 +50,10 @@ void EffectChannels::process(double* samples, int frames) {
     const auto length = static_cast<int>(std::min<std::int64_t>(std::min(frames, block_), cut - position_));
     for (std::size_t c = 0; c < channels; ++c) {
       automation_.apply(*effects_[c], position_, position_ + length);
+      if (channels == 1) {
+        effects_[c]->process(samples, length);
+        continue;
+      }
       for (std::size_t i = 0; i < static_cast<std::size_t>(length); ++i) scratch_[i] = samples[i * channels + c];
       effects_[c]->process(scratch_.data(), length);
       for (std::size_t i = 0; i < static_cast<std::size_t>(length); ++i) samples[i * channels + c] = scratch_[i];

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
 #include "cli/render/FileRenderer.h"
 
+#include <sched.h>
+
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
@@ -74,7 +76,15 @@ std::string clippingText(std::int64_t samples, const RenderSettings& settings) {
 }
 
 FileRenderer::FileRenderer(const EffectModule& module, const RenderSettings& settings, unsigned jobs)
-    : module_(module), settings_(settings), overlaps_(2 * jobs <= std::thread::hardware_concurrency()) {}
+    : module_(module), settings_(settings), overlaps_(2 * jobs <= cores()) {}
+
+// std::thread::hardware_concurrency() counts those, too, that are closed to this process.
+unsigned FileRenderer::cores() noexcept {
+  cpu_set_t open;
+  CPU_ZERO(&open);
+  if (sched_getaffinity(0, sizeof open, &open) != 0) return std::max(std::thread::hardware_concurrency(), 1U);
+  return static_cast<unsigned>(std::max(CPU_COUNT(&open), 1));
+}
 
 // The rate at which the effect runs for a sound. Throws Failure when it cannot run at it.
 int FileRenderer::effectRate(const AudioReader& reader) const {

@@ -16,6 +16,9 @@ class Progress;
 // Streams: what it holds does not grow with the recording. Any thread may render, several at once, too.
 class FileRenderer {
  public:
+  // Cores that this process may run on, at least 1.
+  static unsigned cores() noexcept;
+
   // `jobs` is how many recordings are rendered at a time: with cores to spare, each is read, played and written side by
   // side.
   FileRenderer(const EffectModule& module, const RenderSettings& settings, unsigned jobs);

@@ -109,8 +109,7 @@ void renderFolder(const EffectModule& module, const RenderSettings& settings, co
                   const std::string& directory) {
   checkList(files, directory);
   const auto begin = std::chrono::steady_clock::now();
-  const auto jobs =
-      static_cast<unsigned>(std::clamp<std::size_t>(std::thread::hardware_concurrency(), 1, files.size()));
+  const auto jobs = static_cast<unsigned>(std::min<std::size_t>(FileRenderer::cores(), files.size()));
   Batch batch(module, settings, files, directory, jobs);
   {
     std::vector<std::jthread> threads;
