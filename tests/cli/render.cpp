@@ -2,6 +2,11 @@
 // What `brumbler render` makes of recordings: their ends, levels, formats and what else they hold.
 #include <doctest/doctest.h>
 
+#include <csignal>
+#include <fstream>
+#include <limits>
+
+#include "cli/audio/samples.h"
 #include "cli/render/Tail.h"
 #include "tests/cli/CommandLine.h"
 #include "tests/cli/Sounds.h"
@@ -105,4 +110,92 @@ TEST_CASE("an open tail waits for a quarter of a second of quiet, two seconds at
       CHECK(tail.isComplete());
     }
   }
+}
+
+TEST_CASE("integers: full scale never wraps, whatever the width, and halves go to the even one") {
+  for (const int bits : {8, 16, 24, 32}) {
+    CAPTURE(bits);
+    const double scale = std::ldexp(1.0, bits - 1);
+    const struct {
+      double sample, integer;  // both in steps of the format
+      bool isClipped = false;
+    } rows[] = {
+        {scale, scale - 1, true},
+        {scale - 0.5, scale - 1, true},
+        {scale - 0.51, scale - 1},
+        {scale - 1, scale - 1},
+        {2.5 * scale, scale - 1, true},
+        {-scale, -scale},
+        {-scale - 0.5, -scale},
+        {-scale - 0.51, -scale, true},
+        {-1e6 * scale, -scale, true},
+        {-scale + 0.51, 1 - scale},
+        {0.5, 0},
+        {1.5, 2},
+        {-2.5, -2},
+        {-0.51, -1},
+        {0.0, 0},
+    };
+    for (const auto& row : rows) {
+      CAPTURE(row.sample);
+      for (const std::size_t others : {0, 9}) {  // a piece in which nothing else clips
+        std::vector<double> piece(others + 1, 0.25);
+        piece.back() = row.sample / scale;
+        std::vector<int> integers(piece.size());
+        CHECK(toIntegers(piece, bits, integers.data()) == (row.isClipped ? 1 : 0));
+        CHECK(integers.back() / std::ldexp(1.0, 32 - bits) == row.integer);
+        if (bits > 16) continue;
+        std::vector<short> shorts(piece.size());
+        CHECK(toIntegers(piece, bits, shorts.data()) == (row.isClipped ? 1 : 0));
+        CHECK(shorts.back() / std::ldexp(1.0, 16 - bits) == row.integer);
+      }
+    }
+  }
+}
+
+TEST_CASE("a peak is found, and a sample that is no number, wherever it is") {
+  for (std::size_t size = 1; size < 35; ++size) {
+    for (std::size_t at = 0; at < size; ++at) {
+      std::vector<double> piece(size, 0.1);
+      piece[at] = -0.7;
+      CHECK(peakOf(piece) == 0.7);
+      for (const double bad : {std::nan(""), -std::numeric_limits<double>::infinity()}) {
+        piece[at] = bad;
+        CHECK(!std::isfinite(peakOf(piece)));
+      }
+    }
+  }
+}
+
+TEST_CASE("side by side or one after the other: the same bytes, and an end in every case") {
+  CommandLine cli;
+  cli.write("short.wav", guitar(44100, 1, 100));
+  cli.write("long.wav", guitar(44100, 2, 300000, SF_FORMAT_WAV | SF_FORMAT_PCM_16));
+  cli.write("other.flac", guitar(32000, 3, 100000, SF_FORMAT_FLAC | SF_FORMAT_PCM_24));
+  cli.writeText("a.json",
+                R"({"parameters": {"VOLUME": [{"samples": 0, "value": 0}, {"samples": 90000, "value": 9}]}})");
+  const std::string oneCore = "taskset -c $(taskset -pc $$ | grep -o '[0-9]*$')";
+  const auto bytes = [&cli](const std::string& name) {
+    std::ifstream file(cli.folder / name, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  const struct {
+    std::string out, arguments;
+  } rows[] = {
+      {"a.wav", "short.wav"},
+      {"b.wav", "long.wav --block 777"},
+      {"b.w64", "long.wav --automate a.json"},
+      {"b.flac", "other.flac"},
+      {"c.wav", "other.flac --normalize -1 --tail 1"},
+  };
+  for (const auto& row : rows) {
+    CAPTURE(row.out);
+    REQUIRE(cli.run("render " + row.arguments + " " + row.out) == 0);
+    const std::string sideBySide = bytes(row.out);
+    REQUIRE(cli.run("render --force " + row.arguments + " " + row.out, oneCore) == 0);
+    CHECK(bytes(row.out) == sideBySide);
+  }
+  // Ctrl-C while all three wait for a player that stands still, and a player that goes away.
+  CHECK(cli.run("render long.wav - > pipe", "mkfifo pipe; sleep 2 < pipe & timeout -s INT 0.4") == 124);
+  CHECK(cli.run("render long.wav - > pipe", "sleep 0.3 < pipe & timeout 20") == 128 + SIGPIPE);
 }
