@@ -1,115 +1,143 @@
 // SPDX-License-Identifier: MIT
-// The effect for LV2 hosts, in the order in which a host calls. The bundle's Turtle files hold the same ports.
+// The effect for LV2 hosts, in the order in which a host calls: once for one channel, once for two that share their
+// controls. The bundle's Turtle files hold the same ports.
 #include <lv2/core/lv2.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
 #include <memory>
 #include <new>
+#include <vector>
 
+#include "catalog/catalog.h"
 #include "host/HostedEffect.h"
 #include "lv2/BlockLength.h"
 #include "lv2/Trim.h"
 
 namespace {
 
-// The numbers are the bundle's interface: they never change.
-enum Port : std::uint32_t { kIn, kOut, kOn, kVolume, kFuzz, kTrim, kNumPorts };
+// The ports' numbers are the bundle's interface, they never change: the inputs, the outputs, and a control for each
+// parameter of the catalog.
+constexpr std::size_t kNumControls = std::size(catalog::kParameters);
+constexpr std::array<float, kNumControls> kDefaults = [] {
+  std::array<float, kNumControls> defaults{};
+  for (std::size_t i = 0; i < kNumControls; ++i) defaults[i] = static_cast<float>(catalog::kParameters[i].initial);
+  return defaults;
+}();
 
-// The effect's.
-enum Parameter : std::int32_t { kOnOff, kLoudness, kDirt };
-
-constexpr int kNumControls = kNumPorts - kOn;
-constexpr float kKnobTop = 10.0F;   // where the effect's 1.0 stands on the knob
-constexpr float kTrimMost = 30.0F;  // dB
-constexpr float kDefaults[kNumControls] = {1.0F, 5.0F, 5.0F, 0.0F};
-
-// A control's value, within its range; what is no number becomes the lowest.
-float within(float lowest, float value, float highest) noexcept {
-  return value > lowest ? std::min(value, highest) : lowest;
-}
+struct Channel {
+  const float* in = nullptr;
+  float* out = nullptr;
+  std::unique_ptr<double[]> block;
+  std::unique_ptr<HostedEffect> effect;
+};
 
 // One instance in one host. Everything but run() and connectPort() may allocate; run() makes no system call, allocates
 // nothing and waits for no one, whatever the block length.
 class Instance {
  public:
   // `rate` in Hz, `blockLength` in samples. Throws std::bad_alloc when there is no storage.
-  Instance(std::int32_t rate, std::int32_t blockLength)
-      : rate_(rate),
-        blockLength_(blockLength),
-        block_(new double[static_cast<std::size_t>(blockLength)]),
-        effect_(std::make_unique<HostedEffect>(getinterface, rate, blockLength)) {
-    if (!effect_->exists()) throw std::bad_alloc();
+  Instance(std::int32_t rate, std::int32_t blockLength, std::size_t channels)
+      : rate_(rate), blockLength_(blockLength), channels_(channels) {
+    for (Channel& channel : channels_) {
+      channel.block.reset(new double[static_cast<std::size_t>(blockLength)]);
+      channel.effect = std::make_unique<HostedEffect>(getinterface, rate, blockLength);
+      if (!channel.effect->exists()) throw std::bad_alloc();
+    }
+    for (std::size_t i = 0; i < kNumControls; ++i) controls_[i] = &kDefaults[i];
   }
 
-  // A port that is not connected has its default.
+  // A control that is not connected has its default.
   void connectPort(std::uint32_t port, void* data) noexcept {
-    if (port == kIn) in_ = static_cast<const float*>(data);
-    if (port == kOut) out_ = static_cast<float*>(data);
-    if (port >= kOn && port < kNumPorts) {
-      controls_[port - kOn] = data != nullptr ? static_cast<const float*>(data) : &kDefaults[port - kOn];
+    const std::size_t channels = channels_.size();
+    if (port < channels) {
+      channels_[port].in = static_cast<const float*>(data);
+    } else if (port < 2 * channels) {
+      channels_[port - channels].out = static_cast<float*>(data);
+    } else if (port < 2 * channels + kNumControls) {
+      const std::size_t control = port - 2 * channels;
+      controls_[control] = data != nullptr ? static_cast<const float*>(data) : &kDefaults[control];
     }
   }
 
   // Forgets all sound. The interface of the effect has no reset, so a new effect takes the place of one that has
   // played; when there is no storage for it, the old one goes on.
   void activate() noexcept {
-    if (!fresh_) {
+    for (Channel& channel : channels_) {
+      if (fresh_) break;
       std::unique_ptr<HostedEffect> next(new (std::nothrow) HostedEffect(getinterface, rate_, blockLength_));
-      if (next != nullptr && next->exists()) effect_ = std::move(next);
+      if (next != nullptr && next->exists()) channel.effect = std::move(next);
     }
     fresh_ = true;
   }
 
   // Controls land at the start of the run, which is one block of the effect unless it is longer than blockLength_;
-  // glides then end with the first piece. A run of 0 samples does nothing. `in` may be `out`.
+  // glides then end with the first piece. A run of 0 samples does nothing. Any output may be any input.
   void run(std::uint32_t samples) noexcept {
-    if (samples == 0 || in_ == nullptr || out_ == nullptr) return;
+    if (samples == 0 || !isConnected()) return;
     landParameters();
-    if (fresh_) {
-      effect_->start();
-      trim_.reset(trimControl());
-      fresh_ = false;
-    }
-    for (std::uint32_t begin = 0; begin < samples;) {
+    if (fresh_) begin();
+    for (std::uint32_t first = 0; first < samples;) {
       const auto length =
-          static_cast<std::int32_t>(std::min(samples - begin, static_cast<std::uint32_t>(blockLength_)));
-      trim_.set(trimControl(), length);
-      trim_.takeOff(in_ + begin, block_.get(), length);
-      effect_->process(block_.get(), length);
-      trim_.putBack(block_.get(), out_ + begin, length);
-      begin += static_cast<std::uint32_t>(length);
+          static_cast<std::int32_t>(std::min(samples - first, static_cast<std::uint32_t>(blockLength_)));
+      trim_.set(position(catalog::kTrim), length);
+      for (Channel& channel : channels_) trim_.takeOff(channel.in + first, channel.block.get(), length);
+      for (Channel& channel : channels_) {
+        channel.effect->process(channel.block.get(), length);
+        trim_.putBack(channel.block.get(), channel.out + first, length);
+      }
+      first += static_cast<std::uint32_t>(length);
     }
   }
 
  private:
-  float control(Port port) const noexcept { return *controls_[port - kOn]; }
-  float trimControl() const noexcept { return within(-kTrimMost, control(kTrim), kTrimMost); }
+  bool isConnected() const noexcept {
+    return std::all_of(channels_.begin(), channels_.end(),
+                       [](const Channel& channel) { return channel.in != nullptr && channel.out != nullptr; });
+  }
+
+  // Where a control stands, within its range; what is no number is the lowest. A switch is on above 0.
+  float position(int control) const noexcept {
+    const catalog::Parameter& parameter = catalog::kParameters[control];
+    const float value = *controls_[static_cast<std::size_t>(control)];
+    const auto lowest = static_cast<float>(parameter.minimum);
+    const auto highest = static_cast<float>(parameter.maximum);
+    if (!(value > lowest)) return lowest;
+    return parameter.scale == catalog::Scale::toggle ? highest : std::min(value, highest);
+  }
+
   void landParameters() noexcept {
-    effect_->setParameter(kOnOff, control(kOn) > 0.0F ? 1.0F : 0.0F);
-    effect_->setParameter(kLoudness, within(0.0F, control(kVolume), kKnobTop) / kKnobTop);
-    effect_->setParameter(kDirt, within(0.0F, control(kFuzz), kKnobTop) / kKnobTop);
+    for (int i = 0; i < catalog::kNumEffectParameters; ++i) {
+      const float value = position(i) / static_cast<float>(catalog::kParameters[i].maximum);
+      for (Channel& channel : channels_) channel.effect->setParameter(i, value);
+    }
+  }
+
+  // The first sound has the values of its controls at once, so that it does not depend on the block length.
+  void begin() noexcept {
+    for (Channel& channel : channels_) channel.effect->start();
+    trim_.reset(position(catalog::kTrim));
+    fresh_ = false;
   }
 
   std::int32_t rate_;
   std::int32_t blockLength_;
-  std::unique_ptr<double[]> block_;
-  std::unique_ptr<HostedEffect> effect_;
-  bool fresh_ = true;  // the effect has not heard a sample yet
+  std::vector<Channel> channels_;
+  bool fresh_ = true;  // the effects have not heard a sample yet
   Trim trim_;
-  const float* in_ = nullptr;
-  float* out_ = nullptr;
-  const float* controls_[kNumControls] = {&kDefaults[0], &kDefaults[1], &kDefaults[2], &kDefaults[3]};
+  std::array<const float*, kNumControls> controls_{};
 };
 
 Instance* instanceOf(LV2_Handle handle) noexcept { return static_cast<Instance*>(handle); }
 
 // Null for a rate that is no positive 32-bit number of Hz, or without storage.
+template <std::size_t channels>
 LV2_Handle instantiate(const LV2_Descriptor*, double rate, const char*, const LV2_Feature* const* features) {
   if (!(rate >= 1.0 && rate <= std::numeric_limits<std::int32_t>::max())) return nullptr;
   try {
-    return new Instance(static_cast<std::int32_t>(std::lround(rate)), BlockLength::announced(features));
+    return new Instance(static_cast<std::int32_t>(std::lround(rate)), BlockLength::announced(features), channels);
   } catch (const std::bad_alloc&) {
     return nullptr;
   }
@@ -120,11 +148,14 @@ void activate(LV2_Handle handle) { instanceOf(handle)->activate(); }
 void run(LV2_Handle handle, std::uint32_t samples) { instanceOf(handle)->run(samples); }
 void cleanup(LV2_Handle handle) { delete instanceOf(handle); }
 
-constexpr LV2_Descriptor kDescriptor = {
-    "urn:brumbler:fuzz", instantiate, connectPort, activate, run, nullptr, cleanup, nullptr};
+template <std::size_t channels>
+constexpr LV2_Descriptor describe(const char* uri) {
+  return {uri, instantiate<channels>, connectPort, activate, run, nullptr, cleanup, nullptr};
+}
+constexpr LV2_Descriptor kDescriptors[] = {describe<1>("urn:brumbler:fuzz"), describe<2>("urn:brumbler:fuzz:stereo")};
 
 }  // namespace
 
 LV2_SYMBOL_EXPORT const LV2_Descriptor* lv2_descriptor(std::uint32_t index) {
-  return index == 0 ? &kDescriptor : nullptr;
+  return index < std::size(kDescriptors) ? &kDescriptors[index] : nullptr;
 }

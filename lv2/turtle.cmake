@@ -11,13 +11,18 @@ function(turtle_decimal result number)
   set(${result} ${number} PARENT_SCOPE)
 endfunction()
 
+# A port of audio. SIDE_left and SIDE_right belong to the group SIDE.
 function(turtle_audio_port result index direction symbol name)
+  set(group "")
+  if(symbol MATCHES "^(.+)_(left|right)$")
+    set(group " ;\n\t\tpg:group <${URI}#${CMAKE_MATCH_1}> ;\n\t\tlv2:designation pg:${CMAKE_MATCH_2}")
+  endif()
   set(${result} "[
 		a lv2:AudioPort , lv2:${direction}Port ;
 		lv2:index ${index} ;
 		lv2:symbol \"${symbol}\" ;
 		lv2:name \"${name}\" ;
-		lv2:shortName \"${name}\"
+		lv2:shortName \"${name}\"${group}
 	]" PARENT_SCOPE)
 endfunction()
 
@@ -49,9 +54,9 @@ function(turtle_control_port result index symbol)
 	]" PARENT_SCOPE)
 endfunction()
 
-# Adds the plugin `URI`, called `NAME`. Behind them stand its audio ports, each as direction, symbol and name; the
-# parameters' ports come after these.
-function(turtle_add_plugin URI NAME)
+# Adds the plugin `URI`, called `NAME` and described in a line by `ABOUT`. Behind them stand its audio ports, each as
+# direction, symbol and name; the parameters' ports come after these.
+function(turtle_add_plugin URI NAME ABOUT)
   set(PORTS "")
   set(index 0)
   set(comma "")
@@ -62,6 +67,20 @@ function(turtle_add_plugin URI NAME)
     set(comma " , ")
     math(EXPR index "${index} + 1")
   endwhile()
+  set(GROUPS "")
+  if(PORTS MATCHES "pg:group")
+    set(GROUPS " ;\n\tpg:mainInput <${URI}#in> ;\n\tpg:mainOutput <${URI}#out> .
+
+<${URI}#in>
+	a pg:StereoGroup , pg:InputGroup ;
+	lv2:name \"In\" ;
+	lv2:symbol \"in\" .
+
+<${URI}#out>
+	a pg:StereoGroup , pg:OutputGroup ;
+	lv2:name \"Out\" ;
+	lv2:symbol \"out\"")
+  endif()
   foreach(symbol IN LISTS CATALOG_PARAMETERS)
     turtle_control_port(port ${index} ${symbol})
     string(APPEND PORTS "${comma}${port}")

@@ -11,20 +11,25 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <iterator>
 #include <limits>
 #include <random>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "catalog/catalog.h"
 #include "tests/Player.h"
 #include "tests/SystemCalls.h"
 
 namespace {
 
 using Floats = std::vector<float>;
-constexpr std::uint32_t kOn = 2, kVolume = 3, kFuzz = 4, kTrim = 5;
+enum Control : std::uint32_t { kOn, kVolume, kFuzz, kTrim, kNumControls };
+constexpr const char* kUris[] = {"urn:brumbler:fuzz", "urn:brumbler:fuzz:stereo"};
 
 LV2_URID mapUri(LV2_URID_Map_Handle, const char* uri) {
   return std::string(uri) == LV2_ATOM__Int ? 1 : std::string(uri) == LV2_BUF_SIZE__maxBlockLength ? 2 : 3;
@@ -32,10 +37,11 @@ LV2_URID mapUri(LV2_URID_Map_Handle, const char* uri) {
 
 // One instance at 48000 Hz, its controls at their defaults. `announced` is the longest block, 0 says nothing of it.
 struct Bundle {
-  explicit Bundle(std::int32_t announced = 0) {
+  explicit Bundle(std::int32_t announced = 0, std::uint32_t channelCount = 1) : channels(channelCount) {
     static void* const library = dlopen(BRUMBLER_LV2_BINARY, RTLD_NOW | RTLD_LOCAL);
     REQUIRE(library != nullptr);
-    descriptor = reinterpret_cast<LV2_Descriptor_Function>(dlsym(library, "lv2_descriptor"))(0);
+    descriptor = reinterpret_cast<LV2_Descriptor_Function>(dlsym(library, "lv2_descriptor"))(channels - 1);
+    REQUIRE(descriptor->URI == std::string(kUris[channels - 1]));
     LV2_URID_Map map{nullptr, mapUri};
     LV2_Options_Option options[] = {{LV2_OPTIONS_INSTANCE, 0, 2, sizeof announced, 1, &announced}, {}};
     const LV2_Feature mapFeature{LV2_URID__map, &map};
@@ -43,31 +49,38 @@ struct Bundle {
     const LV2_Feature* const features[] = {&mapFeature, announced > 0 ? &optionsFeature : nullptr, nullptr};
     handle = descriptor->instantiate(descriptor, 48000.0, "", features);
     REQUIRE(handle != nullptr);
-    for (std::uint32_t port = kOn; port <= kTrim; ++port) descriptor->connect_port(handle, port, &control[port]);
+    for (std::uint32_t i = 0; i < kNumControls; ++i) {
+      descriptor->connect_port(handle, 2 * channels + i, &control[i]);
+    }
     descriptor->activate(handle);
   }
   ~Bundle() { descriptor->cleanup(handle); }
+
+  void connect(std::uint32_t channel, float* in, float* out) const {
+    descriptor->connect_port(handle, channel, in);
+    descriptor->connect_port(handle, channels + channel, out);
+  }
 
   // In place, in blocks of the given lengths over and over.
   Floats play(Floats sound, const std::vector<std::size_t>& blocks = {256}) {
     std::size_t turn = 0;
     for (std::size_t begin = 0; begin < sound.size(); ++turn) {
       const std::size_t length = std::min(blocks[turn % blocks.size()], sound.size() - begin);
-      descriptor->connect_port(handle, 0, &sound[begin]);
-      descriptor->connect_port(handle, 1, &sound[begin]);
+      connect(0, &sound[begin], &sound[begin]);
       descriptor->run(handle, static_cast<std::uint32_t>(length));
       begin += length;
     }
     return sound;
   }
 
+  std::uint32_t channels;
   const LV2_Descriptor* descriptor;
   LV2_Handle handle;
-  float control[6] = {0.0F, 0.0F, 1.0F, 5.0F, 5.0F, 0.0F};
+  float control[kNumControls] = {1.0F, 5.0F, 5.0F, 0.0F};
 };
 
-Floats noise(std::size_t length, float peak) {
-  std::minstd_rand random(1);
+Floats noise(std::size_t length, float peak, unsigned seed = 1) {
+  std::minstd_rand random(seed);
   Floats sound(length);
   for (float& sample : sound) sample = peak * std::uniform_real_distribution<float>(-1.0F, 1.0F)(random);
   return sound;
@@ -115,18 +128,71 @@ TEST_CASE("trim leaves dry as it was, moves the level at which the effect works,
     CHECK(dry.play(in) == in);
     CHECK(dry.play({NAN, -INFINITY, 0.5F}) == Floats{0.0F, 0.0F, 0.5F});
   }
-  // From the old level to the new one within a block: a trim of 20 dB hears a signal ten times as high.
-  Bundle plain, hot;
-  for (const float trim : {20.0F, 14.0F}) {
-    hot.control[kTrim] = trim;
-    const Floats a = plain.play(noise(256, 0.05F)), b = hot.play(noise(256, 0.5F));
-    CHECK(b[0] == doctest::Approx(10.0F * a[0]).epsilon(1e-5));
-    CHECK((std::fabs(b[255] - 10.0F * a[255]) < 1e-5F) == (trim == 20.0F));
+  // From the old level to the new one within a block, on the way in and on the way out: the first sample still has the
+  // old level, the last has the new.
+  Bundle bundle;
+  Player player(48000);
+  player.play(Sound{});
+  double gain = 1.0;
+  for (const float trim : {0.0F, 20.0F, 14.0F, 14.0F}) {
+    bundle.control[kTrim] = trim;
+    const double from = gain, step = (std::pow(10.0, trim / 20.0) - from) / 255.0;
+    Floats expected = noise(256, 0.5F);
+    Sound block(256);
+    for (int i = 0; i < 256; ++i)
+      block[static_cast<std::size_t>(i)] = expected[static_cast<std::size_t>(i)] / (from + i * step);
+    block = player.play(block);
+    for (std::size_t i = 0; i < 256; ++i)
+      expected[i] = static_cast<float>(block[i] * (gain = from + static_cast<double>(i) * step));
+    CHECK(bundle.play(noise(256, 0.5F)) == expected);
   }
-  Bundle steady;  // after the glide the new level holds
-  steady.control[kTrim] = 14.0F;
-  for (Bundle* each : {&hot, &steady}) each->play(Floats(96000));
-  CHECK(hot.play(noise(256, 0.5F))[9] == doctest::Approx(steady.play(noise(256, 0.5F))[9]).epsilon(1e-5));
+}
+
+TEST_CASE("two channels are two bundles with one set of controls, though the host crosses their buffers") {
+  Bundle stereo(64, 2), left(64), right(64);
+  for (int block = 0; block < 40; ++block) {
+    const std::size_t length = block % 3 == 0 ? 200 : 33;
+    Floats a = noise(length, 0.3F), b = noise(length, 0.5F, 2);
+    for (Bundle* each : {&stereo, &left, &right}) {
+      each->control[kOn] = block % 20 < 15 ? 1.0F : 0.0F;
+      for (std::uint32_t i = kVolume; i <= kTrim; ++i) each->control[i] = static_cast<float>((block / 5 + i) % 11);
+      if (block == 30) each->descriptor->activate(each->handle);
+    }
+    const Floats expectedLeft = left.play(a, {length}), expectedRight = right.play(b, {length});
+    stereo.connect(0, a.data(), b.data());
+    stereo.connect(1, b.data(), a.data());
+    stereo.descriptor->run(stereo.handle, static_cast<std::uint32_t>(length));
+    CHECK(b == expectedLeft);
+    CHECK(a == expectedRight);
+  }
+}
+
+TEST_CASE("presets reach a host with the catalog's values, which are those that docs/lv2.md has measured") {
+  const auto contentsOf = [](const std::string& path) {
+    std::ifstream file(path);
+    return std::string(std::istreambuf_iterator<char>(file), {});
+  };
+  const std::string binary = BRUMBLER_LV2_BINARY;
+  const std::string turtle = contentsOf(binary.substr(0, binary.rfind('/')) + "/presets.ttl");
+  const std::string document = contentsOf(BRUMBLER_DOCUMENT);
+  const auto has = [](const std::string& text, const std::string& part) {
+    return text.find(part) != std::string::npos;
+  };
+  for (const catalog::Preset& preset : catalog::kPresets) {
+    CAPTURE(preset.symbol);
+    char text[300];
+    for (const char* const uri : kUris) {
+      std::snprintf(text, sizeof text,
+                    "\n<%s#%s>\n\ta pset:Preset ;\n\tlv2:appliesTo <%s> ;\n\trdfs:label \"%s\" ;\n"
+                    "\tlv2:port [ lv2:symbol \"volume\" ; pset:value %.1f ] ,\n"
+                    "\t\t[ lv2:symbol \"fuzz\" ; pset:value %.1f ] ,\n"
+                    "\t\t[ lv2:symbol \"trim\" ; pset:value %.1f ] .\n",
+                    uri, preset.symbol, uri, preset.label, preset.volume, preset.fuzz, preset.trim);
+      CHECK(has(turtle, text));
+    }
+    std::snprintf(text, sizeof text, "| %s | %g | %g | %g |", preset.label, preset.volume, preset.fuzz, preset.trim);
+    CHECK(has(document, text));
+  }
 }
 
 TEST_CASE("activate forgets what was heard; no number in a port does lasting harm") {
@@ -135,10 +201,10 @@ TEST_CASE("activate forgets what was heard; no number in a port does lasting har
   const Floats first = bundle.play(in);
   bundle.play(Floats{NAN, INFINITY, -INFINITY, 3e38F});
   for (const float bad : {NAN, -1e30F, 1e30F}) {
-    for (std::uint32_t port = kOn; port <= kTrim; ++port) bundle.control[port] = bad;
+    for (float& control : bundle.control) control = bad;
     bundle.play(in);
   }
-  std::copy_n(Bundle().control, 6, bundle.control);
+  std::copy_n(Bundle().control, kNumControls, bundle.control);
   bundle.play(Floats(480000));  // the loudest float there is has died away
   CHECK(bundle.play(in)[2047] == doctest::Approx(first[2047]).epsilon(1e-4));
   bundle.descriptor->activate(bundle.handle);
@@ -147,14 +213,13 @@ TEST_CASE("activate forgets what was heard; no number in a port does lasting har
 
 #ifdef BRUMBLER_WATCH_LIBRARY
 TEST_CASE("run makes no system call") {
-  Bundle bundle(64);
+  Bundle bundle(64, 2);
   Floats in = noise(1000, 0.3F), out(1000);
-  bundle.descriptor->connect_port(bundle.handle, 0, in.data());
-  bundle.descriptor->connect_port(bundle.handle, 1, out.data());
+  for (const std::uint32_t channel : {0U, 1U}) bundle.connect(channel, in.data(), out.data());
   CHECK(makesNoSystemCall([&] {
     for (int i = 0; i < 100; ++i) {
       bundle.control[kOn] = i % 3 == 0 ? 0.0F : 1.0F;
-      for (std::uint32_t port = kVolume; port <= kTrim; ++port) bundle.control[port] = static_cast<float>(i % 11);
+      for (std::uint32_t c = kVolume; c <= kTrim; ++c) bundle.control[c] = static_cast<float>(i % 11);
       bundle.descriptor->run(bundle.handle, static_cast<std::uint32_t>(i * 10));
     }
   }));

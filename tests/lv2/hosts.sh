@@ -17,6 +17,7 @@ fi
 
 bundle=$1 command=$2
 plugin=urn:brumbler:fuzz
+declare -A audio=([$plugin]='in out' [$plugin:stereo]='in_left in_right out_left out_right')
 
 missing=()
 for tool in lv2_validate sord_validate lv2ls lv2info lv2apply lv2bench jackd jalv jack_metro jack_rec valgrind sox nm; do
@@ -39,7 +40,7 @@ echo '- the object exports its one entry'
 [[ $(nm -D --defined-only "$bundle"/*.so | awk '{print $3}') == lv2_descriptor ]] || fail "other exports"
 
 echo '- lv2_validate, sord_validate'
-schemas=(/usr/lib/lv2/{schemas,core,units,port-props,presets,buf-size,options,urid}.lv2/*.ttl)
+schemas=(/usr/lib/lv2/{schemas,core,units,port-props,presets,buf-size,options,port-groups,urid}.lv2/*.ttl)
 for validate in lv2_validate "sord_validate ${schemas[*]}"; do
   $validate "$bundle"/*.ttl >validated 2>&1 || fail "$(<validated)"
   grep -q '^Found 0 errors' validated || fail "$(<validated)"
@@ -47,33 +48,46 @@ for validate in lv2_validate "sord_validate ${schemas[*]}"; do
 done
 
 echo '- lv2ls, lv2info'
-lv2ls 2>ls.log | grep -qx "$plugin" || fail "not found"
-lv2info "$plugin" >info 2>>ls.log
-[[ $(grep -Po '^\s+Symbol:\s+\K\S+' info | xargs) == 'in out on volume fuzz trim' ]] || fail "ports: $(<info)"
-grep -q '^\s*Designation: http://lv2plug.in/ns/lv2core#enabled$' info || fail "On is not the host's bypass switch"
-grep -q '^\s*Wall of fuzz$' info || fail "presets: $(<info)"
+for each in "${!audio[@]}"; do
+  lv2ls 2>ls.log | grep -qx "$each" || fail "$each: not found"
+  lv2info "$each" >info 2>>ls.log
+  ports=$(grep -Po '^\s+Symbol:\s+\K\S+' info | xargs)
+  [[ $ports == "${audio[$each]} on volume fuzz trim" ]] || fail "$each: ports: $ports"
+  grep -q '^\s*Designation: http://lv2plug.in/ns/lv2core#enabled$' info || fail "On is not the host's bypass switch"
+  [[ $(grep -c '^\s*Wall of fuzz$' info) == 1 ]] || fail "$each: presets: $(<info)"
+  grep -q '^\s*Author: *Brumbler project$' info || fail "$each: no maintainer: $(<info)"
+  # Hosts take a port with scale points for a list, so none that can be turned evenly may have any.
+  awk 'BEGIN {RS = "\n\tPort "} /Scale Points/ && !/#toggled/ {exit 1}' info || fail "$each: scale points: $(<info)"
+done
 [[ ! -s ls.log ]] || fail "lilv complains: $(<ls.log)"
 
 echo '- lv2apply gives what the command gives'
 sox -n -r 48000 -e float -b 32 in.wav synth 2 pluck E2 synth 2 pluck mix B2 fade 0 2 0.1 gain -n -20
-for knobs in '5 5 0' '10 0 0' '3 10 -12.5'; do
-  read -r volume fuzz trim <<<"$knobs"
-  lv2apply -i in.wav -o applied.wav -c volume "$volume" -c fuzz "$fuzz" -c trim "$trim" "$plugin" >/dev/null
-  "$command" render in.wav rendered.wav --force --no-tail --volume "$volume" --fuzz "$fuzz" \
-    --trim "$trim" >/dev/null
+sox in.wav stereo.wav remix 1 1v-0.4
+while read -r each in volume fuzz trim; do
+  lv2apply -i "$in" -o applied.wav -c volume "$volume" -c fuzz "$fuzz" -c trim "$trim" "$each" >/dev/null
+  "$command" render "$in" rendered.wav --force --no-tail --volume "$volume" --fuzz "$fuzz" --trim "$trim" >/dev/null
   sox -m -v 1 applied.wav -v -1 rendered.wav -n stats 2>difference
-  [[ $(soxi -V1 -s applied.wav) == "$(soxi -V1 -s rendered.wav)" ]] || fail "the lengths differ"
-  awk '/^Pk lev dB/ {exit !($4 == "-inf" || $4 < -150)}' difference || fail "knobs $knobs: $(<difference)"
-done
+  for what in s c; do
+    [[ $(soxi -V1 -$what applied.wav) == "$(soxi -V1 -$what rendered.wav)" ]] || fail "$each: lengths or channels differ"
+  done
+  awk '/^Pk lev dB/ {exit !($4 == "-inf" || $4 < -150)}' difference ||
+    fail "$each, volume $volume, fuzz $fuzz, trim $trim: $(<difference)"
+done <<END
+$plugin in.wav 5 5 0
+$plugin in.wav 10 0 0
+$plugin in.wav 3 10 -12.5
+$plugin:stereo stereo.wav 4 9 12
+END
 
 echo '- lv2bench plays it faster than it sounds'
 lv2bench -n 480000 "$plugin" >bench 2>&1 || fail "lv2bench: $(<bench)"
 awk -v plugin="$plugin" '$2 == plugin && $1 > 0 && $1 < 10 {found = 1} END {exit !found}' bench || fail "lv2bench: $(<bench)"
 
 echo '- valgrind finds nothing under lv2apply'
-sox in.wav short.wav trim 0 0.2
+sox stereo.wav short.wav trim 0 0.2
 valgrind -q --leak-check=full --errors-for-leak-kinds=definite --error-exitcode=9 \
-  lv2apply -i short.wav -o applied.wav -c trim 12 "$plugin" >/dev/null || fail "valgrind"
+  lv2apply -i short.wav -o applied.wav -c trim 12 "$plugin:stereo" >/dev/null || fail "valgrind"
 
 # A loaded machine can make jackd late all by itself, so a run with an xrun is repeated: one that the bundle causes comes
 # back, since the knobs move in the same way each time.
