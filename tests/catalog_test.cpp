@@ -23,7 +23,7 @@ TEST_CASE("the catalog's parameters are the effect's: names, order, switches, sc
     CHECK((parameter.initial >= parameter.minimum && parameter.initial <= parameter.maximum && parameter.steps > 1));
     if (i >= catalog::kNumEffectParameters) continue;
     effect.ask(EffectOpcode::getParameterProperties, i, 0, &properties);
-    const bool isSwitch = (properties.flags & parameterIsSwitch) != 0;
+    const bool isSwitch = (properties.flags & kVstParameterIsSwitch) != 0;
     CHECK(parameter.scale == (isSwitch ? catalog::Scale::toggle : catalog::Scale::knob));
     CHECK(effect.parameter(i) == static_cast<float>(parameter.initial / parameter.maximum));
     effect.extension().getParameterDisplayOf(i, 1.0F, top);
