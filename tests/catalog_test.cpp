@@ -35,11 +35,10 @@ TEST_CASE("the catalog's parameters are the effect's: names, order, switches, sc
 TEST_CASE("every preset stays on the scales") {
   for (const catalog::Preset& preset : catalog::kPresets) {
     CAPTURE(preset.symbol);
-    const auto fits = [](double value, catalog::Index of) {
-      return value >= catalog::kParameters[of].minimum && value <= catalog::kParameters[of].maximum;
-    };
-    CHECK(fits(preset.volume, catalog::kVolume));
-    CHECK(fits(preset.fuzz, catalog::kFuzz));
-    CHECK(fits(preset.trim, catalog::kTrim));
+    for (std::size_t i = 0; i < std::size(catalog::kParameters); ++i) {
+      CAPTURE(catalog::kParameters[i].label);
+      CHECK(preset.values[i] >= catalog::kParameters[i].minimum);
+      CHECK(preset.values[i] <= catalog::kParameters[i].maximum);
+    }
   }
 }

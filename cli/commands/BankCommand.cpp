@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 #include <CLI/CLI.hpp>
-
+#include <algorithm>
 #include <cstdio>
 #include <memory>
 #include <string>
@@ -17,6 +17,8 @@
 
 namespace {
 
+constexpr const char* kSetExample = "3,on=1,volume=4,fuzz=10,name=Lead, loud";
+
 struct Options {
   std::string file;
   std::string from;
@@ -25,33 +27,37 @@ struct Options {
   bool force = false;
 };
 
-// N,KEY=VALUE,… where the keys are volume, fuzz, on and name; the name is the rest of the text.
+// N,KEY=VALUE,… where a key is a parameter's symbol or "name"; the name is the rest of the text.
 void applySet(HostedEffect& effect, const std::string& text) {
   const std::size_t comma = text.find(',');
   effect.setProgram(parseWhole("--set: the program", text.substr(0, comma), 1, effect.record().numPrograms) - 1);
-  const std::vector<std::string> keys = {"on", "volume", "fuzz", "name"};  // the first three in the parameters' order
+  std::vector<std::string> keys;  // in the parameters' order
+  for (int i = 0; i < catalog::kNumEffectParameters; ++i) keys.emplace_back(catalog::kParameters[i].symbol);
+  keys.emplace_back("name");
   for (std::size_t begin = comma; begin != std::string::npos;) {
     const std::size_t equals = text.find('=', begin + 1);
-    const std::string key = text.substr(begin + 1, equals == std::string::npos ? equals : equals - begin - 1);
     std::size_t end = text.find(',', begin + 1);
-    if (key == "name" && equals != std::string::npos) {
-      const std::string name = text.substr(equals + 1);
-      if (name.size() > 23)
-        throw Failure("--set: the name \"" + name + "\" has more than 23 characters", Failure::usage);
-      effect.setProgramName(name.c_str());
-      end = std::string::npos;
-    } else {
-      const auto known = std::find(keys.begin(), keys.end(), key);
-      if (known == keys.end() || equals == std::string::npos) {
-        throw Failure("--set takes N,on=0,volume=5,fuzz=5,name=TEXT; \"" + key +
-                          "\": " + (known == keys.end() ? suggestName(key, keys) : "needs = and a value"),
-                      Failure::usage);
-      }
-      const std::string value = text.substr(equals + 1, end == std::string::npos ? end : end - equals - 1);
-      const std::string what = "--set: " + key;
-      effect.setParameter(static_cast<int>(known - keys.begin()),
-                          key == "on" ? static_cast<float>(parseWhole(what, value, 0, 1)) : parseKnob(what, value));
+    const std::string key = text.substr(begin + 1, std::min(equals, end) - begin - 1);
+    const auto known = std::find(keys.begin(), keys.end(), key);
+    if (known == keys.end() || equals >= end) {
+      throw Failure(std::string("--set takes ") + kSetExample + "; \"" + key +
+                        "\": " + (known == keys.end() ? suggestName(key, keys) : "needs = and a value"),
+                    Failure::usage);
     }
+    if (key == "name") {
+      const std::string name = text.substr(equals + 1);
+      if (name.size() > Bank::kLongestName) {
+        throw Failure(
+            "--set: the name \"" + name + "\" has more than " + std::to_string(Bank::kLongestName) + " characters",
+            Failure::usage);
+      }
+      effect.setProgramName(name.c_str());
+      return;
+    }
+    const std::string value = text.substr(equals + 1, end == std::string::npos ? end : end - equals - 1);
+    const auto index = static_cast<int>(known - keys.begin());
+    const double position = parsePosition("--set: " + key, value, catalog::kParameters[index]);
+    effect.setParameter(index, parametersOf(effect).at(static_cast<std::size_t>(index)).valueAt(position));
     begin = end;
   }
 }
@@ -80,7 +86,9 @@ void addBankCommand(CLI::App& app) {
   CLI::App* const save = bank->add_subcommand("save", "Write a bank for `brumbler render --bank`");
   const auto options = std::make_shared<Options>();
   save->add_option("FILE.json", options->file, "The file to write; - is standard output")->type_name("")->required();
-  save->add_option("--set", options->sets, "Values of a program, like 3,volume=4,fuzz=10,on=1,name=Lead; repeat it")
+  save->add_option("--set", options->sets,
+                   std::string("Values of a program, like '") + kSetExample +
+                       "': a name comes last and takes the rest; repeat it")
       ->type_name("N,KEY=VALUE,...")
       ->allow_extra_args(false);
   save->add_option("--bank", options->from, "Start from this bank instead of the effect's own programs")

@@ -4,6 +4,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cctype>
+#include <iterator>
 #include <vector>
 
 #include "cli/effect/Parameter.h"
@@ -35,40 +36,80 @@ int findProgram(const std::string& text, const Bank& bank) {
                 Failure::usage);
 }
 
+const catalog::Preset* findPreset(const std::string& text) {
+  std::vector<std::string> names;
+  for (const catalog::Preset& preset : catalog::kPresets) names.emplace_back(preset.label);
+  for (const catalog::Preset& preset : catalog::kPresets) names.emplace_back(preset.symbol);
+  const std::vector<std::size_t> found = namesLike(text, names);
+  if (!found.empty()) return &catalog::kPresets[found.front() % std::size(catalog::kPresets)];
+  names.resize(std::size(catalog::kPresets));
+  throw Failure("--preset: there is no " + text + "; " + suggestName(text, names), Failure::usage);
+}
+
 }  // namespace
 
 void EffectOptions::addTo(CLI::App& command, Trim kind) {
   const auto addText = [&command](const std::string& name, const std::string& help, const auto& take) {
     return command.add_option_function<std::string>(name, take, help);
   };
-  addText("--volume", "How loud the fuzz is, 0 to 10; turned down it also gets a hump in the upper mids",
-          [this](const std::string& text) { volume_ = parseKnob("--volume", text); })
-      ->type_name("0-10");
-  addText("--fuzz", "How much dirt: 0 is almost clean, 10 is a wall", [this](const std::string& text) {
-    fuzz_ = parseKnob("--fuzz", text);
-  })->type_name("0-10");
+  for (int i = 0; i < static_cast<int>(std::size(catalog::kParameters)); ++i) {
+    if (catalog::kParameters[i].scale == catalog::Scale::knob) addKnob(command, static_cast<catalog::Index>(i));
+  }
+  addTrim(command, kind);
+  addText("--preset", "Start from one of the presets that `brumbler info --presets` lists",
+          [this](const std::string& text) { preset_ = findPreset(text); })
+      ->type_name("NAME");
   command.add_flag("--off", off_, "Switch the effect off: the dry sound");
-  command.add_option("--program", program_, "The program to play, 1 to 16 or a name of the bank")->type_name("N|NAME");
   command.add_option("--bank", bank_, "Programs to load first, from a file of `brumbler bank save`")
       ->type_name("FILE.json");
-  const std::string limits = std::to_string(static_cast<int>(kMostTrim));
-  std::string trimHelp = "How many dB the sound lies above a guitar's own level, -" + limits + " to " + limits;
-  if (kind == Trim::numberOrAuto) trimHelp += "; auto finds it from the recording's peak";
-  addText("--trim", trimHelp, [this, kind](const std::string& text) {
-    automaticTrim_ = kind == Trim::numberOrAuto && text == "auto";
-    if (automaticTrim_) return;
-    trim_ = parseNumber("--trim", text, -kMostTrim, kMostTrim, kind == Trim::numberOrAuto ? "dB, or auto" : "dB");
-  })->type_name(kind == Trim::numberOrAuto ? "DB|auto" : "DB");
+  command.add_option("--program", program_, "The program to play, by its number from 1 or its name in the bank")
+      ->type_name("N|NAME");
   command.add_option("--module", module_, "The module brumbler.so to play through")->type_name("PATH");
+}
+
+void EffectOptions::addKnob(CLI::App& command, catalog::Index parameter) {
+  const catalog::Parameter& knob = catalog::kParameters[parameter];
+  const std::string name = std::string("--") + knob.symbol;
+  command
+      .add_option_function<std::string>(
+          name,
+          [this, name, parameter](const std::string& text) {
+            knobs_[parameter] = parsePosition(name, text, catalog::kParameters[parameter]);
+          },
+          helpOf(knob))
+      ->type_name(positionsOf(knob));
+}
+
+void EffectOptions::addTrim(CLI::App& command, Trim kind) {
+  const catalog::Parameter& trim = catalog::kParameters[catalog::kTrim];
+  const bool takesAuto = kind == Trim::numberOrAuto;
+  command
+      .add_option_function<std::string>(
+          "--trim",
+          [this, takesAuto, &trim](const std::string& text) {
+            automaticTrim_ = takesAuto && text == "auto";
+            if (automaticTrim_) return;
+            trim_ = parseNumber("--trim", text, trim.minimum, trim.maximum, takesAuto ? "dB, or auto" : "dB");
+          },
+          helpOf(trim) + ", " + shortText(trim.minimum) + " to " + shortText(trim.maximum) + " dB" +
+              (takesAuto ? "; auto finds it from the recording's peak" : ""))
+      ->type_name(takesAuto ? "DB|auto" : "DB");
 }
 
 EffectSettings EffectOptions::settings(const EffectModule& module) const {
   EffectSettings settings;
-  settings.volume = volume_;
-  settings.fuzz = fuzz_;
-  settings.off = off_;
+  for (int i = 0; i < catalog::kNumEffectParameters; ++i) {
+    const catalog::Parameter& parameter = catalog::kParameters[i];
+    const auto given = knobs_.find(static_cast<catalog::Index>(i));
+    if (given != knobs_.end()) {
+      settings.values[parameter.name] = valueAtKnob(given->second);
+    } else if (preset_ != nullptr && parameter.scale == catalog::Scale::knob) {
+      settings.values[parameter.name] = valueAtKnob(preset_->values[i]);
+    }
+  }
+  if (off_) settings.values[catalog::kParameters[catalog::kOn].name] = 0.0F;
   if (bank_.empty() && program_.empty()) return settings;
-  const auto prototype = module.createEffect(44100, 1);
+  const std::unique_ptr<HostedEffect> prototype = module.createEffect(44100, 1);
   if (!bank_.empty()) settings.bank.emplace(bank_, *prototype);
   if (program_.empty()) return settings;
   if (settings.bank) settings.bank->restore(*prototype);
@@ -76,6 +117,23 @@ EffectSettings EffectOptions::settings(const EffectModule& module) const {
   return settings;
 }
 
-float parseKnob(const std::string& option, const std::string& text) {
-  return valueAtKnob(parseNumber(option, text, 0.0, kKnobTop));
+std::optional<double> EffectOptions::trim() const {
+  if (!trim_ && !automaticTrim_ && preset_ != nullptr) return preset_->values[catalog::kTrim];
+  return trim_;
+}
+
+double parsePosition(const std::string& option, const std::string& text, const catalog::Parameter& parameter) {
+  if (parameter.scale == catalog::Scale::toggle) return parseWhole(option, text, 0, 1);
+  return parseNumber(option, text, parameter.minimum, parameter.maximum);
+}
+
+std::string positionsOf(const catalog::Parameter& parameter) {
+  const char* const between = parameter.scale == catalog::Scale::toggle ? "|" : "-";
+  return shortText(parameter.minimum) + between + shortText(parameter.maximum);
+}
+
+std::string helpOf(const catalog::Parameter& parameter) {
+  std::string help = parameter.does;
+  if (!help.empty() && help.back() == '.') help.pop_back();
+  return help;
 }

@@ -1,18 +1,20 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
 
+#include "catalog/catalog.h"
 #include "cli/effect/EffectChannels.h"
 
 namespace CLI {
 class App;
 }
 
-// The options that say how the effect is set before it plays, the same for every command that plays: --volume, --fuzz,
-// --off, --program, --bank, --trim and --module. They hold from the last to the first: the bank is loaded, its program
-// chosen, then the knobs are turned.
+// The options that say how the effect is set before it plays, the same for every command that plays: a knob each from
+// the catalog, --off, --preset, --program, --bank, --trim and --module. The bank is loaded first, then its program
+// chosen, then the preset laid over it; what was given by name, a knob or the trim, holds against all of them.
 class EffectOptions {
  public:
   // Whether --trim takes "auto", which needs a sound whose peak can be looked for.
@@ -25,24 +27,35 @@ class EffectOptions {
   // program.
   EffectSettings settings(const EffectModule& module) const;
 
-  // How many dB the sound lies above a guitar's own level; nothing when it was not said.
-  const std::optional<double>& trim() const noexcept { return trim_; }
+  // How many dB the sound lies above a guitar's own level, as given or as the preset has it; nothing when neither says.
+  std::optional<double> trim() const;
   bool isTrimAutomatic() const noexcept { return automaticTrim_; }
+
+  bool isOff() const noexcept { return off_; }
 
   // The path of the module; empty for the one that EffectModule finds itself.
   const std::string& module() const noexcept { return module_; }
 
  private:
+  void addKnob(CLI::App& command, catalog::Index parameter);
+  void addTrim(CLI::App& command, Trim kind);
+
   std::string module_;
   std::string bank_;
   std::string program_;
-  std::optional<float> volume_;
-  std::optional<float> fuzz_;
+  const catalog::Preset* preset_ = nullptr;
+  std::map<catalog::Index, double> knobs_;  // as given
   bool off_ = false;
   std::optional<double> trim_;
   bool automaticTrim_ = false;
 };
 
-// The effect's value for a knob at the position that `text` says. Throws Failure (usage) naming `option` when that is
-// no number from 0 to 10.
-float parseKnob(const std::string& option, const std::string& text);
+// The position of a knob, or of a switch, that `text` says. Throws Failure (usage) naming `option` and the limits when
+// it is none.
+double parsePosition(const std::string& option, const std::string& text, const catalog::Parameter& parameter);
+
+// "0-10", or "0|1".
+std::string positionsOf(const catalog::Parameter& parameter);
+
+// What turning it does, as the end of a help text.
+std::string helpOf(const catalog::Parameter& parameter);

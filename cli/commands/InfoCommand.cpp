@@ -1,14 +1,15 @@
 // SPDX-License-Identifier: MIT
 #include <CLI/CLI.hpp>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <string>
 
+#include "catalog/catalog.h"
 #include "cli/commands/Commands.h"
 #include "cli/effect/Bank.h"
 #include "cli/effect/EffectModule.h"
-#include "cli/effect/askText.h"
 #include "host/VstRecords.h"
 
 namespace {
@@ -18,6 +19,7 @@ using nlohmann::ordered_json;
 struct Options {
   std::string module;
   std::string bank;
+  bool presets = false;
   bool json = false;
 };
 
@@ -116,7 +118,41 @@ void print(const ordered_json& info) {
   std::puts("");
 }
 
+void printPresets() {
+  std::printf("%-20s", "preset");
+  for (const catalog::Parameter& one : catalog::kParameters) {
+    if (one.scale != catalog::Scale::toggle) std::printf("  %6s", one.label);
+  }
+  for (const catalog::Preset& preset : catalog::kPresets) {
+    std::printf("\n%-20s", preset.label);
+    for (std::size_t i = 0; i < std::size(catalog::kParameters); ++i) {
+      if (catalog::kParameters[i].scale != catalog::Scale::toggle) std::printf("  %6g", preset.values[i]);
+    }
+  }
+  std::puts("");
+}
+
+ordered_json describePresets() {
+  ordered_json list = ordered_json::array();
+  for (const catalog::Preset& preset : catalog::kPresets) {
+    ordered_json& item = list.emplace_back(ordered_json{{"symbol", preset.symbol}, {"label", preset.label}});
+    for (std::size_t i = 0; i < std::size(catalog::kParameters); ++i) {
+      const catalog::Parameter& parameter = catalog::kParameters[i];
+      if (parameter.scale != catalog::Scale::toggle) item[parameter.symbol] = preset.values[i];
+    }
+  }
+  return list;
+}
+
 void runInfo(const Options& options) {
+  if (options.presets) {
+    if (options.json) {
+      std::puts(describePresets().dump(2).c_str());
+    } else {
+      printPresets();
+    }
+    return;
+  }
   const EffectModule module(options.module);
   const auto effect = module.createEffect(44100, 512);
   if (!options.bank.empty()) Bank(options.bank, *effect).restore(*effect);
@@ -134,6 +170,7 @@ void addInfoCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("info", "Show what the module answers about itself");
   const auto options = std::make_shared<Options>();
   command->add_flag("--json", options->json, "As JSON");
+  command->add_flag("--presets", options->presets, "List the presets instead, which `brumbler render --preset` takes");
   command->add_option("--bank", options->bank, "Load these programs first")->type_name("FILE.json");
   command->add_option("--module", options->module, "The module brumbler.so to ask")->type_name("PATH");
   command->footer("Example: brumbler info --json");

@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "catalog/catalog.h"
 #include "cli/commands/Commands.h"
 #include "cli/effect/EffectModule.h"
 #include "cli/effect/Parameter.h"

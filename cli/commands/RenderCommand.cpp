@@ -99,7 +99,7 @@ void renderOne(const Options& options, const EffectModule& module) {
   } else {
     std::fputs("silent", to);
   }
-  if (options.settings.automaticTrim) std::fprintf(to, ", trim %.1f dB", result.trim);
+  if (result.trim != 0.0) std::fprintf(to, ", trim %.1f dB", result.trim);
   std::fprintf(to, "%s\n", clippingText(result.clipped, options.settings).c_str());
 }
 

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <iterator>
 
+#include "catalog/catalog.h"
 #include "host/HostedEffect.h"
 
 namespace {
@@ -32,7 +33,9 @@ void Automation::readLane(const JsonFile::Path& path, int index, const Parameter
   file_.expectArray(path);
   const auto& list = file_.root().at(path);
   if (list.empty()) file_.fail(path, "is empty; give at least one keyframe");
-  const Kind kind = parameter.isSwitch ? Kind::toggles : parameter.name == "VOLUME" ? Kind::glides : Kind::steps;
+  const Kind kind = parameter.isSwitch                                              ? Kind::toggles
+                    : parameter.name == catalog::kParameters[catalog::kVolume].name ? Kind::glides
+                                                                                    : Kind::steps;
   Lane& lane = lanes_.emplace_back(Lane{index, kind, {}, {}});
   for (std::size_t i = 0; i < list.size(); ++i) {
     const JsonFile::Path keyframe = path / i;

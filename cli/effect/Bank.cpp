@@ -3,15 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include "cli/effect/askText.h"
 #include "cli/files/JsonFile.h"
 #include "host/HostedEffect.h"
-
-namespace {
-
-constexpr std::size_t kLongestName = 23;  // bytes, in the interface
-
-}  // namespace
 
 Bank::Bank(const std::string& path, const HostedEffect& effect) : parameters_(parametersOf(effect)) {
   const JsonFile file(path);

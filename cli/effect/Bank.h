@@ -13,6 +13,8 @@ class HostedEffect;
 // The effect's programs, names and values, as a host keeps them in a file (docs/bank.schema.json).
 class Bank {
  public:
+  static constexpr std::size_t kLongestName = 23;  // bytes, in the interface
+
   // Reads a file; `effect` tells the names of the parameters and the number of programs. Programs may be fewer and
   // leave out what is to stay as it is. Throws Failure naming line and key.
   Bank(const std::string& path, const HostedEffect& effect);

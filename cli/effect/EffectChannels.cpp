@@ -9,10 +9,10 @@
 
 namespace {
 
-void setNamed(HostedEffect& effect, const char* name, float value) {
+void setNamed(HostedEffect& effect, const std::string& name, float value) {
   const std::vector<std::string> names = namesOf(parametersOf(effect));
   const auto found = std::find(names.begin(), names.end(), name);
-  if (found == names.end()) throw Failure(std::string("the module has no parameter ") + name + "; see brumbler info");
+  if (found == names.end()) throw Failure("the module has no parameter " + name + "; see brumbler info");
   effect.setParameter(static_cast<int>(found - names.begin()), value);
 }
 
@@ -27,9 +27,7 @@ void EffectSettings::applyTo(HostedEffect& effect) const {
     }
     effect.setProgram(*program);
   }
-  if (volume) setNamed(effect, "VOLUME", *volume);
-  if (fuzz) setNamed(effect, "FUZZ", *fuzz);
-  if (off) setNamed(effect, "On/Off", 0.0F);
+  for (const auto& [name, value] : values) setNamed(effect, name, value);
 }
 
 EffectChannels::EffectChannels(const EffectModule& module, const EffectSettings& settings, AutomationTrack automation,

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 #include "cli/effect/AutomationTrack.h"
@@ -14,10 +16,8 @@
 struct EffectSettings {
   int block = 512;  // samples a call, at most
   std::optional<Bank> bank;
-  std::optional<int> program;  // from 0
-  std::optional<float> volume;
-  std::optional<float> fuzz;
-  bool off = false;
+  std::optional<int> program;           // from 0
+  std::map<std::string, float> values;  // the effect's, by the names of its parameters
 
   // Puts them into an effect, in the order above.
   void applyTo(HostedEffect& effect) const;

@@ -5,7 +5,6 @@
 #include <array>
 #include <charconv>
 
-#include "cli/effect/askText.h"
 #include "host/VstRecords.h"
 
 float valueAtKnob(double knob) noexcept { return static_cast<float>(knob / kKnobTop); }
@@ -30,6 +29,13 @@ float Parameter::read(const JsonFile& file, const JsonFile::Path& path) const {
   const double shown = file.number(path, 0.0, top());
   if (isSwitch && shown != 0.0 && shown != 1.0) file.fail(path, "must be 0 (off) or 1 (on)");
   return valueAt(shown);
+}
+
+std::string askText(const HostedEffect& effect, EffectOpcode opcode, int index, intptr value) {
+  std::array<char, 256> text{};  // several times what the interface's longest text needs
+  effect.ask(opcode, index, value, text.data());
+  text.back() = '\0';
+  return text.data();
 }
 
 std::vector<Parameter> parametersOf(const HostedEffect& effect) {

@@ -5,8 +5,7 @@
 #include <vector>
 
 #include "cli/files/JsonFile.h"
-
-class HostedEffect;
+#include "host/HostedEffect.h"
 
 // The scale on which people read and turn knobs: 0 to 10, as in the effect's own texts. The interface's values run from
 // 0 to 1.
@@ -33,6 +32,9 @@ struct Parameter {
   // The effect's value for the number at `path`; throws Failure unless that is a position of this knob or switch.
   float read(const JsonFile& file, const JsonFile::Path& path) const;
 };
+
+// The text that an effect writes when it is asked `opcode`; empty when it has none.
+std::string askText(const HostedEffect& effect, EffectOpcode opcode, int index = 0, intptr value = 0);
 
 // All of an effect's parameters, in the order of their indices.
 std::vector<Parameter> parametersOf(const HostedEffect& effect);

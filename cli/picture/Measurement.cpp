@@ -6,6 +6,7 @@
 #include <complex>
 #include <numbers>
 
+#include "catalog/catalog.h"
 #include "cli/effect/EffectChannels.h"
 #include "cli/text/numbers.h"
 
@@ -16,8 +17,8 @@ constexpr double kImpulseSeconds = 0.5;
 
 EffectChannels makeEffect(const EffectModule& module, const TestSettings& settings) {
   EffectSettings wanted;
-  wanted.volume = settings.volume;
-  wanted.fuzz = settings.fuzz;
+  wanted.values = {{catalog::kParameters[catalog::kVolume].name, settings.volume},
+                   {catalog::kParameters[catalog::kFuzz].name, settings.fuzz}};
   return {module, wanted, AutomationTrack(), settings.rate, 1};
 }
 

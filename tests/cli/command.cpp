@@ -162,6 +162,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"render in.wav --out-dir .", 2, "folder of the recording"},
       {"bank save b.json --set 3,fuz=1", 2, "did you mean fuzz"},
       {"bank save b.json --set 17,fuzz=1", 2, "16"},
+      {"--preset 'wal of fuzz'", 2, "did you mean Wall of fuzz"},
       {"--program Init", 2, "16 programs are called Init"},
       {"--bank named.json --program laed", 2, "did you mean Lead"},
       {"--bank switch.json", 1, "switch.json, line 2: /programs/0/On/Off must be 0 (off) or 1 (on)"},
@@ -327,6 +328,13 @@ TEST_CASE("banks, many files and the riff") {
   CHECK(cli.run("bank save again.json --bank b.json && cmp b.json again.json") == 0);
   const std::vector<double> banked = render(cli, "a.wav --bank b.json --program 'lead, LOUD'");
   CHECK(largestDifference(banked, render(cli, "a.wav --volume 2.5 --fuzz 8.1")) == 0.0);
+
+  // What is given by name holds against the preset.
+  const std::vector<double> wall = render(cli, "a.wav --preset 'wall OF fuzz'");
+  CHECK(largestDifference(wall, render(cli, "a.wav --volume 6 --fuzz 10 --trim 14")) == 0.0);
+  CHECK(largestDifference(render(cli, "a.wav --preset soft-edge --trim 14 --fuzz 10 --volume 6"), wall) == 0.0);
+  CHECK(cli.run("info --presets") == 0);
+  CHECK(cli.outText.find("Wall of fuzz") != std::string::npos);
 
   cli.writeText("c.wav", "no sound");
   CHECK(cli.run("render a.wav c.wav b.flac --out-dir new/folder") == 1);
