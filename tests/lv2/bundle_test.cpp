@@ -187,10 +187,12 @@ TEST_CASE("presets reach a host with the catalog's values, which are those that 
                     "\tlv2:port [ lv2:symbol \"volume\" ; pset:value %.1f ] ,\n"
                     "\t\t[ lv2:symbol \"fuzz\" ; pset:value %.1f ] ,\n"
                     "\t\t[ lv2:symbol \"trim\" ; pset:value %.1f ] .\n",
-                    uri, preset.symbol, uri, preset.label, preset.volume, preset.fuzz, preset.trim);
+                    uri, preset.symbol, uri, preset.label, preset.values[catalog::kVolume],
+                    preset.values[catalog::kFuzz], preset.values[catalog::kTrim]);
       CHECK(has(turtle, text));
     }
-    std::snprintf(text, sizeof text, "| %s | %g | %g | %g |", preset.label, preset.volume, preset.fuzz, preset.trim);
+    std::snprintf(text, sizeof text, "| %s | %g | %g | %g |", preset.label, preset.values[catalog::kVolume],
+                  preset.values[catalog::kFuzz], preset.values[catalog::kTrim]);
     CHECK(has(document, text));
   }
 }
