@@ -8,7 +8,6 @@
 #include <vector>
 
 #include "cli/effect/Parameter.h"
-#include "cli/render/automaticTrim.h"
 #include "cli/text/Failure.h"
 #include "cli/text/nearestName.h"
 #include "cli/text/numbers.h"

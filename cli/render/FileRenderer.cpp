@@ -16,7 +16,6 @@
 #include "cli/render/ReadAhead.h"
 #include "cli/render/Tail.h"
 #include "cli/render/WriteBehind.h"
-#include "cli/render/automaticTrim.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
 #include "cli/text/numbers.h"
