@@ -82,6 +82,18 @@ TEST_CASE("every type has the response of its prototype, and only the low 16 bit
   }
 }
 
+TEST_CASE("the designs use a pi that is two units in the last place too high") {
+  bool shows = false;
+  for (const double frequency : {100.0, 1000.0, 5000.0, 15000.0}) {
+    const auto gainAt = [](double k) { return k * (1.0 / (1.0 + k)); };
+    IIRFilter filter = filterOf({FT_LPF1, frequency, 0.0, 0.0, 1.0, 0.0, kRate});
+    const double first = run(filter, 1.0);
+    CHECK(first == gainAt(std::tan(3.141592653589794 * frequency / kRate)));
+    shows = shows || first != gainAt(std::tan(3.141592653589793 * frequency / kRate));
+  }
+  CHECK(shows);
+}
+
 TEST_CASE("a design corrects the frequency and the q, and says so in the record") {
   const struct {
     double freq, q, usedFreq, usedQ;
