@@ -27,6 +27,12 @@ lacks() {
 
 lacks_program() { command -v "$1" >/dev/null || echo "no $1"; }
 
+# What the page's tests take from npm, unless it is there.
+fetch_packages() {
+  [[ web/test/node_modules/.package-lock.json -nt web/test/package-lock.json ]] ||
+    npm ci --prefix web/test --ignore-scripts --silent >/dev/null 2>&1
+}
+
 lacking() {
   case "$1" in
     i386) lacks g++ -m32 ;;
@@ -35,6 +41,7 @@ lacking() {
     web)
       lacks clang++ --target=wasm32-wasi -fno-exceptions
       for program in node npm chromium; do lacks_program "$program"; done
+      fetch_packages || echo "npm cannot fetch what web/test/package.json asks for"
       ;;
     asan) lacks clang++ -fsanitize=address,undefined ;;
     tsan) lacks clang++ -fsanitize=thread ;;

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: MIT
+// The module, as the page and the worklet both drive it.
+
+/** @typedef {{name: string, values: number[]}} Program The values are the effect's own, 0 to 1, by parameter. */
+/** @typedef {{programs: Program[], selected: number, trim: number}} Settings Trim in dB. */
+
+export const ON = 0;
+export const VOLUME = 1;
+export const FUZZ = 2;
+
+/** Compiled code with a memory of its own, for as many effects as that holds. */
+export class Module {
+  /** @param {WebAssembly.Instance} instance */
+  constructor(instance) {
+    /** @type {Record<string, any>} */
+    this.calls = instance.exports;
+    this.calls._initialize();
+  }
+
+  /** What the code asks of its surroundings: nothing but to print a last word, which goes nowhere. */
+  static get imports() {
+    const nothing = () => 0;
+    return { wasi_snapshot_preview1: { fd_close: nothing, fd_seek: nothing, fd_write: nothing } };
+  }
+
+  /**
+   * `count` samples of the memory at an address; good until the memory grows.
+   * @param {number} address
+   * @param {number} count
+   */
+  floats(address, count) {
+    return new Float32Array(this.calls.memory.buffer, address, count);
+  }
+
+  /** Calls an export that answers a number of samples and writes where they are. @param {(at: number) => number} call */
+  samples(call) {
+    const at = this.calls.place();
+    const count = call(at);
+    return this.floats(new Uint32Array(this.calls.memory.buffer, at, 1)[0], count);
+  }
+
+  /** @param {number} address */
+  text(address) {
+    const bytes = new Uint8Array(this.calls.memory.buffer, address);
+    return new TextDecoder().decode(bytes.subarray(0, bytes.indexOf(0)));
+  }
+
+  /** The built-in riff: its samples and their rate in Hz. */
+  riff() {
+    return { rate: this.calls.riffRate(), samples: this.samples((at) => this.calls.playRiff(at)).slice() };
+  }
+
+  /** Trim in dB for a recording that peaks at `peak` of full scale. @param {number} peak */
+  automaticTrim(peak) {
+    return this.calls.automaticTrim(peak);
+  }
+}
+
+/** One effect for each channel of a sound, all with the same settings. */
+export class Effect {
+  /**
+   * Throws when an effect cannot be made.
+   * @param {Module} module
+   * @param {number} rate Hz
+   * @param {number} channels
+   */
+  constructor(module, rate, channels) {
+    this.module = module;
+    this.calls = module.calls;
+    this.channels = channels;
+    this.handle = this.calls.create(rate, channels);
+    if (this.handle === 0) throw new Error('no effect');
+    this.longestBlock = this.calls.longestBlock();
+    /** @type {Float32Array[]} */
+    this.views = [];
+    this.planes();
+  }
+
+  close() {
+    this.calls.destroy(this.handle);
+  }
+
+  /** Where the channels find their input and leave their output. Allocates only when the memory has grown. */
+  planes() {
+    if (this.views.length === 0 || this.views[0].buffer !== this.calls.memory.buffer) {
+      for (let c = 0; c < this.channels; ++c) {
+        this.views[c] = this.module.floats(this.calls.plane(this.handle, c), this.longestBlock);
+      }
+    }
+    return this.views;
+  }
+
+  /** @param {Settings} settings */
+  restore(settings) {
+    settings.programs.forEach((program, index) => {
+      this.calls.setProgram(this.handle, index);
+      program.values.forEach((value, parameter) => this.setParameter(parameter, value));
+      this.setName(program.name);
+    });
+    this.setProgram(settings.selected);
+    this.setTrim(settings.trim);
+  }
+
+  /** @param {number} parameter @param {number} value */
+  setParameter(parameter, value) {
+    this.calls.setParameter(this.handle, parameter, value);
+  }
+
+  /** @param {number} program */
+  setProgram(program) {
+    this.calls.setProgram(this.handle, program);
+  }
+
+  /** @param {string} name */
+  setName(name) {
+    if (typeof TextEncoder === 'undefined') return; // a worklet has none, and shows no names
+    const bytes = new TextEncoder().encode(name).subarray(0, 23);
+    const text = new Uint8Array(this.calls.memory.buffer, this.calls.text(), bytes.length + 1);
+    text.set(bytes);
+    text[bytes.length] = 0;
+    this.calls.setProgramName(this.handle);
+  }
+
+  /** @param {number} decibels */
+  setTrim(decibels) {
+    this.calls.setTrim(this.handle, decibels);
+  }
+
+  /** In place, `length` samples of every plane. @param {number} length */
+  process(length) {
+    this.calls.process(this.handle, length);
+  }
+
+  /** What the effect shows for a value. @param {number} parameter @param {number} value */
+  display(parameter, value) {
+    return this.module.text(this.calls.displayText(this.handle, parameter, value)).trim();
+  }
+
+  /** What the effect calls a program. @param {number} program */
+  programName(program) {
+    this.setProgram(program);
+    return this.module.text(this.calls.programName(this.handle));
+  }
+}

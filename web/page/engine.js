@@ -1,0 +1,177 @@
+// SPDX-License-Identifier: MIT
+// The sound of the page: a source, the effect in its worklet, the loudspeakers, and analysers before and behind it.
+
+/** What the page can say about a failure; `message` is a sentence for the player. */
+export class Trouble extends Error {}
+
+/**
+ * One audio context with the effect in it. A context has one sample rate for its whole life.
+ */
+export class Engine {
+  /** @param {AudioContext} context @param {number} hint */
+  constructor(context, hint) {
+    this.context = context;
+    this.hint = hint;
+    this.output = new GainNode(context);
+    this.output.connect(context.destination);
+    this.dry = this.analysers();
+    this.wet = this.analysers();
+    /** @type {AudioWorkletNode | undefined} */
+    this.node = undefined;
+  }
+
+  /**
+   * @param {{rate?: number, wasm: ArrayBuffer, worklet: string, settings: import('./effect.js').Settings,
+   *   hint: number, onFault: () => void}} options `rate` in Hz, none: the device's; `hint`: seconds of latency
+   */
+  static async open({ rate, wasm, worklet, settings, hint, onFault }) {
+    const context = new AudioContext({ sampleRate: rate, latencyHint: hint });
+    if (context.audioWorklet === undefined) {
+      await context.close();
+      throw new Trouble(
+        window.isSecureContext
+          ? 'This browser has no AudioWorklet. Use a current Firefox, Chrome, Edge or Safari.'
+          : 'Browsers play this page only from your own disk, from this machine or over https.',
+      );
+    }
+    const engine = new Engine(context, hint);
+    await context.audioWorklet.addModule(`data:text/javascript;charset=utf-8,${encodeURIComponent(worklet)}`);
+    engine.node = new AudioWorkletNode(context, 'brumbler', {
+      channelCountMode: 'explicit',
+      channelCount: 1,
+      processorOptions: { wasm, settings },
+    });
+    engine.node.port.onmessage = onFault;
+    engine.node.onprocessorerror = onFault;
+    engine.node.connect(engine.output);
+    engine.tap(engine.node, engine.wet);
+    return engine;
+  }
+
+  analysers() {
+    return [0, 1].map(() => new AnalyserNode(this.context, { fftSize: 4096, smoothingTimeConstant: 0.6 }));
+  }
+
+  /** @param {AudioNode} from @param {AnalyserNode[]} to one a channel */
+  tap(from, to) {
+    const splitter = new ChannelSplitterNode(this.context, { numberOfOutputs: 2 });
+    from.connect(splitter);
+    to.forEach((analyser, channel) => splitter.connect(analyser, channel));
+    return splitter;
+  }
+
+  /** @param {object} message */
+  tell(message) {
+    this.node?.port.postMessage(message);
+  }
+
+  /**
+   * Lets a source of `channels` channels into the effect. The function it answers takes it out again.
+   * @param {AudioNode} source
+   * @param {number} channels
+   */
+  plug(source, channels) {
+    const node = /** @type {AudioWorkletNode} */ (this.node);
+    node.channelCount = Math.min(channels, 2);
+    source.connect(node);
+    const splitter = this.tap(source, this.dry);
+    return () => {
+      source.disconnect();
+      splitter.disconnect();
+    };
+  }
+
+  /** Starts the sound; throws Trouble when the browser holds it back. */
+  async wake() {
+    if (this.context.state === 'running') return;
+    const late = new Promise((resolve) => setTimeout(resolve, 1500));
+    await Promise.race([this.context.resume(), late]);
+    if (/** @type {string} */ (this.context.state) !== 'running') {
+      throw new Trouble('The browser holds the sound back, or no loudspeaker is connected. Try once more.');
+    }
+  }
+
+  /** From the output to the ear, and the buffers before it, in seconds. */
+  get latency() {
+    return (this.context.baseLatency || 0) + (this.context.outputLatency || 0);
+  }
+
+  close() {
+    this.output.disconnect();
+    if (this.context.state !== 'closed') void this.context.close();
+  }
+}
+
+/** A recording that plays through an engine, from any place, once or round and round. */
+export class Playback {
+  /**
+   * @param {Engine} engine
+   * @param {import('./recording.js').Recording} recording
+   * @param {() => void} onEnd called when it has come to its end by itself
+   */
+  constructor(engine, { rate, channels }, onEnd) {
+    this.engine = engine;
+    this.onEnd = onEnd;
+    this.buffer = new AudioBuffer({ length: channels[0].length, sampleRate: rate, numberOfChannels: channels.length });
+    channels.forEach((channel, c) => this.buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (channel), c));
+    this.loops = false;
+    this.offset = 0; // seconds
+    this.begun = 0; // of the context's clock, at the offset
+    /** @type {AudioBufferSourceNode | undefined} */
+    this.source = undefined;
+    this.unplug = () => {};
+  }
+
+  get plays() {
+    return this.source !== undefined;
+  }
+
+  /** Seconds from the start of the recording. */
+  get position() {
+    if (!this.plays) return this.offset;
+    const at = this.offset + this.engine.context.currentTime - this.begun;
+    return this.loops ? at % this.buffer.duration : Math.min(at, this.buffer.duration);
+  }
+
+  /** @param {boolean} loops */
+  setLoop(loops) {
+    this.offset = this.position;
+    this.begun = this.engine.context.currentTime;
+    this.loops = loops;
+    if (this.source) this.source.loop = loops;
+  }
+
+  play() {
+    this.stop();
+    if (this.offset >= this.buffer.duration - 0.01) this.offset = 0;
+    const source = new AudioBufferSourceNode(this.engine.context, { buffer: this.buffer, loop: this.loops });
+    this.unplug = this.engine.plug(source, this.buffer.numberOfChannels);
+    source.onended = () => {
+      if (this.source !== source) return;
+      this.stop();
+      this.offset = 0;
+      this.onEnd();
+    };
+    source.start(0, this.offset);
+    this.begun = this.engine.context.currentTime;
+    this.source = source;
+  }
+
+  /** Stays where it is. */
+  stop() {
+    this.offset = this.position;
+    const { source } = this;
+    this.source = undefined;
+    source?.stop();
+    this.unplug();
+    this.unplug = () => {};
+  }
+
+  /** @param {number} seconds */
+  seek(seconds) {
+    const { plays } = this;
+    this.stop();
+    this.offset = seconds;
+    if (plays) this.play();
+  }
+}

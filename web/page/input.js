@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: MIT
+// The guitar: an audio input of this machine, as the browser hands it over.
+import { Trouble } from './engine.js';
+
+/** @type {Record<string, string>} */
+const REASONS = {
+  NotAllowedError: 'The browser may not listen. Allow the microphone for this page beside its address, then plug in.',
+  SecurityError: 'The browser may not listen from this page. Open it from your own disk or over https.',
+  NotFoundError: 'There is no input. Connect an audio interface or a microphone, then plug in.',
+  NotReadableError: 'Another program holds this input, or the system does not let go of it. Close that and plug in.',
+  OverconstrainedError: 'This input is gone. Choose another one.',
+  NotSupportedError: 'This browser cannot bring this input to the effect. Set the interface to 44100 or 48000 Hz.',
+};
+
+/** @param {unknown} error */
+export function inputTrouble(error) {
+  if (error instanceof Trouble) return error.message;
+  return REASONS[/** @type {Error} */ (error)?.name] ?? 'The input cannot be opened. Choose another one.';
+}
+
+/** The inputs of this machine; without names until one was allowed. */
+export async function listInputs() {
+  const devices = (await navigator.mediaDevices?.enumerateDevices?.()) ?? [];
+  return devices.filter((device) => device.kind === 'audioinput' && device.deviceId !== '');
+}
+
+/**
+ * The sound as it is: nothing that browsers do for telephone calls.
+ * @param {string} deviceId empty: the system's choice
+ */
+export async function openInput(deviceId) {
+  if (navigator.mediaDevices === undefined) {
+    throw new Trouble('Browsers give inputs to pages from your own disk, from this machine or over https alone.');
+  }
+  return navigator.mediaDevices.getUserMedia({
+    audio: {
+      deviceId: deviceId === '' ? undefined : { exact: deviceId },
+      echoCancellation: false,
+      noiseSuppression: false,
+      autoGainControl: false,
+      channelCount: { ideal: 2 },
+    },
+  });
+}
+
+/** An input in an engine: one of its jacks, or the first two as a stereo pair. */
+export class LiveInput {
+  /** @param {import('./engine.js').Engine} engine @param {MediaStream} stream */
+  constructor(engine, stream) {
+    this.engine = engine;
+    this.stream = stream;
+    this.track = stream.getAudioTracks()[0];
+    this.source = new MediaStreamAudioSourceNode(engine.context, { mediaStream: stream });
+    this.splitter = new ChannelSplitterNode(engine.context, { numberOfOutputs: 2 });
+    this.source.connect(this.splitter);
+    this.unplug = () => {};
+  }
+
+  /** Of the input, 1 when the browser does not tell. */
+  get channels() {
+    return this.track.getSettings().channelCount ?? 1;
+  }
+
+  /** From the string to the ear, in seconds, as far as the browser tells. */
+  get latency() {
+    const settings = /** @type {MediaTrackSettings & {latency?: number}} */ (this.track.getSettings());
+    return this.engine.latency + (settings.latency ?? 0);
+  }
+
+  /** @param {'first' | 'second' | 'both'} jack */
+  choose(jack) {
+    this.unplug();
+    const { context } = this.engine;
+    if (jack === 'both') {
+      const merger = new ChannelMergerNode(context, { numberOfInputs: 2 });
+      this.splitter.connect(merger, 0, 0);
+      this.splitter.connect(merger, 1, 1);
+      const out = this.engine.plug(merger, 2);
+      this.unplug = () => (out(), this.splitter.disconnect());
+    } else {
+      const mono = new GainNode(context, { channelCount: 1, channelCountMode: 'explicit' });
+      this.splitter.connect(mono, jack === 'second' ? 1 : 0);
+      const out = this.engine.plug(mono, 1);
+      this.unplug = () => (out(), this.splitter.disconnect());
+    }
+  }
+
+  close() {
+    this.unplug();
+    this.source.disconnect();
+    this.stream.getTracks().forEach((track) => track.stop());
+  }
+}

@@ -1,0 +1,129 @@
+// SPDX-License-Identifier: MIT
+
+const SWEEP = 270; // degrees from the least to the most
+const TRAVEL = 180; // pixels of dragging, likewise
+const DOUBLE = 350; // milliseconds between two taps
+
+/** @param {number} value @param {number} least @param {number} most */
+export const clamp = (value, least, most) => Math.min(Math.max(value, least), most);
+
+/**
+ * A knob: a range input that keys and screen readers turn, drawn as a knob that mouse, wheel and touch turn, and a field
+ * that takes a number. Double click: its default.
+ */
+export class Knob {
+  /**
+   * @param {HTMLElement} root with an input of type range in `.dial`, and one of type text
+   * @param {{least: number, most: number, step: number, initial: number, text: (value: number) => string}} scale
+   * @param {(value: number) => void} onTurn called with what people turn it to
+   */
+  constructor(root, scale, onTurn) {
+    this.root = root;
+    this.scale = scale;
+    this.onTurn = onTurn;
+    this.value = scale.initial;
+    this.dial = /** @type {HTMLElement} */ (root.querySelector('.dial'));
+    this.range = /** @type {HTMLInputElement} */ (root.querySelector('input[type=range]'));
+    this.field = /** @type {HTMLInputElement} */ (root.querySelector('input[type=text]'));
+    this.range.min = String(scale.least);
+    this.range.max = String(scale.most);
+    this.range.step = 'any';
+    this.range.addEventListener('input', () => this.turn(Number(this.range.value)));
+    this.range.addEventListener('keydown', (event) => this.onKey(event));
+    this.dial.addEventListener('wheel', (event) => this.onWheel(event), { passive: false });
+    this.dial.addEventListener('pointerdown', (event) => this.onPress(event));
+    this.field.addEventListener('change', () => this.type());
+    this.field.addEventListener('focus', () => this.field.select());
+    this.field.addEventListener('keydown', (event) => {
+      if (event.key === 'Escape') this.show(this.value);
+      if (event.key === 'Escape' || event.key === 'Enter') this.range.focus();
+    });
+    this.show(this.value);
+  }
+
+  /** Shows a value without telling anybody. @param {number} value */
+  show(value) {
+    const { least, most, text } = this.scale;
+    this.value = clamp(value, least, most);
+    this.range.value = String(this.value);
+    this.range.setAttribute('aria-valuetext', text(this.value));
+    this.field.value = text(this.value);
+    this.root.style.setProperty('--turn', `${((this.value - least) / (most - least) - 0.5) * SWEEP}deg`);
+  }
+
+  /** @param {number} value @param {number} step what it is rounded to */
+  turn(value, step = this.scale.step) {
+    this.show(Number((Math.round(value / step) * step).toFixed(4)));
+    this.onTurn(this.value);
+  }
+
+  type() {
+    const number = Number.parseFloat(this.field.value.replace(',', '.').replace('−', '-'));
+    if (Number.isFinite(number)) this.turn(number, 0.01);
+    else this.show(this.value);
+  }
+
+  /** @param {KeyboardEvent} event */
+  onKey(event) {
+    const { least, most, step } = this.scale;
+    const page = (most - least) / 10;
+    /** @type {Record<string, number>} */
+    const places = {
+      ArrowUp: this.value + step,
+      ArrowRight: this.value + step,
+      ArrowDown: this.value - step,
+      ArrowLeft: this.value - step,
+      PageUp: this.value + page,
+      PageDown: this.value - page,
+      Home: least,
+      End: most,
+      Delete: this.scale.initial,
+    };
+    if (event.ctrlKey || event.metaKey || event.altKey) return;
+    if (event.key in places) {
+      event.preventDefault();
+      this.turn(places[event.key]);
+    } else if (/^[-−\d.,]$/.test(event.key)) {
+      event.preventDefault();
+      this.field.focus();
+      this.field.value = event.key;
+    }
+  }
+
+  /** @param {WheelEvent} event */
+  onWheel(event) {
+    if (event.ctrlKey) return; // the browser's zoom
+    event.preventDefault();
+    this.turn(this.value - Math.sign(event.deltaY) * this.scale.step * (event.shiftKey ? 1 : 2));
+  }
+
+  /** @param {PointerEvent} event */
+  onPress(event) {
+    if (event.button !== 0) return;
+    event.preventDefault(); // the range would jump to the pointer
+    this.range.focus({ preventScroll: true });
+    const { least, most } = this.scale;
+    const from = this.value;
+    const { clientX, clientY, pointerId } = event;
+    const drag = new AbortController();
+    let moved = false;
+    this.dial.setPointerCapture(pointerId);
+    const on = (/** @type {string} */ type, /** @type {(event: any) => void} */ act) =>
+      this.dial.addEventListener(type, act, { signal: drag.signal });
+    on('pointermove', (move) => {
+      const way = clientY - move.clientY + (move.clientX - clientX) / 2;
+      moved ||= Math.abs(way) > 3;
+      if (moved) this.turn(from + ((most - least) * way) / (move.shiftKey ? 8 * TRAVEL : TRAVEL));
+    });
+    on('pointercancel', () => drag.abort());
+    on('pointerup', (up) => {
+      drag.abort();
+      if (moved) return;
+      if (up.timeStamp - (this.tapped ?? -DOUBLE) < DOUBLE) this.turn(this.scale.initial);
+      this.tapped = up.timeStamp;
+    });
+  }
+
+  /** @type {number | undefined} */
+  tapped = undefined;
+}

@@ -1,0 +1,61 @@
+// SPDX-License-Identifier: MIT
+
+/** @typedef {'fuzz' | 'volume' | 'trim' | 'on'} Target */
+
+/** Controllers that need no learning. @type {Record<number, Target>} */
+export const CONTROLLERS = { 7: 'volume', 16: 'fuzz', 17: 'volume', 18: 'trim', 19: 'on', 64: 'on' };
+
+/** Foot switches and knobs that speak MIDI. */
+export class Midi {
+  /**
+   * @param {Record<number, Target>} learnt controllers that people taught, before the others
+   * @param {{program: (index: number) => void, turn: (target: Target, share: number) => void,
+   *   set: (on: boolean) => void, press: () => void, learn: (target: Target, controller: number) => void}} on `share` is 0 to 1
+   */
+  constructor(learnt, on) {
+    this.learnt = learnt;
+    this.on = on;
+    /** @type {Target | undefined} */
+    this.learning = undefined;
+    /** @type {Set<number>} */
+    this.held = new Set();
+  }
+
+  /** Asks the browser; answers the names of what is connected. Throws a DOMException when it is refused. */
+  async connect() {
+    const access = await navigator.requestMIDIAccess();
+    const listen = () => {
+      access.inputs.forEach((input) => {
+        input.onmidimessage = (message) => this.receive(/** @type {Uint8Array} */ (message.data));
+      });
+    };
+    listen();
+    access.onstatechange = listen;
+    return [...access.inputs.values()].map((input) => input.name ?? 'MIDI');
+  }
+
+  /** @param {Uint8Array} message of any channel */
+  receive([status, number, value]) {
+    if (status >> 4 === 0xc) this.on.program(number);
+    if (status >> 4 !== 0xb) return;
+    if (this.learning !== undefined) {
+      this.learnt[number] = this.learning;
+      this.on.learn(this.learning, number);
+      this.learning = undefined;
+      this.held.add(number); // the press that taught it does nothing else
+      return;
+    }
+    const target = this.learnt[number] ?? CONTROLLERS[number];
+    if (target === undefined) return;
+    if (target !== 'on') {
+      this.on.turn(target, value / 127);
+    } else if (this.learnt[number] === undefined) {
+      this.on.set(value >= 64);
+    } else {
+      // What was taught may be a pedal that presses and lets go: each press switches.
+      if (value >= 64 && !this.held.has(number)) this.on.press();
+      if (value >= 64) this.held.add(number);
+      else this.held.delete(number);
+    }
+  }
+}

@@ -1,0 +1,148 @@
+// SPDX-License-Identifier: MIT
+// Recordings: from a file to samples, and back to a WAV.
+
+/** @typedef {{name: string, rate: number, channels: Float32Array[]}} Recording At the rate at which the effect runs. */
+
+/** @param {DataView} view @param {number} at @param {number} length */
+function ascii(view, at, length) {
+  let text = '';
+  for (let i = at; i < at + length && i < view.byteLength; ++i) text += String.fromCharCode(view.getUint8(i));
+  return text;
+}
+
+/** @param {DataView} view @param {string} text @param {number} end */
+function find(view, text, end) {
+  for (let at = 0; at + text.length < Math.min(end, view.byteLength); ++at) {
+    if (view.getUint8(at) === text.charCodeAt(0) && ascii(view, at, text.length) === text) return at;
+  }
+  return -1;
+}
+
+/** @param {DataView} view */
+function mpegRate(view) {
+  let at = 0;
+  if (ascii(view, 0, 3) === 'ID3') {
+    for (let i = 6; i < 10; ++i) at = at * 128 + view.getUint8(i);
+    at += 10;
+  }
+  for (const end = Math.min(at + 8192, view.byteLength - 4); at < end; ++at) {
+    const word = view.getUint32(at);
+    const layer = (word >>> 17) & 3;
+    if (word >>> 21 !== 0x7ff || layer === 0) continue;
+    const version = (word >>> 19) & 3;
+    if (((word >>> 10) & 3) === 3 || version === 1) continue;
+    return [44100, 48000, 32000][(word >>> 10) & 3] / [4, 1, 2, 1][version];
+  }
+  return 0;
+}
+
+/** @param {number} word the four bytes behind the frame sizes of a FLAC's first block */
+const flac = (word) => ({ rate: word >>> 12, bits: ((word >>> 4) & 31) + 1 });
+
+/**
+ * What a file's header tells: the sample rate in Hz, which browsers keep to themselves and decode to the one that they
+ * are asked for, and the bits of whole-number samples; 0 where it tells nothing.
+ * @param {ArrayBuffer} bytes
+ */
+export function readHeader(bytes) {
+  const view = new DataView(bytes);
+  try {
+    const kind = ascii(view, 0, 4);
+    if (kind === 'RIFF' || kind === 'RF64') {
+      for (let at = 12, size = 0; at < view.byteLength; at += 8 + size + (size & 1)) {
+        size = view.getUint32(at + 4, true);
+        if (ascii(view, at, 4) !== 'fmt ') continue;
+        const format = view.getUint16(at + (view.getUint16(at + 8, true) === 0xfffe ? 32 : 8), true);
+        return { rate: view.getUint32(at + 12, true), bits: format === 1 ? view.getUint16(at + 22, true) : 0 };
+      }
+    }
+    if (kind === 'fLaC') return flac(view.getUint32(18));
+    if (kind === 'OggS') {
+      const vorbis = find(view, '\x01vorbis', 256);
+      const native = find(view, 'fLaC', 256);
+      if (native >= 0) return flac(view.getUint32(native + 18));
+      return { rate: vorbis >= 0 ? view.getUint32(vorbis + 12, true) : 48000, bits: 0 };
+    }
+    if (ascii(view, 4, 4) === 'ftyp') {
+      const entry = Math.max(find(view, 'mp4a', view.byteLength), find(view, 'alac', view.byteLength));
+      return { rate: entry >= 0 ? view.getUint16(entry + 28) : 0, bits: 0 };
+    }
+    if (kind === 'FORM') {
+      const common = find(view, 'COMM', 65536); // an 80-bit float; all usual rates fit into its first 16 bits
+      if (common < 0) return { rate: 0, bits: 0 };
+      const rate = view.getUint16(common + 18) * 2 ** (view.getUint16(common + 16) - 16398);
+      return { rate, bits: view.getUint16(common + 14) };
+    }
+    return { rate: mpegRate(view), bits: 0 };
+  } catch {
+    return { rate: 0, bits: 0 }; // cut short: whether it can be decoded is for the browser to say
+  }
+}
+
+/**
+ * Some browsers stretch the positive samples of 16-bit recordings so that 32767 becomes 1. Puts them back in place.
+ * @param {Float32Array} samples
+ * @param {number} bits of the recording
+ */
+export function unstretch(samples, bits) {
+  const scale = 2 ** (bits - 1);
+  if (samples.every((sample) => Number.isInteger(sample * scale))) return;
+  for (let i = 0; i < samples.length; ++i) {
+    if (samples[i] > 0) samples[i] = Math.round(samples[i] * (scale - 1)) / scale;
+  }
+}
+
+/**
+ * Throws when the browser cannot decode it.
+ * @param {File} file
+ * @returns {Promise<Recording>}
+ */
+export async function openRecording(file) {
+  const bytes = await file.arrayBuffer();
+  const header = readHeader(bytes);
+  const rate = header.rate === 44100 ? 44100 : 48000;
+  const decoded = await new OfflineAudioContext(1, 1, rate).decodeAudioData(bytes);
+  const channels = [];
+  for (let c = 0; c < decoded.numberOfChannels; ++c) channels.push(decoded.getChannelData(c));
+  if (header.rate === rate && (header.bits === 8 || header.bits === 16)) {
+    for (const channel of channels) unstretch(channel, header.bits);
+  }
+  return { name: file.name.replace(/\.[^.]*$/, ''), rate, channels };
+}
+
+/** The largest sample of all channels. @param {Float32Array[]} channels */
+export function peakOf(channels) {
+  let peak = 0;
+  for (const channel of channels) {
+    for (let i = 0; i < channel.length; ++i) {
+      const size = Math.abs(channel[i]);
+      if (size > peak && size < Infinity) peak = size;
+    }
+  }
+  return peak;
+}
+
+/**
+ * A WAV file of 32-bit floats.
+ * @param {Float32Array[]} pieces interleaved
+ * @param {number} rate Hz
+ * @param {number} channels
+ */
+export function wavFile(pieces, rate, channels) {
+  const size = pieces.reduce((sum, piece) => sum + piece.byteLength, 0);
+  if (size > 0xffffff00) throw new RangeError('longer than the 4 GiB that a WAV holds');
+  const header = new DataView(new ArrayBuffer(58));
+  let at = 0;
+  const text = (/** @type {string} */ letters) => [...letters].forEach((c) => header.setUint8(at++, c.charCodeAt(0)));
+  const number = (/** @type {number} */ value, bytes = 4) => {
+    if (bytes === 4) header.setUint32(at, value, true);
+    else header.setUint16(at, value, true);
+    at += bytes;
+  };
+  text('RIFF'), number(50 + size), text('WAVE');
+  text('fmt '), number(18), number(3, 2), number(channels, 2), number(rate), number(rate * channels * 4);
+  number(channels * 4, 2), number(32, 2), number(0, 2);
+  text('fact'), number(4), number(size / 4 / channels);
+  text('data'), number(size);
+  return new Blob([header.buffer, .../** @type {BlobPart[]} */ (pieces)], { type: 'audio/wav' });
+}

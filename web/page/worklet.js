@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: MIT
+// The audio thread: two channels through an effect each. Says `{fault}` when there is none, and passes dry sound on.
+import { Effect, Module } from './effect.js';
+
+const CHANNELS = 2;
+
+class Processor extends AudioWorkletProcessor {
+  /** @param {{processorOptions: {wasm: ArrayBuffer, settings: import('./effect.js').Settings}}} options */
+  constructor({ processorOptions: { wasm, settings } }) {
+    super();
+    /** @type {Effect | undefined} */
+    this.effect = undefined;
+    try {
+      const instance = new WebAssembly.Instance(new WebAssembly.Module(wasm), Module.imports);
+      this.effect = new Effect(new Module(instance), sampleRate, CHANNELS);
+      this.effect.restore(settings);
+    } catch (error) {
+      this.fail(error);
+    }
+    this.port.onmessage = ({ data }) => {
+      if (data.parameter !== undefined) this.effect?.setParameter(data.parameter, data.value);
+      if (data.program !== undefined) this.effect?.setProgram(data.program);
+      if (data.trim !== undefined) this.effect?.setTrim(data.trim);
+      if (data.settings !== undefined) this.effect?.restore(data.settings);
+    };
+  }
+
+  /** @param {unknown} error */
+  fail(error) {
+    this.effect = undefined;
+    this.port.postMessage({ fault: String(error) });
+  }
+
+  /** @param {Float32Array[][]} inputs @param {Float32Array[][]} outputs */
+  process(inputs, outputs) {
+    const input = inputs[0];
+    const output = outputs[0];
+    if (output.length === 0) return true;
+    if (this.effect !== undefined && output[0].length <= this.effect.longestBlock) {
+      try {
+        this.play(this.effect, input, output);
+        return true;
+      } catch (error) {
+        this.fail(error);
+      }
+    }
+    for (let c = 0; c < output.length; ++c) {
+      if (c < input.length) output[c].set(input[c]);
+    }
+    return true;
+  }
+
+  /** @param {Effect} effect @param {Float32Array[]} input @param {Float32Array[]} output */
+  play(effect, input, output) {
+    const length = output[0].length;
+    const planes = effect.planes();
+    for (let c = 0; c < CHANNELS; ++c) {
+      if (c < input.length) planes[c].set(input[c]);
+      else planes[c].fill(0, 0, length);
+    }
+    effect.process(length);
+    for (let c = 0; c < output.length && c < CHANNELS; ++c) {
+      for (let i = 0; i < length; ++i) output[c][i] = planes[c][i];
+    }
+  }
+}
+
+registerProcessor('brumbler', Processor);

@@ -1,0 +1,389 @@
+// SPDX-License-Identifier: MIT
+// The built page in a browser, as its users meet it.
+import assert from 'node:assert/strict';
+import { existsSync } from 'node:fs';
+import { readFile, writeFile } from 'node:fs/promises';
+import { createRequire } from 'node:module';
+import { join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { Bench, attribute, command, control, noted, openRecording, pause, run, saved, text, turn, wavFloats } from './browser.mjs';
+
+const PHONE = { width: 390, height: 844, isMobile: true, hasTouch: true, deviceScaleFactor: 2 };
+const GUITAR = '/usr/share/sonic-pi/samples/guit_em9.flac';
+const withCommand = existsSync(command) ? {} : { skip: `no ${command}: build the preset release first` };
+
+/** @type {Bench} */
+let bench;
+before(async () => {
+  bench = await Bench.open('--use-fake-ui-for-media-stream');
+});
+after(() => bench?.close());
+
+/** A recording as floats, made by sox; answers its path. */
+async function made(name, ...sox) {
+  const path = join(bench.folder, name);
+  await run('sox', [...sox.slice(0, 1), '-e', 'floating-point', '-b', '32', path, ...sox.slice(1)]);
+  return path;
+}
+
+async function riffFile() {
+  const path = join(bench.folder, 'plain-riff.wav');
+  if (!existsSync(path)) await run(command, ['riff', path]);
+  return made('riff.wav', path);
+}
+
+const level = async (page, name) =>
+  Number.parseFloat((await attribute(await control(page, 'meter', name), 'aria-valuetext')).replace('−', '-'));
+
+test('what is saved is what the command renders, float for float', withCommand, async (t) => {
+  const recordings = {
+    riff: riffFile,
+    'a guitar in stereo': () => (existsSync(GUITAR) ? GUITAR : undefined),
+    'mono at 48000 Hz, 16 bits': async () => {
+      const path = join(bench.folder, 'sixteen.wav');
+      await run('sox', [await riffFile(), '-b', '16', path, 'rate', '48000', 'gain', '-n', '-1', 'dither', '-S']);
+      return path;
+    },
+  };
+  const rows = [
+    ['file', 'riff', {}],
+    ['http', 'riff', { fuzz: 10, volume: 2.5, trim: -7 }],
+    ['file', 'a guitar in stereo', { fuzz: 7.3, volume: 10 }],
+    ['http', 'a guitar in stereo', { off: true }],
+    ['file', 'mono at 48000 Hz, 16 bits', { fuzz: 0, volume: 6.1 }],
+  ];
+  for (const [origin, name, settings] of rows) {
+    await t.test(`${name} from ${origin} with ${JSON.stringify(settings)}`, async (t) => {
+      const recording = await recordings[name]();
+      if (!recording) return t.skip('the package sonic-pi-samples is missing');
+      const page = await bench.page(bench.urls[origin]);
+      if (name !== 'riff') await openRecording(page, recording);
+      if ('trim' in settings) await turn(page, 'Trim', settings.trim);
+      if ('fuzz' in settings) await turn(page, 'Fuzz', settings.fuzz);
+      if ('volume' in settings) await turn(page, 'Volume', settings.volume);
+      if (settings.off) await (await control(page, 'switch', 'On')).click();
+      const ours = wavFloats((await saved(page, 'Save WAV')).bytes);
+
+      const floats = await made(`floats-${name.length}.wav`, recording);
+      const out = join(bench.folder, 'command.wav');
+      await run(command, ['render', floats, out, '--force', '--trim', String(settings.trim ?? 'auto'),
+        ...('fuzz' in settings ? ['--fuzz', String(settings.fuzz)] : []),
+        ...('volume' in settings ? ['--volume', String(settings.volume)] : []), ...(settings.off ? ['--off'] : [])]);
+      const theirs = wavFloats(await readFile(out));
+      assert.equal(ours.rate, theirs.rate);
+      assert.equal(ours.channels, theirs.channels);
+      assert.equal(ours.samples.length, theirs.samples.length);
+      assert.ok(ours.samples.some((sample) => Math.abs(sample) > 0.01));
+      assert.equal(ours.samples.findIndex((sample, i) => !Object.is(sample + 0, theirs.samples[i] + 0)), -1);
+      assert.deepEqual(page.faults, []);
+    });
+  }
+  assert.deepEqual(bench.asked, bench.asked.map(() => '/'));
+});
+
+test('the worklet plays what is saved, float for float', async () => {
+  const page = await bench.page(bench.urls.file);
+  await turn(page, 'Fuzz', 8);
+  const { samples } = wavFloats((await saved(page, 'Save WAV')).bytes);
+  const [first, peak] = await page.evaluate(async (expected) => {
+    const content = (id) => document.getElementById(id).textContent;
+    const wasm = Uint8Array.from(atob(content('wasm')), (c) => c.charCodeAt(0)).buffer;
+    const { instance } = await WebAssembly.instantiate(wasm, {
+      wasi_snapshot_preview1: { fd_close() {}, fd_seek() {}, fd_write() {} },
+    });
+    const calls = instance.exports;
+    calls._initialize();
+    const length = calls.playRiff(calls.place());
+    const riff = new Float32Array(calls.memory.buffer, new Uint32Array(calls.memory.buffer, calls.place(), 1)[0], length);
+    const context = new OfflineAudioContext(1, length, 44100);
+    await context.audioWorklet.addModule(`data:text/javascript,${encodeURIComponent(content('worklet'))}`);
+    const trim = calls.automaticTrim(riff.reduce((most, sample) => Math.max(most, Math.abs(sample)), 0));
+    const settings = { programs: [{ name: 'Init', values: [1, 0.5, Math.fround(0.8)] }], selected: 0, trim };
+    const node = new AudioWorkletNode(context, 'brumbler', { processorOptions: { wasm, settings } });
+    const buffer = new AudioBuffer({ length, sampleRate: 44100 });
+    buffer.copyToChannel(riff, 0);
+    const source = new AudioBufferSourceNode(context, { buffer });
+    source.connect(node).connect(context.destination);
+    source.start();
+    const played = (await context.startRendering()).getChannelData(0);
+    return [played.findIndex((sample, i) => sample !== expected[i]), Math.max(...played.subarray(0, 60000))];
+  }, Array.from(samples));
+  assert.equal(first, -1);
+  assert.ok(peak > 0.01);
+});
+
+test('the keyboard reaches and moves everything', async () => {
+  const page = await bench.page(bench.urls.file);
+  const reached = new Set();
+  for (let i = 0; i < 40; ++i) {
+    await page.keyboard.press('Tab');
+    reached.add(await page.evaluate(() => {
+      const { activeElement: e } = document;
+      return e.getAttribute('aria-label') ?? e.labels?.[0]?.childNodes[0].textContent ?? e.textContent.trim();
+    }));
+  }
+  for (const name of ['Recording', 'Play', 'Loop', 'Save WAV', 'Plug in', 'Fuzz', 'Fuzz as a number', 'Volume', 'Trim', 'On',
+    'Program', 'Preset', 'Name', 'Position', 'Spectrum', 'Export bank', 'Bank', 'Connect MIDI']) {
+    assert.ok(reached.has(name), `${name} in ${[...reached]}`);
+  }
+
+  const fuzz = await control(page, 'slider', 'Fuzz');
+  await fuzz.focus();
+  for (const [key, shown] of [['ArrowUp', '5.10'], ['PageUp', '6.10'], ['End', '10.00'], ['ArrowDown', '9.90'],
+    ['Home', '0.00'], ['Delete', '5.00']]) {
+    await page.keyboard.press(key);
+    assert.equal(await attribute(fuzz, 'aria-valuetext'), shown, key);
+  }
+  await page.keyboard.type('7,25\n');
+  assert.equal(await attribute(fuzz, 'aria-valuetext'), '7.25');
+  await page.keyboard.press('Space');
+  assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
+  const play = await control(page, 'button', 'Play');
+  await play.focus();
+  await page.keyboard.press('Space'); // presses what it stands on
+  await page.waitForFunction(() => document.getElementById('play').ariaPressed === 'true');
+  assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
+  assert.deepEqual(page.faults, []);
+});
+
+test('mouse, wheel and touch turn a knob, a double click puts it back', async () => {
+  const onTrim = async (viewport) => {
+    const page = await bench.page(bench.urls.file, { viewport });
+    const box = await (await page.$('#trim .dial')).boundingBox();
+    return [page, await control(page, 'slider', 'Trim'), box.x + box.width / 2, box.y + box.height / 2];
+  };
+  const [page, trim, x, y] = await onTrim();
+  await page.mouse.move(x, y);
+  await page.mouse.down();
+  await page.mouse.move(x, y - 60, { steps: 5 });
+  await page.mouse.up();
+  assert.equal(await attribute(trim, 'aria-valuetext'), '24.0 dB');
+  await page.mouse.move(x, y);
+  await page.mouse.wheel({ deltaY: 100 });
+  await page.waitForFunction((e) => e.getAttribute('aria-valuetext') === '22.0 dB', {}, trim);
+  await page.mouse.click(x, y, { count: 2 });
+  assert.equal(await attribute(trim, 'aria-valuetext'), '0.0 dB');
+
+  const [phone, touched, left, top] = await onTrim(PHONE);
+  const finger = await phone.touchscreen.touchStart(left, top);
+  await finger.move(left, top + 30);
+  await finger.end();
+  assert.equal(await attribute(touched, 'aria-valuetext'), '−6.0 dB');
+});
+
+test('a recording plays, loops, seeks and switches; the picture stops with it', async () => {
+  const page = await bench.page(bench.urls.http);
+  const picture = () => page.$eval('#picture', (canvas) => canvas.toDataURL());
+  const still = await picture();
+  await (await control(page, 'button', 'Play')).click();
+  await page.waitForFunction(() => document.getElementById('time').textContent.startsWith('0:01'));
+  assert.ok((await level(page, 'Output level')) > -40);
+  assert.notEqual(await picture(), still);
+  await (await control(page, 'button', 'Spectrum')).click();
+  await turn(page, 'Volume', 0); // silences the effect, not the dry sound
+  await pause(2500);
+  assert.ok(Number.isNaN(await level(page, 'Output level')));
+  await page.keyboard.press('Space');
+  await pause(1000);
+  assert.ok((await level(page, 'Output level')) > -40);
+
+  const position = await control(page, 'slider', 'Position');
+  await position.evaluate((e) => ((e.value = '9.9'), e.dispatchEvent(new Event('input'))));
+  await page.waitForFunction(() => document.getElementById('time').textContent.startsWith('0:00')); // round and round
+  await (await control(page, 'button', 'Loop')).click();
+  await position.evaluate((e) => ((e.value = '9.9'), e.dispatchEvent(new Event('input'))));
+  await page.waitForFunction(() => document.getElementById('play').ariaPressed === 'false');
+  await pause(2800);
+  const rest = await picture();
+  await pause(200);
+  assert.equal(await picture(), rest);
+  assert.deepEqual(page.faults, []);
+});
+
+test('sixteen programs are kept, and banks are the command’s', withCommand, async () => {
+  const url = bench.urls.http;
+  const page = await bench.page(url);
+  const program = await control(page, 'combobox', 'Program');
+  assert.equal(await program.evaluate((e) => e.options.length), 16);
+  await program.select('2');
+  await turn(page, 'Fuzz', 8.3);
+  await turn(page, 'Volume', 0.7);
+  await (await control(page, 'textbox', 'Name')).click({ count: 3 });
+  await page.keyboard.type('Säge, ganz besonders lang\n'); // 23 bytes stay
+  await program.select('15');
+  await page.keyboard.press('Space');
+  assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
+  const preset = await control(page, 'combobox', 'Preset');
+  await preset.select('wall-of-fuzz');
+  assert.equal(await attribute(await control(page, 'slider', 'Trim'), 'aria-valuetext'), '14.0 dB');
+  await page.reload();
+  await page.waitForSelector('#unable[hidden]');
+  assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
+
+  const bank = await saved(page, 'Export bank');
+  const { stdout } = await run(command, ['info', '--json', '--bank', bank.path]);
+  const { programs } = JSON.parse(stdout);
+  const values = ({ parameters, ...rest }) => ({ ...rest, ...parameters });
+  for (const [index, expected] of [[2, ['Säge, ganz besonders l', 1, 0.7, 8.3]], [15, ['Init', 0, 6, 10]], [0, ['Init', 1, 5, 5]]]) {
+    const read = values(programs[index]);
+    assert.deepEqual([read.name, read['On/Off'], read.VOLUME, read.FUZZ].map(String), expected.map(String));
+  }
+
+  const theirs = join(bench.folder, 'theirs.json');
+  await run(command, ['bank', 'save', theirs, '--force', '--set', '1,volume=1.5,fuzz=9.9,on=0,name=Theirs']);
+  await (await page.$('input[aria-label="Bank"]')).uploadFile(theirs);
+  await noted(page, 'bank-note', /is loaded/);
+  assert.equal(await attribute(await control(page, 'slider', 'Fuzz'), 'aria-valuetext'), '9.90');
+  assert.deepEqual(JSON.parse((await saved(page, 'Export bank')).bytes), JSON.parse(await readFile(theirs, 'utf8')));
+  const rows = [['{"programs": [', 'not JSON'], ['[]', 'no list "programs"'], ['{"programs": [{"FUZZ": 11}]}', '"FUZZ" must be a number'],
+    ['{"programs": [{"On/Off": 0.5}]}', '0 \\(off\\)'], ['{"programs": [{"fuzz": 1}]}', 'unknown "fuzz"']];
+  for (const [content, says] of rows) {
+    const broken = join(bench.folder, 'broken.json');
+    await writeFile(broken, content);
+    await (await page.$('input[aria-label="Bank"]')).uploadFile(broken);
+    await noted(page, 'bank-note', new RegExp(`${says}.*Nothing was changed`));
+  }
+  assert.equal(await attribute(await control(page, 'slider', 'Fuzz'), 'aria-valuetext'), '9.90');
+});
+
+test('an input plays live, after a warning', async () => {
+  const before = () => {
+    const { getUserMedia } = MediaDevices.prototype;
+    MediaDevices.prototype.getUserMedia = function (wanted) {
+      window.wanted = wanted.audio;
+      return getUserMedia.call(this, wanted);
+    };
+  };
+  const page = await bench.page(bench.urls.file, { before });
+  const plug = await control(page, 'button', 'Plug in');
+  await turn(page, 'Trim', 3);
+  await plug.click();
+  await noted(page, 'plug-note', /Headphones on.*Sound in 3/);
+  await noted(page, 'plug-note', /Plugged in/);
+  await noted(page, 'latency', /^\d+ ms/);
+  const { echoCancellation, noiseSuppression, autoGainControl } = await page.evaluate(() => window.wanted);
+  assert.deepEqual([echoCancellation, noiseSuppression, autoGainControl], [false, false, false]);
+  assert.equal(await attribute(await control(page, 'slider', 'Trim'), 'aria-valuetext'), '0.0 dB'); // the input's own
+  await pause(1200); // the fake microphone beeps once a second
+  assert.ok((await level(page, 'Input level')) > -40);
+  assert.ok((await level(page, 'Output level')) > -40);
+  await (await control(page, 'combobox', 'Jack')).evaluate((e) => ((e.value = 'both'), e.dispatchEvent(new Event('change'))));
+  await pause(1200);
+  assert.ok((await level(page, 'Output level')) > -40);
+  await (await control(page, 'button', 'Play')).click(); // the recording takes over
+  await page.waitForFunction(() => document.getElementById('plug').ariaPressed === 'false');
+  assert.deepEqual(page.faults, []);
+});
+
+test('MIDI turns the knobs, also what it learnt', async () => {
+  const before = () => {
+    const input = { name: 'Pedal' };
+    navigator.requestMIDIAccess = async () => ({ inputs: new Map([['1', input]]) });
+    window.send = (...bytes) => input.onmidimessage({ data: Uint8Array.from(bytes) });
+  };
+  const page = await bench.page(bench.urls.file, { before });
+  await (await control(page, 'button', 'Connect MIDI')).click();
+  await noted(page, 'midi-note', /Pedal/);
+  const state = () => page.evaluate(() => [document.getElementById('program').value,
+    ...['fuzz', 'volume', 'trim'].map((id) => document.querySelector(`#${id} input`).getAttribute('aria-valuetext')),
+    document.getElementById('on').ariaChecked].join(' '));
+  const rows = [
+    [[0xc0, 4], '4 5.00 5.00 4.0 dB true'],
+    [[0xb3, 16, 127], '4 10.00 5.00 4.0 dB true'],
+    [[0xb0, 7, 0], '4 10.00 0.00 4.0 dB true'],
+    [[0xb0, 18, 127], '4 10.00 0.00 30.0 dB true'],
+    [[0xb0, 64, 0], '4 10.00 0.00 30.0 dB false'],
+    [[0xb0, 64, 127], '4 10.00 0.00 30.0 dB true'],
+    [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'], // not learnt yet
+    [['learn', 'on'], '4 10.00 0.00 30.0 dB true'],
+    [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'], // teaches
+    [[0xb0, 1, 0], '4 10.00 0.00 30.0 dB true'],
+    [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB false'], // presses
+    [[0xb0, 1, 0], '4 10.00 0.00 30.0 dB false'],
+    [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'],
+  ];
+  for (const [message, expected] of rows) {
+    if (message[0] === 'learn') await (await control(page, 'combobox', 'Learn')).select(message[1]);
+    else await page.evaluate((bytes) => window.send(...bytes), message);
+    assert.equal(await state(), expected, String(message));
+  }
+});
+
+test('what goes wrong is said beside the control', async (t) => {
+  const refuse = (name) => `navigator.mediaDevices.getUserMedia = async () => { throw new DOMException('', '${name}'); }`;
+  const rows = [
+    ['no permission', refuse('NotAllowedError'), 'plug', 'plug-note', /may not listen/],
+    ['no input', refuse('NotFoundError'), 'plug', 'plug-note', /no input/],
+    ['an input in use', refuse('NotReadableError'), 'plug', 'plug-note', /Another program/],
+    ['no input at all here', 'Object.defineProperty(navigator, "mediaDevices", { value: undefined })', 'plug', 'plug-note', /https/],
+    ['no worklet', 'delete BaseAudioContext.prototype.audioWorklet', 'play', 'recording-note', /no AudioWorklet/],
+    ['a suspended context', 'AudioContext.prototype.resume = () => new Promise(() => {}); ' +
+      'Object.defineProperty(AudioContext.prototype, "state", { get: () => "suspended" })', 'play', 'recording-note', /holds the sound/],
+    ['no MIDI', 'delete Navigator.prototype.requestMIDIAccess', 'midi', 'midi-note', /no MIDI/],
+    ['nothing kept', 'Storage.prototype.setItem = () => { throw new DOMException("", "QuotaExceededError"); }', 'on', 'bank-note', /keeps nothing/],
+  ];
+  for (const [name, before, id, note, says] of rows) {
+    await t.test(name, async () => {
+      const page = await bench.page(bench.urls.file, { before });
+      await page.click(`#${id}`);
+      await noted(page, note, says);
+      assert.equal(await page.$eval(`#${id}`, (e) => e.ariaPressed ?? 'false'), 'false');
+    });
+  }
+  await t.test('a file that is no recording', async () => {
+    const broken = join(bench.folder, 'broken.wav');
+    await writeFile(broken, 'RIFFxxxxWAVEfmt ');
+    const page = await bench.page(bench.urls.file);
+    await openRecording(page, broken);
+    await noted(page, 'recording-note', /broken.wav is not a recording/);
+    assert.equal(await text(page, 'name'), 'Riff');
+    assert.deepEqual(page.faults, []);
+  });
+  await t.test('no effect in the worklet: dry sound', async () => {
+    const page = await bench.page(bench.urls.file, {
+      before: () => {
+        const Node = AudioWorkletNode;
+        window.AudioWorkletNode = class extends Node {
+          constructor(context, name, options) {
+            super(context, name, { ...options, processorOptions: { ...options.processorOptions, wasm: new ArrayBuffer(8) } });
+          }
+        };
+      },
+    });
+    await (await control(page, 'button', 'Play')).click();
+    await noted(page, 'effect-note', /you hear the dry sound/);
+    await pause(1500);
+    assert.equal(await level(page, 'Output level'), await level(page, 'Input level'));
+  });
+  await t.test('a refusal by the browser itself', async () => {
+    const strict = await Bench.open('--deny-permission-prompts');
+    const page = await strict.page(strict.urls.http);
+    await (await control(page, 'button', 'Plug in')).click();
+    await noted(page, 'plug-note', /may not listen/);
+    await strict.close();
+  });
+});
+
+test('it is for everybody: themes, phone, less motion', async (t) => {
+  const axe = await readFile(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
+  for (const [theme, viewport] of [['light', undefined], ['dark', undefined], ['light', PHONE], ['dark', PHONE]]) {
+    await t.test(`${theme}${viewport ? ', phone' : ''}`, async () => {
+      const page = await bench.page(bench.urls.file, { viewport });
+      await page.emulateMediaFeatures([{ name: 'prefers-color-scheme', value: theme }, { name: 'prefers-reduced-motion', value: 'reduce' }]);
+      const [width, height, room] = await page.evaluate(() => [document.documentElement.scrollWidth, document.documentElement.scrollHeight, innerHeight]);
+      assert.equal(width, viewport?.width ?? 1280);
+      assert.ok(height <= room, `${height} of ${room}`);
+      const picture = () => page.$eval('#picture', (canvas) => canvas.toDataURL());
+      await pause(100);
+      const still = await picture();
+      await (await control(page, 'button', 'Play')).click();
+      await page.waitForFunction(() => document.getElementById('time').textContent.startsWith('0:01'));
+      assert.equal(await picture(), still);
+      await page.$eval('#more', (e) => (e.open = true));
+      await page.evaluate(() => document.getElementById('recording-note').classList.add('bad'));
+      await page.evaluate(() => (document.getElementById('recording-note').textContent = 'A note.'));
+      const { violations } = await page.mainFrame().isolatedRealm().evaluate(`${axe}; axe.run()`);
+      assert.deepEqual(violations.map(({ id, nodes }) => [id, nodes.map(({ html }) => html)]), []);
+    });
+  }
+});
