@@ -67,14 +67,6 @@ bool canBeWritten(const AudioFormat& format) {
   return sf_format_check(&info) != 0;
 }
 
-std::string lowerEnding(const std::string& path) {
-  std::string ending = std::filesystem::path(path).extension().string();
-  if (!ending.empty()) ending.erase(0, 1);
-  std::transform(ending.begin(), ending.end(), ending.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-  return ending;
-}
-
 AudioFormat with(const AudioFormat& wanted, int container, int sampleFormat) {
   return {wanted.rate, wanted.channels, container | sampleFormat};
 }
@@ -82,13 +74,44 @@ AudioFormat with(const AudioFormat& wanted, int container, int sampleFormat) {
 }  // namespace
 
 int containerFor(const std::string& path) {
-  const std::string ending = lowerEnding(path);
+  if (const auto container = containerNamed(endingOf(path))) return *container;
+  throw Failure(path + ": the name must end in the format, one of " + containerNames(".") + "; or give --out-type",
+                Failure::usage);
+}
+
+std::optional<int> containerNamed(const std::string& type) {
   for (const Ending& known : kEndings) {
-    if (ending == known.text) return known.format;
+    if (type == known.text) return known.format;
   }
+  return std::nullopt;
+}
+
+std::string endingOf(const std::string& path) {
+  std::string ending = std::filesystem::path(path).extension().string();
+  if (!ending.empty()) ending.erase(0, 1);
+  std::transform(ending.begin(), ending.end(), ending.begin(),
+                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  return ending;
+}
+
+std::string endingFor(int container) {
+  for (const Ending& known : kEndings) {
+    if (known.format == container) return known.text;
+  }
+  return "";
+}
+
+std::string containerNames(const std::string& before) {
   std::string list;
-  for (const Ending& known : kEndings) list += std::string(list.empty() ? "." : ", .") + known.text;
-  throw Failure(path + ": the name must say the format by one of these endings: " + list, Failure::usage);
+  for (const Ending& known : kEndings) list += std::string(list.empty() ? "" : ", ") + before + known.text;
+  return list;
+}
+
+AudioFormat inContainer(const AudioFormat& wanted, int container, int sampleFormat, const std::string& path) {
+  const AudioFormat format = with(wanted, container & SF_FORMAT_TYPEMASK, sampleFormat);
+  if ((container & SF_FORMAT_SUBMASK) == 0 && canBeWritten(format)) return format;
+  throw Failure(path + ": this format has no " + sampleFormatName(sampleFormat) +
+                " samples; give other --bits, or another format, like .wav");
 }
 
 AudioFormat inContainer(const AudioFormat& wanted, int container, const std::string& path) {

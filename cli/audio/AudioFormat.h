@@ -3,6 +3,7 @@
 
 #include <sndfile.h>
 
+#include <optional>
 #include <string>
 
 // What a sound file is made of. `format` is libsndfile's container and sample format, or'ed.
@@ -19,10 +20,26 @@ struct AudioFormat {
 // them.
 int containerFor(const std::string& path);
 
+// The container that `type`, one of those endings without the dot, stands for; nothing when it is none.
+std::optional<int> containerNamed(const std::string& type);
+
+// The ending for a container, the first of those where there are several.
+std::string endingFor(int container);
+
+// A path's own ending, in lower case and without the dot.
+std::string endingOf(const std::string& path);
+
+// All those endings in a row, each with `before` in front.
+std::string containerNames(const std::string& before = "");
+
 // `wanted` in another container: the sample format stays where the container can hold it, else becomes the nearest that
 // it can, which is the smallest that loses nothing, or failing that the finest. Throws Failure naming `path` when the
 // container cannot hold the channels or the rate in any sample format.
 AudioFormat inContainer(const AudioFormat& wanted, int container, const std::string& path);
+
+// `wanted` in another container and in this sample format. Throws Failure naming `path` when the container cannot hold
+// that.
+AudioFormat inContainer(const AudioFormat& wanted, int container, int sampleFormat, const std::string& path);
 
 // In people's words, like "24-bit" or "Vorbis".
 std::string sampleFormatName(int format);

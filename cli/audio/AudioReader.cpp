@@ -73,7 +73,8 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   fstat(descriptor, &status);
   if (S_ISDIR(status.st_mode)) {
     close(descriptor);
-    throw Failure(path + ": is a folder; name the recordings in it");
+    throw Failure(path + ": is a folder; name the recordings in it, like " + path +
+                  (path.back() == '/' ? "*.wav" : "/*.wav"));
   }
   rereadable_ = path != "-" && S_ISREG(status.st_mode);
 

@@ -55,10 +55,33 @@ AudioFormat parseRaw(const std::string& text) {
 }
 
 int parseContainer(const std::string& text) {
-  if (text == "wav") return SF_FORMAT_WAV;
-  if (text == "au") return SF_FORMAT_AU;
-  if (text == "raw") return SF_FORMAT_RAW;
-  throw Failure("--out-type takes wav, au or raw, not \"" + text + "\"", Failure::usage);
+  if (const auto container = containerNamed(text)) return *container;
+  throw Failure("--out-type takes one of " + containerNames() + ", not \"" + text + "\"", Failure::usage);
+}
+
+int parseBits(const std::string& text) {
+  if (text == "16") return SF_FORMAT_PCM_16;
+  if (text == "24") return SF_FORMAT_PCM_24;
+  if (text == "32") return SF_FORMAT_PCM_32;
+  if (text == "float") return SF_FORMAT_FLOAT;
+  throw Failure("--bits takes 16, 24, 32 or float, not \"" + text + "\"", Failure::usage);
+}
+
+// That the output's name and --out-type fit.
+void checkType(const std::string& out, const RenderSettings& settings) {
+  if (!settings.container) {
+    if (out != "-") containerFor(out);
+    return;
+  }
+  const int container = *settings.container;
+  if (out == "-") {
+    if (container == SF_FORMAT_WAV || container == SF_FORMAT_AU || container == SF_FORMAT_RAW) return;
+    throw Failure("--out-type: standard output takes wav, au or raw; give the others a file", Failure::usage);
+  }
+  const auto named = containerNamed(endingOf(out));
+  if (named && *named != container) {
+    throw Failure(out + ": the name says another format than --out-type; change one of them", Failure::usage);
+  }
 }
 
 void checkPaths(const Options& options) {
@@ -72,25 +95,27 @@ void checkPaths(const Options& options) {
   if (in != "-" && out != "-" && fs::equivalent(in, out, error)) {
     throw Failure(out + ": is the recording itself; give the result another name", Failure::usage);
   }
+  checkType(out, options.settings);
 }
 
 void renderOne(const Options& options, const EffectModule& module) {
   checkPaths(options);
   const std::string& in = options.files[0];
   const std::string& out = options.files[1];
-  if (out != "-") containerFor(out);
-  if (out != "-" && !options.settings.replace && fs::exists(out) && !fs::is_directory(out) &&
-      fs::is_regular_file(out)) {
-    throw Failure(out + ": exists already; add --force to replace it, or choose another name");
+  std::error_code error;
+  if (options.settings.skipExisting && out != "-" && fs::exists(out, error)) {
+    if (!options.settings.quiet) std::printf("%s: exists already, skipped\n", out.c_str());
+    return;
   }
   const auto begin = std::chrono::steady_clock::now();
-  Progress progress;
+  Progress progress(!options.settings.quiet);
   const FileRenderer renderer(module, options.settings, 1);
   renderer.announce(in, progress);
   const RenderResult result = renderer.render(in, out, progress);
   progress.clear();
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
-  if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s\n", result.note.c_str());
+  if (options.settings.quiet) return;
+  if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s: %s\n", out.c_str(), result.note.c_str());
   std::FILE* const to = out == "-" ? stderr : stdout;
   std::fprintf(to, "%s: %.2f s in %.2f s, %.0f times real time, ", out == "-" ? "standard output" : out.c_str(),
                result.seconds(), taken.count(), result.seconds() / std::max(taken.count(), 1e-6));
@@ -156,17 +181,29 @@ void addRenderCommand(CLI::App& app) {
       ->type_name("N");
   command->add_option("--out-dir", options->outDirectory, "Render all FILES into this folder, side by side")
       ->type_name("DIR");
-  command->add_flag("--force", settings.replace, "Replace files that exist");
+  auto* const force = command->add_flag("--force", settings.replace, "Replace files that exist");
   addText("--raw", "What input without a header holds, like 48000:2:s16 (u8 s8 s16 s24 s32 f32 f64, little-endian)",
           [&settings](const std::string& text) { settings.raw = parseRaw(text); })
       ->type_name("HZ:CHANNELS:SAMPLES");
-  addText("--out-type", "Format of a stream to standard output (default: the input's, else WAV)",
-          [&settings](const std::string& text) { settings.streamContainer = parseContainer(text); })
-      ->type_name("wav|au|raw");
+  addText("--out-type", "Format of the output, like wav or flac (default: what its name says; in a stream the input's)",
+          [&settings](const std::string& text) { settings.container = parseContainer(text); })
+      ->type_name("TYPE");
+  addText("--bits", "Samples of the output (default: the input's)", [&settings](const std::string& text) {
+    settings.sampleFormat = parseBits(text);
+  })->type_name("16|24|32|float");
+  addText("--jobs", "With --out-dir: files at a time (default: one for each core)",
+          [&settings](const std::string& text) {
+            settings.jobs = static_cast<unsigned>(parseWhole("--jobs", text, 1, 1000));
+          })
+      ->type_name("N");
+  command->add_flag("--skip-existing", settings.skipExisting, "Leave outputs that exist as they are, and go on")
+      ->excludes(force);
+  command->add_flag("--quiet", settings.quiet, "Print errors only");
   command->footer(
       "Examples:\n"
       "  brumbler render take1.wav take1-fuzz.wav --volume 6 --fuzz 9 --trim auto\n"
       "  brumbler render takes/*.flac --out-dir fuzzed\n"
+      "  brumbler render takes/*.mp3 --out-dir fuzzed --out-type wav --bits 24\n"
       "  sox take1.wav -t wav - | brumbler render - - | play -");
   command->callback([options] { runRender(*options); });
 }

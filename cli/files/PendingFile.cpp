@@ -4,13 +4,13 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
 
+#include "cli/files/unfinished.h"
 #include "cli/text/Failure.h"
 
 namespace {
@@ -19,25 +19,8 @@ namespace fs = std::filesystem;
 
 constexpr const char* kOpenFiles = "/proc/self/fd";
 
-// The names of unfinished files, where a signal handler can read them.
-std::array<std::atomic<const char*>, 256> unfinished{};
-
-int registerUnfinished(const char* path) {
-  for (std::size_t i = 0; i < unfinished.size(); ++i) {
-    const char* empty = nullptr;
-    if (unfinished[i].compare_exchange_strong(empty, path)) return static_cast<int>(i);
-  }
-  return -1;
-}
-
-void releaseUnfinished(int slot) {
-  if (slot >= 0) unfinished[static_cast<std::size_t>(slot)] = nullptr;
-}
-
-extern "C" void removeUnfinished(int signal) {
-  for (const auto& path : unfinished) {
-    if (const char* const name = path.load()) unlink(name);
-  }
+extern "C" void cleanUp(int signal) {
+  removeUnfinished();
   raise(signal);  // the handler was installed for one shot: this ends the process as the signal would have
 }
 
@@ -49,7 +32,7 @@ void PendingFile::installSignalCleanup() {
     struct sigaction action = {};
     if (sigaction(stop, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) continue;  // nohup and the like
     action = {};
-    action.sa_handler = removeUnfinished;
+    action.sa_handler = cleanUp;
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(stop, &action, nullptr);
   }

@@ -96,10 +96,6 @@ int FileRenderer::effectRate(const AudioReader& reader) const {
 double FileRenderer::trimFor(const std::string& in) const {
   if (!settings_.automaticTrim) return settings_.trim;
   AudioReader reader(in, settings_.raw);
-  if (!reader.isRereadable()) {
-    throw Failure("--trim auto needs a file, which can be read twice; give a stream its level, like --trim 20",
-                  Failure::usage);
-  }
   const int length = pieceLength(reader, settings_.effect.block);
   ReadAhead pieces(reader, length, false);
   double peak = 0.0;
@@ -113,9 +109,15 @@ double FileRenderer::trimFor(const std::string& in) const {
 
 AudioFormat FileRenderer::outputFormat(const AudioReader& reader, const std::string& out) const {
   AudioFormat wanted = reader.format();
-  if (out != "-") return inContainer(wanted, containerFor(out), out);
-  const int container = settings_.streamContainer.value_or(
-      wanted.container() == SF_FORMAT_AU || wanted.container() == SF_FORMAT_RAW ? wanted.container() : SF_FORMAT_WAV);
+  const bool isStream = out == "-";
+  const bool canStream =
+      wanted.container() == SF_FORMAT_WAV || wanted.container() == SF_FORMAT_AU || wanted.container() == SF_FORMAT_RAW;
+  const int container = settings_.container ? *settings_.container
+                        : !isStream         ? containerFor(out)
+                        : canStream         ? wanted.container()
+                                            : SF_FORMAT_WAV;
+  if (settings_.sampleFormat) return inContainer(wanted, container, *settings_.sampleFormat, out);
+  if (!isStream) return inContainer(wanted, container, out);
   if (!isLinear(wanted.format)) wanted.format = container | SF_FORMAT_FLOAT;
   // WAV has unsigned bytes, AU signed ones; a raw stream keeps what came in.
   if (integerBits(wanted.format) == 8 && container != SF_FORMAT_RAW) {
@@ -123,6 +125,21 @@ AudioFormat FileRenderer::outputFormat(const AudioReader& reader, const std::str
   }
   wanted.format = container | wanted.sampleFormat();
   return wanted;
+}
+
+// Before anything is read twice or takes its time.
+void FileRenderer::check(const AudioReader& reader, const std::string& out) const {
+  if (!reader.isRereadable() && settings_.automaticTrim) {
+    throw Failure("--trim auto needs a file, which can be read twice; give a stream its level, like --trim 20",
+                  Failure::usage);
+  }
+  if (!reader.isRereadable() && settings_.normalize) {
+    throw Failure("--normalize needs a file, which can be read twice; leave it off for a stream", Failure::usage);
+  }
+  std::error_code error;
+  if (out != "-" && !settings_.replace && std::filesystem::is_regular_file(out, error)) {
+    throw Failure(out + ": exists already; add --force to replace it, or choose another name");
+  }
 }
 
 void FileRenderer::announce(const std::string& in, Progress& progress) const {
@@ -138,20 +155,18 @@ void FileRenderer::announce(const std::string& in, Progress& progress) const {
 }
 
 RenderResult FileRenderer::render(const std::string& in, const std::string& out, Progress& progress) const {
+  AudioReader reader(in, settings_.raw);
+  check(reader, out);
+  const AudioFormat format = outputFormat(reader, out);
   const double trim = trimFor(in);
   double gain = amplitude(trim);
   if (settings_.normalize) {
-    AudioReader reader(in, settings_.raw);
-    if (!reader.isRereadable()) {
-      throw Failure("--normalize needs a file, which can be read twice; leave it away for a stream", Failure::usage);
-    }
-    OutputStage output(nullptr, reader.format().rate, reader.format().channels, amplitude(trim), settings_.tail);
-    run(reader, output, trim, progress);
+    AudioReader first(in, settings_.raw);
+    OutputStage output(nullptr, format.rate, format.channels, gain, settings_.tail);
+    run(first, output, trim, progress);
     if (output.peak() > 0.0) gain *= amplitude(*settings_.normalize) / output.peak();
   }
 
-  AudioReader reader(in, settings_.raw);
-  const AudioFormat format = outputFormat(reader, out);
   std::optional<std::int64_t> longest = reader.frames();
   if (longest) *longest += std::llround((settings_.tail.value_or(Tail::kLongestSeconds) + 1.0) * format.rate);
   AudioWriter writer(out, format, settings_.replace, longest);
@@ -163,11 +178,11 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   writer.finish();
 
   RenderResult result{output.framesKept(), format.rate, output.peak(), writer.clipped(), trim, {}};
-  if (writer.format().sampleFormat() != reader.format().sampleFormat()) {
-    result.note = out + ": this format has no " + sampleFormatName(reader.format().format) + " samples; wrote " +
+  if (!settings_.sampleFormat && writer.format().sampleFormat() != reader.format().sampleFormat()) {
+    result.note = "this format has no " + sampleFormatName(reader.format().format) + " samples; wrote " +
                   sampleFormatName(format.format) + " ones";
   } else if (longest && writer.format().container() == SF_FORMAT_RF64 && format.container() != SF_FORMAT_RF64) {
-    result.note = out + ": longer than 4 GiB, so it is written as RF64, the WAV for long sounds";
+    result.note = "longer than 4 GiB, so it is written as RF64, the WAV for long sounds";
   }
   return result;
 }

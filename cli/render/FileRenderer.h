@@ -33,6 +33,7 @@ class FileRenderer {
   int effectRate(const AudioReader& reader) const;
   double trimFor(const std::string& in) const;
   AudioFormat outputFormat(const AudioReader& reader, const std::string& out) const;
+  void check(const AudioReader& reader, const std::string& out) const;
   void run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const;
 
   const EffectModule& module_;

@@ -16,14 +16,18 @@
 struct RenderSettings {
   EffectSettings effect;
   std::optional<Automation> automation;
-  bool nativeRate = false;             // else through 44100 or 48000 Hz, whichever is nearer
-  double trim = 0.0;                   // dB that the sound lies above a guitar's own level
-  bool automaticTrim = false;          // `trim` from the sound's own peak instead
-  std::optional<double> normalize;     // dBFS of the result's peak
-  std::optional<double> tail;          // seconds; nothing: as long as it is heard
-  bool replace = false;                // an output that exists
-  std::optional<AudioFormat> raw;      // what input without a header holds
-  std::optional<int> streamContainer;  // of standard output; nothing: the input's if it can be streamed, else WAV
+  bool nativeRate = false;          // else through 44100 or 48000 Hz, whichever is nearer
+  double trim = 0.0;                // dB that the sound lies above a guitar's own level
+  bool automaticTrim = false;       // `trim` from the sound's own peak instead
+  std::optional<double> normalize;  // dBFS of the result's peak
+  std::optional<double> tail;       // seconds; nothing: as long as it is heard
+  bool replace = false;             // an output that exists
+  std::optional<AudioFormat> raw;   // what input without a header holds
+  std::optional<int> container;     // of the output; nothing: what its name says, in a stream the input's or WAV
+  std::optional<int> sampleFormat;  // of the output; nothing: the input's
+  bool skipExisting = false;        // leave what is there as it is, and say so
+  bool quiet = false;               // print errors only
+  unsigned jobs = 0;                // recordings at a time; 0: one for each core
 };
 
 // What came of one recording.

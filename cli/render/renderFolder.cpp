@@ -10,6 +10,7 @@
 #include <mutex>
 #include <thread>
 
+#include "cli/files/PendingFolder.h"
 #include "cli/render/FileRenderer.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
@@ -18,16 +19,19 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string target(const std::string& file, const std::string& directory) {
-  return (fs::path(directory) / fs::path(file).filename()).string();
+// Where the result of `file` goes: under its own name, with the ending of --out-type.
+std::string target(const std::string& file, const std::string& directory, const RenderSettings& settings) {
+  fs::path name = fs::path(file).filename();
+  if (settings.container) name.replace_extension(endingFor(*settings.container));
+  return (fs::path(directory) / name).string();
 }
 
-void checkList(const std::vector<std::string>& files, const std::string& directory) {
+void checkList(const std::vector<std::string>& files, const std::string& directory, const RenderSettings& settings) {
   std::map<std::string, std::string> byTarget;
   std::error_code error;
   for (const std::string& file : files) {
     if (file == "-") throw Failure("--out-dir takes files, not a stream; leave - away", Failure::usage);
-    const std::string to = target(file, directory);
+    const std::string to = target(file, directory, settings);
     const auto [other, isNew] = byTarget.emplace(to, file);
     if (!isNew) {
       std::string message = file;
@@ -38,10 +42,6 @@ void checkList(const std::vector<std::string>& files, const std::string& directo
       throw Failure(file + ": --out-dir is the folder of the recording itself; choose another", Failure::usage);
     }
   }
-  fs::create_directories(directory, error);
-  if (!fs::is_directory(directory, error)) {
-    throw Failure(directory + ": is no folder and cannot be made one; choose another for --out-dir");
-  }
 }
 
 // What the threads share.
@@ -49,20 +49,27 @@ class Batch {
  public:
   Batch(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& files,
         const std::string& directory, unsigned jobs)
-      : renderer_(module, settings, jobs), settings_(settings), files_(files), directory_(directory) {
+      : renderer_(module, settings, jobs),
+        settings_(settings),
+        files_(files),
+        directory_(directory),
+        progress_(!settings.quiet) {
     for (const std::string& file : files) renderer_.announce(file, progress_);
   }
 
   void work() {
     for (std::size_t i = next_++; i < files_.size(); i = next_++) {
-      const std::string out = target(files_[i], directory_);
+      const std::string& file = files_[i];
+      const std::string out = target(file, directory_, settings_);
       try {
-        containerFor(out);
-        take(renderer_.render(files_[i], out, progress_));
+        if (settings_.skipExisting && fs::exists(out)) {
+          ++skipped_;
+        } else {
+          take(file, renderer_.render(file, out, progress_));
+        }
       } catch (const std::exception& error) {
         const std::string reason = error.what();
-        const bool isNamed = reason.rfind(files_[i] + ":", 0) == 0 || reason.rfind(out + ":", 0) == 0;
-        report(reason, isNamed ? "" : files_[i] + ": ");
+        report(reason.rfind(file + ":", 0) == 0 ? reason : file + ": " + reason);
         ++failed_;
       }
     }
@@ -70,25 +77,32 @@ class Batch {
 
   void summarise(double secondsTaken) {
     progress_.clear();
-    const std::size_t done = files_.size() - failed_;
-    std::printf("%zu of %zu files in %s: %.2f s in %.2f s, %.0f times real time", done, files_.size(),
-                directory_.c_str(), seconds_, secondsTaken, seconds_ / std::max(secondsTaken, 1e-6));
-    std::puts(clippingText(clipped_, settings_).c_str());
+    if (!settings_.quiet) {
+      const std::size_t done = files_.size() - failed_ - skipped_;
+      std::printf("%zu of %zu files in %s: %.2f s in %.2f s, %.0f times real time", done, files_.size(),
+                  directory_.c_str(), seconds_, secondsTaken, seconds_ / std::max(secondsTaken, 1e-6));
+      if (skipped_ > 0) std::printf(", %zu existed already", skipped_.load());
+      std::puts(clippingText(clipped_, settings_).c_str());
+    }
     if (failed_ > 0) throw Failure(std::to_string(failed_) + " of " + std::to_string(files_.size()) + " files failed");
   }
 
  private:
-  void take(const RenderResult& result) {
-    if (!result.note.empty()) report(result.note, "note: ");
+  void take(const std::string& file, const RenderResult& result) {
+    if (!settings_.quiet) {
+      if (!result.note.empty()) report("note: " + file + ": " + result.note);
+      const std::string clipping = clippingText(result.clipped, settings_);
+      if (!clipping.empty()) report("note: " + file + ": " + clipping.substr(2));
+    }
     const std::lock_guard guard(mutex_);
     seconds_ += result.seconds();
     clipped_ += result.clipped;
   }
 
-  void report(const std::string& message, const std::string& before) {
+  void report(const std::string& message) {
     progress_.clear();
     const std::lock_guard guard(mutex_);
-    std::fprintf(stderr, "brumbler: %s%s\n", before.c_str(), message.c_str());
+    std::fprintf(stderr, "brumbler: %s\n", message.c_str());
   }
 
   FileRenderer renderer_;
@@ -98,6 +112,7 @@ class Batch {
   Progress progress_;
   std::atomic<std::size_t> next_{0};
   std::atomic<std::size_t> failed_{0};
+  std::atomic<std::size_t> skipped_{0};
   std::mutex mutex_;
   double seconds_ = 0.0;
   std::int64_t clipped_ = 0;
@@ -107,9 +122,11 @@ class Batch {
 
 void renderFolder(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& files,
                   const std::string& directory) {
-  checkList(files, directory);
+  checkList(files, directory, settings);
+  const PendingFolder folder(directory);
   const auto begin = std::chrono::steady_clock::now();
-  const auto jobs = static_cast<unsigned>(std::min<std::size_t>(FileRenderer::cores(), files.size()));
+  const unsigned wanted = settings.jobs != 0 ? settings.jobs : FileRenderer::cores();
+  const auto jobs = static_cast<unsigned>(std::min<std::size_t>(wanted, files.size()));
   Batch batch(module, settings, files, directory, jobs);
   {
     std::vector<std::jthread> threads;

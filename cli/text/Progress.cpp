@@ -14,7 +14,8 @@ constexpr int kBarWidth = 40;
 
 }  // namespace
 
-Progress::Progress() : visible_(isatty(STDERR_FILENO) != 0), lastDraw_(std::chrono::steady_clock::now()) {}
+Progress::Progress(bool wanted)
+    : visible_(wanted && isatty(STDERR_FILENO) != 0), lastDraw_(std::chrono::steady_clock::now()) {}
 
 void Progress::expect(double seconds) {
   const std::lock_guard guard(mutex_);

@@ -5,10 +5,11 @@
 #include <mutex>
 #include <optional>
 
-// A progress bar on standard error, counted in seconds of sound. Draws nothing unless that is a terminal. Any thread.
+// A progress bar on standard error, counted in seconds of sound. Draws nothing unless that is a terminal
+// and the bar is wanted. Any thread.
 class Progress {
  public:
-  Progress();
+  explicit Progress(bool wanted = true);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress() { clear(); }

@@ -199,3 +199,65 @@ TEST_CASE("side by side or one after the other: the same bytes, and an end in ev
   CHECK(cli.run("render long.wav - > pipe", "mkfifo pipe; sleep 2 < pipe & timeout -s INT 0.4") == 124);
   CHECK(cli.run("render long.wav - > pipe", "sleep 0.3 < pipe & timeout 20") == 128 + SIGPIPE);
 }
+
+TEST_CASE("the output's format, from its name or as it was asked for") {
+  constexpr int wav = SF_FORMAT_WAV, flac = SF_FORMAT_FLAC;
+  const struct {
+    const char *arguments, *out;
+    int status, format;
+    const char* told = "";
+  } rows[] = {
+      {"a.wav o.flac --bits 16", "o.flac", 0, flac | SF_FORMAT_PCM_16},
+      {"a.wav o.flac --bits 32", "", 1, 0, "o.flac: this format has no 32-bit"},
+      {"a.wav o.ogg --bits 24", "", 1, 0, "o.ogg: this format has no 24-bit"},
+      {"a.wav o.opus --bits float", "", 1, 0, "o.opus: this format has no"},
+      {"a.wav o.dat --out-type w64 --bits float", "o.dat", 0, SF_FORMAT_W64 | SF_FORMAT_FLOAT},
+      {"a.wav o.WAV --out-type wav --bits 32", "o.WAV", 0, wav | SF_FORMAT_PCM_32},
+      {"a.wav o.wav --out-type flac", "", 2, 0, "another format than --out-type"},
+      {"a.wav o.wav --out-type m4a", "", 2, 0, "--out-type takes one of wav"},
+      {"a.wav o.wav --bits 20", "", 2, 0, "--bits takes 16"},
+      {"a.wav - --out-type flac", "", 2, 0, "standard output takes wav"},
+      {"a.wav - --bits 16 > o.wav", "o.wav", 0, wav | SF_FORMAT_PCM_16},
+      {"a.wav b.mp3 --out-dir d/e --out-type flac --bits 24", "d/e/b.flac", 0, flac | SF_FORMAT_PCM_24},
+      {"b.mp3 --out-dir d --out-type wav", "d/b.wav", 0, wav | SF_FORMAT_PCM_24, "note: b.mp3: this format has no MP3"},
+      {"a.wav a.flac --out-dir d --out-type wav", "", 2, 0, "both would become d/a.wav"},
+      {"text.wav in --out-dir d/e", "", 1, 0, "in: is a folder; name the recordings in it, like in/*.wav"},
+      {"text.wav --out-dir d/e", "", 1, 0, "brumbler: text.wav: "},
+      {"a.wav text.wav --out-dir d/e --jobs 1", "d/e/a.wav", 1, wav | SF_FORMAT_DOUBLE, "1 of 2 files failed"},
+      {"a.flac --out-dir there", "there/a.flac", 1, flac | SF_FORMAT_PCM_16, "brumbler: a.flac: there/a.flac: exists"},
+      {"a.wav a.flac --out-dir there --skip-existing --quiet", "there/a.wav", 0, wav | SF_FORMAT_DOUBLE},
+      {"a.wav there/a.flac --skip-existing", "there/a.flac", 0, flac | SF_FORMAT_PCM_16},
+      {"a.wav --out-dir a.flac/b", "", 1, 0, "a.flac/b: cannot be made"},
+  };
+  CommandLine cli;
+  cli.write("a.wav", guitar(44100, 1, 3000));
+  cli.write("a.flac", guitar(44100, 1, 3000, flac | SF_FORMAT_PCM_16));
+  cli.write("b.mp3", guitar(44100, 1, 3000, SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III));
+  cli.writeText("text.wav", "no sound");
+  for (const char* folder : {"in", "there"}) fs::create_directory(cli.folder / folder);
+  fs::copy(cli.folder / "a.flac", cli.folder / "there");
+  const std::set<std::string> before = cli.files();
+  for (const auto& row : rows) {
+    CAPTURE(row.arguments);
+    CHECK(cli.run(std::string("render ") + row.arguments) == row.status);
+    CAPTURE(cli.errText);
+    CHECK(cli.errText.find(row.told) != std::string::npos);
+    if (*row.out == '\0') {
+      CHECK(cli.files() == before);
+      continue;
+    }
+    CHECK(cli.read(row.out).format == row.format);
+    if (fs::path(row.out).parent_path() != "there") fs::remove_all(cli.folder / *fs::path(row.out).begin());
+  }
+  CHECK(fs::file_size(cli.folder / "there/a.flac") == fs::file_size(cli.folder / "a.flac"));
+
+  Sound loud = guitar(44100, 1, 3000, wav | SF_FORMAT_PCM_16);
+  for (double& sample : loud.samples) sample *= 20.0;
+  cli.write("loud.wav", loud);
+  CHECK(cli.run("render loud.wav a.wav --out-dir d --trim 30 --volume 10") == 0);
+  CHECK(cli.errText.find("note: loud.wav: ") != std::string::npos);
+  CHECK(cli.errText.find("samples clipped") != std::string::npos);
+  CHECK(cli.errText.find("a.wav") == std::string::npos);
+  CHECK(cli.run("render loud.wav a.wav --out-dir d --trim 30 --volume 10 --force --quiet") == 0);
+  CHECK((cli.errText + cli.outText).empty());
+}
