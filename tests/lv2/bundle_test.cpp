@@ -137,20 +137,20 @@ TEST_CASE("trim leaves dry as it was, moves the level at which the effect works,
   for (const float trim : {0.0F, 20.0F, 14.0F, 14.0F}) {
     bundle.control[kTrim] = trim;
     const double from = gain, step = (std::pow(10.0, trim / 20.0) - from) / 255.0;
+    const auto gainAt = [&](std::size_t i) { return from + static_cast<double>(i) * step; };
     Floats expected = noise(256, 0.5F);
-    Sound block(256);
-    for (int i = 0; i < 256; ++i)
-      block[static_cast<std::size_t>(i)] = expected[static_cast<std::size_t>(i)] / (from + i * step);
+    Sound block(expected.begin(), expected.end());
+    for (std::size_t i = 0; i < block.size(); ++i) block[i] /= gainAt(i);
     block = player.play(block);
-    for (std::size_t i = 0; i < 256; ++i)
-      expected[i] = static_cast<float>(block[i] * (gain = from + static_cast<double>(i) * step));
+    for (std::size_t i = 0; i < block.size(); ++i) expected[i] = static_cast<float>(block[i] * gainAt(i));
+    gain = gainAt(255);
     CHECK(bundle.play(noise(256, 0.5F)) == expected);
   }
 }
 
 TEST_CASE("two channels are two bundles with one set of controls, though the host crosses their buffers") {
   Bundle stereo(64, 2), left(64), right(64);
-  for (int block = 0; block < 40; ++block) {
+  for (std::uint32_t block = 0; block < 40; ++block) {
     const std::size_t length = block % 3 == 0 ? 200 : 33;
     Floats a = noise(length, 0.3F), b = noise(length, 0.5F, 2);
     for (Bundle* each : {&stereo, &left, &right}) {
