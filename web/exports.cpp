@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/render/automaticTrim.h"
+#include "cli/audio/automaticTrim.h"
 #include "cli/riff/Riff.h"
 #include "web/Player.h"
 

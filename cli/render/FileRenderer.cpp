@@ -11,6 +11,7 @@
 #include "cli/audio/AudioReader.h"
 #include "cli/audio/AudioWriter.h"
 #include "cli/audio/SampleRateConverter.h"
+#include "cli/audio/automaticTrim.h"
 #include "cli/audio/samples.h"
 #include "cli/render/OutputStage.h"
 #include "cli/render/ReadAhead.h"

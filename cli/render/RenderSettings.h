@@ -1,16 +1,13 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <algorithm>
 #include <cstdint>
 #include <optional>
 #include <string>
 
-#include "catalog/catalog.h"
 #include "cli/audio/AudioFormat.h"
 #include "cli/effect/Automation.h"
 #include "cli/effect/EffectChannels.h"
-#include "cli/text/numbers.h"
 
 // How recordings are rendered; the same for all of one command.
 struct RenderSettings {
@@ -44,13 +41,3 @@ struct RenderResult {
 
 // Ends the line about a result: how many samples were clipped and how to avoid it; empty when none was.
 std::string clippingText(std::int64_t samples, const RenderSettings& settings);
-
-// The peak, in dBFS, of a sound that is taken for a guitar at its own level. It is about where the effect itself peaks
-// whatever goes in, so the result comes out near the recording's own peak.
-inline constexpr double kGuitarPeak = -24.0;
-
-// Trim for a recording that peaks at `peak` of full scale, in dB; 0 for silence.
-inline double automaticTrim(double peak) noexcept {
-  constexpr const catalog::Parameter& kTrim = catalog::kParameters[catalog::kTrim];
-  return peak > 0.0 ? std::clamp(decibels(peak) - kGuitarPeak, kTrim.minimum, kTrim.maximum) : 0.0;
-}

@@ -10,6 +10,7 @@
 
 #include "catalog/catalog.h"
 #include "cli/effect/Bank.h"
+#include "cli/audio/automaticTrim.h"
 #include "cli/render/RenderSettings.h"
 #include "cli/render/Tail.h"
 #include "dsp/SwitchFader.h"
