@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
+#include <cstring>
 #include <sstream>
 
 #include "cli/audio/samples.h"
@@ -47,9 +48,18 @@ std::int64_t bytesPerFrame(const AudioFormat& format) {
   return std::int64_t{bytes} * format.channels;
 }
 
-// Bytes of sound that the header of an uncompressed file announces; 0 when it does not. The library takes what is left
-// of a file that was cut off for the whole, and tells the header's number in its log only.
-std::int64_t announcedBytes(SNDFILE* file) {
+// The size of a chunk as the file gives it; 0 when there is none, or the library does not tell for this container.
+std::int64_t chunkBytes(SNDFILE* file, int container, const char* id) {
+  if (container != SF_FORMAT_WAV && container != SF_FORMAT_WAVEX && container != SF_FORMAT_AIFF) return 0;
+  SF_CHUNK_INFO chunk = {};
+  std::memcpy(chunk.id, id, 4);
+  chunk.id_size = 4;
+  SF_CHUNK_ITERATOR* const found = sf_get_chunk_iterator(file, &chunk);
+  return found != nullptr && sf_get_chunk_size(found, &chunk) == SF_ERR_NO_ERROR ? chunk.datalen : 0;
+}
+
+// The same from the words of the library's log, which is all that it has for RF64, W64 and AU.
+std::int64_t loggedBytes(SNDFILE* file) {
   std::array<char, 4096> log{};
   sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
   std::istringstream lines(log.data());
@@ -58,10 +68,18 @@ std::int64_t announcedBytes(SNDFILE* file) {
     long long bytes = 0;
     if (std::sscanf(line.c_str(), " %15[A-Za-z ]: %lld", label.data(), &bytes) != 2) continue;
     const std::string name(label.data());
-    const bool isSound = name == "data " || name == "Data Size   " || name == "Data size " || name == "SSND ";
-    if (isSound) return bytes < kUnknownLengthBytes || name == "Data size " ? bytes : 0;
+    if (name == "data " || name == "Data Size   " || name == "Data size ") return bytes;
   }
   return 0;
+}
+
+// Bytes of sound that the header of an uncompressed file announces; 0 when it does not. The library itself takes what
+// is left of a file that was cut off for the whole.
+std::int64_t announcedBytes(SNDFILE* file, int container) {
+  const bool is64 = container == SF_FORMAT_RF64 || container == SF_FORMAT_W64;
+  std::int64_t bytes = chunkBytes(file, container, container == SF_FORMAT_AIFF ? "SSND" : "data");
+  if (bytes == 0 && (is64 || container == SF_FORMAT_AU)) bytes = loggedBytes(file);
+  return is64 || bytes < kUnknownLengthBytes ? bytes : 0;
 }
 
 }  // namespace
@@ -91,13 +109,14 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
                   "); give a WAV, FLAC, AIFF, Ogg or MP3 file" + (rereadable_ ? "" : ", or WAV or AU in a stream") +
                   ", or say what it holds with --raw");
   }
+  info_ = info;
   format_ = {info.samplerate, info.channels, info.format};
   const bool known = info.frames >= 0 && info.frames < SF_COUNT_MAX / 2 &&
                      (info.seekable != 0 || (!raw && info.frames < kUnknownLengthBytes / bytesPerFrame(format_)));
   if (!known) return;
   frames_ = info.frames;
   if (raw || !isLinear(info.format)) return;
-  const std::int64_t announced = announcedBytes(file_.get());
+  const std::int64_t announced = announcedBytes(file_.get(), format_.container());
   // Some count a header in.
   if (announced - kMostHeaderBytes > info.frames * bytesPerFrame(format_)) frames_ = announced / bytesPerFrame(format_);
 }
@@ -135,3 +154,5 @@ int AudioReader::read(double* samples, int count) {
   }
   return got;
 }
+
+Metadata AudioReader::metadata() const { return {file_.get(), info_, rereadable_ ? name_ : ""}; }

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "cli/audio/AudioFormat.h"
+#include "cli/audio/Metadata.h"
 
 // A sound file, or a stream on standard input, as interleaved doubles; full scale is -1 to 1.
 class AudioReader {
@@ -33,8 +34,8 @@ class AudioReader {
   // before the header's length, is damaged, or holds a value that is not a number.
   int read(double* samples, int count);
 
-  // The library's handle, for what the file says beside its sound.
-  SNDFILE* handle() const noexcept { return file_.get(); }
+  // What the file says beside its sound.
+  Metadata metadata() const;
 
  private:
   struct Close {
@@ -42,6 +43,7 @@ class AudioReader {
   };
 
   std::string name_;
+  SF_INFO info_ = {};
   AudioFormat format_;
   std::optional<std::int64_t> frames_;
   bool rereadable_ = false;

@@ -7,7 +7,6 @@
 #include <cerrno>
 #include <cmath>
 
-#include "cli/audio/AudioReader.h"
 #include "cli/audio/samples.h"
 #include "cli/text/Failure.h"
 
@@ -96,8 +95,8 @@ SF_VIRTUAL_IO AudioWriter::operations() noexcept {
 }
 
 AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, bool replace,
-                         std::optional<std::int64_t> frames)
-    : name_(path == "-" ? "standard output" : path), format_(format) {
+                         std::optional<std::int64_t> frames, const Metadata& metadata)
+    : name_(path == "-" ? "standard output" : path), format_(format), metadata_(metadata) {
   if (path == "-") {
     if (isatty(STDOUT_FILENO) != 0) {
       throw Failure("standard output is a terminal; pipe it into a player, or name a file", Failure::usage);
@@ -113,6 +112,7 @@ AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, boo
     descriptor_ = pending_->descriptor();
     openLibrary(format_.format);
     if (!frames) sf_command(file_.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+    metadata_.putInto(file_.get());
   }
 }
 
@@ -135,12 +135,21 @@ void AudioWriter::writeStreamHeader(std::int64_t frames) {
   const auto rate = static_cast<std::uint32_t>(format_.rate);
   const auto channels = static_cast<std::uint32_t>(format_.channels);
   const bool isFloat = integerBits(format_.format) == 0;
-  if (format_.container() == SF_FORMAT_WAV) {
+  const std::uint32_t mask = metadata_.speakerMask().value_or(0);
+  if (format_.container() == SF_FORMAT_WAV || format_.container() == SF_FORMAT_WAVEX) {
+    const bool hasMask = format_.container() == SF_FORMAT_WAVEX && mask != 0;
+    const std::uint32_t kind = isFloat ? 3 : 1;
     const std::uint32_t length = frames > kUnknownWavLength / frameBytes ? kUnknownLength : kUnknownWavLength;
     ByteString header(false);
-    header.text("RIFF").number(length, 4).text("WAVE").text("fmt ").number(16, 4).number(isFloat ? 3 : 1, 2);
+    header.text("RIFF").number(length, 4).text("WAVE").text("fmt ");
+    header.number(hasMask ? 40 : 16, 4).number(hasMask ? 0xFFFE : kind, 2);
     header.number(channels, 2).number(rate, 4).number(rate * frameBytes, 4).number(frameBytes, 2);
-    header.number(static_cast<std::uint32_t>(sampleBytes) * 8, 2).text("data").number(length, 4);
+    header.number(static_cast<std::uint32_t>(sampleBytes) * 8, 2);
+    if (hasMask) {  // the extension: valid bits, mask, and the kind as a GUID
+      header.number(22, 2).number(static_cast<std::uint32_t>(sampleBytes) * 8, 2).number(mask, 4).number(kind, 4);
+      header.number(0x00100000, 4).number(0xAA000080, 4).number(0x719B3800, 4);
+    }
+    header.text("data").number(length, 4);
     writeBytes(header.bytes().data(), header.bytes().size());
   } else if (format_.container() == SF_FORMAT_AU) {
     // Codes 2 to 5 are integers of 8 to 32 bits, 6 and 7 the floats.
@@ -163,13 +172,6 @@ void AudioWriter::writeBytes(const void* bytes, std::size_t count) {
     next += written;
     count -= static_cast<std::size_t>(written);
     streamed_ += written;
-  }
-}
-
-void AudioWriter::copyTexts(const AudioReader& source) {
-  for (int kind = SF_STR_FIRST; kind <= SF_STR_LAST; ++kind) {
-    if (kind == SF_STR_SOFTWARE) continue;
-    if (const char* const text = sf_get_string(source.handle(), kind)) sf_set_string(file_.get(), kind, text);
   }
 }
 
@@ -209,7 +211,18 @@ void AudioWriter::finish() {
   const int result = sf_close(file_.release());
   if (writeError_ != 0) fail(systemError(writeError_));
   if (result != SF_ERR_NO_ERROR) fail(sf_error_number(result));
+  if (!metadata_.empty()) dropped_ = metadata_.missingFrom(written());
   if (pending_) pending_->commit();
+}
+
+// Read back, so that it is what the library wrote, whatever it said.
+Metadata AudioWriter::written() const {
+  if (!pending_) return format_.container() == SF_FORMAT_WAVEX ? metadata_.layoutAlone() : Metadata();
+  const int copy = dup(descriptor_);
+  SF_INFO info = {};
+  if (copy < 0 || lseek(copy, 0, SEEK_SET) != 0) return {};
+  const std::unique_ptr<SNDFILE, Close> file(sf_open_fd(copy, SFM_READ, &info, SF_TRUE));
+  return file != nullptr ? Metadata(file.get(), info, "/proc/self/fd/" + std::to_string(descriptor_)) : Metadata();
 }
 
 void AudioWriter::fail(const std::string& reason) const {

@@ -11,9 +11,8 @@
 #include <vector>
 
 #include "cli/audio/AudioFormat.h"
+#include "cli/audio/Metadata.h"
 #include "cli/files/PendingFile.h"
-
-class AudioReader;
 
 // A sound file in the making, or a stream on standard output, fed with interleaved doubles; full scale is -1 to 1.
 //
@@ -23,12 +22,11 @@ class AudioWriter {
  public:
   // `path` "-" stands for standard output, where `format` must be WAV, AU or raw in a linear sample format. `frames` is
   // the largest likely length, or nothing; it decides only whether a WAV file must be of the kind for more than 4 GiB
-  // (with nothing, finish() decides), and what a WAV stream puts where the length belongs. Throws Failure as
-  // PendingFile does, or when the library cannot write `format`.
-  AudioWriter(const std::string& path, const AudioFormat& format, bool replace, std::optional<std::int64_t> frames);
-
-  // Title, artist and the like, from another file; what the format cannot hold is left out. Before the first write.
-  void copyTexts(const AudioReader& source);
+  // (with nothing, finish() decides), and what a WAV stream puts where the length belongs. `metadata` goes into the
+  // file as far as the format can hold it. Throws Failure as PendingFile does, or when the library cannot write
+  // `format`.
+  AudioWriter(const std::string& path, const AudioFormat& format, bool replace, std::optional<std::int64_t> frames,
+              const Metadata& metadata = {});
 
   // Whole frames. Throws Failure when they cannot be written.
   void write(std::span<const double> samples);
@@ -36,6 +34,9 @@ class AudioWriter {
   // Completes the file and gives it its name. Throws Failure, leaving no file, when that fails. Without this call the
   // file is removed.
   void finish();
+
+  // What of the metadata is not in the finished file, in a reader's words; empty when nothing is missing.
+  const std::string& dropped() const noexcept { return dropped_; }
 
   // Samples so far that did not fit the format.
   std::int64_t clipped() const noexcept { return clipped_; }
@@ -49,12 +50,15 @@ class AudioWriter {
   static SF_VIRTUAL_IO operations() noexcept;
   void openLibrary(int format);
   void writeStreamHeader(std::int64_t frames);
+  Metadata written() const;
   void checkLength(std::int64_t frames) const;
   void writeBytes(const void* bytes, std::size_t count);
   [[noreturn]] void fail(const std::string& reason) const;
 
   std::string name_;  // for messages
   AudioFormat format_;
+  Metadata metadata_;
+  std::string dropped_;
   std::optional<PendingFile> pending_;  // none for a stream
   int descriptor_;
   std::int64_t streamed_ = 0;  // bytes, in a stream

@@ -115,10 +115,11 @@ void renderOne(const Options& options, const EffectModule& module) {
   progress.clear();
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
   if (options.settings.quiet) return;
-  if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s: %s\n", out.c_str(), result.note.c_str());
+  const std::string name = out == "-" ? "standard output" : out;
+  if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s: %s\n", name.c_str(), result.note.c_str());
   std::FILE* const to = out == "-" ? stderr : stdout;
-  std::fprintf(to, "%s: %.2f s in %.2f s, %.0f times real time, ", out == "-" ? "standard output" : out.c_str(),
-               result.seconds(), taken.count(), result.seconds() / std::max(taken.count(), 1e-6));
+  std::fprintf(to, "%s: %.2f s in %.2f s, %.0f times real time, ", name.c_str(), result.seconds(), taken.count(),
+               result.seconds() / std::max(taken.count(), 1e-6));
   if (result.peak > 0.0) {
     std::fprintf(to, "peak %.1f dBFS", decibels(result.peak));
   } else {

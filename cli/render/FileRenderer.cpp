@@ -158,7 +158,13 @@ void FileRenderer::announce(const std::string& in, Progress& progress) const {
 RenderResult FileRenderer::render(const std::string& in, const std::string& out, Progress& progress) const {
   AudioReader reader(in, settings_.raw);
   check(reader, out);
-  const AudioFormat format = outputFormat(reader, out);
+  const Metadata metadata = reader.metadata();
+  AudioFormat format = outputFormat(reader, out);
+  // Only the extensible kind of WAV tells which channel is which.
+  if (format.container() == SF_FORMAT_WAV && isLinear(format.format) &&
+      (metadata.speakerMask() || reader.format().container() == SF_FORMAT_WAVEX)) {
+    format.format = SF_FORMAT_WAVEX | format.sampleFormat();
+  }
   const double trim = trimFor(in);
   double gain = amplitude(trim);
   if (settings_.normalize) {
@@ -170,8 +176,7 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
 
   std::optional<std::int64_t> longest = reader.frames();
   if (longest) *longest += std::llround((settings_.tail.value_or(Tail::kLongestSeconds) + 1.0) * format.rate);
-  AudioWriter writer(out, format, settings_.replace, longest);
-  writer.copyTexts(reader);
+  AudioWriter writer(out, format, settings_.replace, longest, metadata);
   WriteBehind behind(writer, overlaps_ && reader.isRereadable());
   OutputStage output(&behind, format.rate, format.channels, gain, settings_.tail);
   run(reader, output, trim, progress);
@@ -185,6 +190,7 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   } else if (longest && writer.format().container() == SF_FORMAT_RF64 && format.container() != SF_FORMAT_RF64) {
     result.note = "longer than 4 GiB, so it is written as RF64, the WAV for long sounds";
   }
+  if (!writer.dropped().empty()) result.note += (result.note.empty() ? "dropped: " : "; dropped: ") + writer.dropped();
   return result;
 }
 

@@ -3,8 +3,10 @@
 #include <doctest/doctest.h>
 
 #include <csignal>
+#include <cstring>
 #include <fstream>
 #include <limits>
+#include <memory>
 
 #include "cli/audio/samples.h"
 #include "cli/render/Tail.h"
@@ -260,4 +262,122 @@ TEST_CASE("the output's format, from its name or as it was asked for") {
   CHECK(cli.errText.find("a.wav") == std::string::npos);
   CHECK(cli.run("render loud.wav a.wav --out-dir d --trim 30 --volume 10 --force --quiet") == 0);
   CHECK((cli.errText + cli.outText).empty());
+}
+
+TEST_CASE("what a file says beside its sound stays, or is told") {
+  constexpr int left = SF_CHANNEL_MAP_LEFT, right = SF_CHANNEL_MAP_RIGHT, rearLeft = SF_CHANNEL_MAP_REAR_LEFT,
+                rearRight = SF_CHANNEL_MAP_REAR_RIGHT;
+  std::vector<int> layout = {left, right, rearLeft, rearRight};
+  CommandLine cli;
+  const auto open = [&cli](const std::string& name, int mode, SF_INFO& info) {
+    return std::unique_ptr<SNDFILE, int (*)(SNDFILE*)>(sf_open((cli.folder / name).c_str(), mode, &info), sf_close);
+  };
+  SF_BROADCAST_INFO broadcast = {};
+  std::strcpy(broadcast.description, "Take 7");
+  broadcast.time_reference_low = 123456789;
+  broadcast.version = 2;
+  broadcast.loudness_value = -2300;
+  SF_CUES cues = {};
+  cues.cue_count = 2;
+  for (const unsigned i : {0U, 1U}) {
+    cues.cue_points[i].indx = static_cast<int>(i + 1);
+    cues.cue_points[i].fcc_chunk = 0x61746164;
+    cues.cue_points[i].sample_offset = 1000 * (i + 1);
+  }
+  SF_INSTRUMENT instrument = {};
+  instrument.basenote = 60;
+  instrument.loop_count = 1;
+  instrument.loops[0] = {SF_LOOP_FORWARD, 10, 500, 0};
+  SF_CHUNK_INFO chunk = {};
+  std::strcpy(chunk.id, "iXML");
+  chunk.id_size = 4;
+  chunk.datalen = 6;
+  std::string xml = "<a/>\n\n";
+  chunk.data = xml.data();
+  {
+    SF_INFO info{0, 88200, 4, SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, 0, 0};
+    const auto file = open("all.wav", SFM_WRITE, info);
+    sf_set_string(file.get(), SF_STR_TITLE, "Lead");
+    sf_command(file.get(), SFC_SET_CHANNEL_MAP_INFO, layout.data(), sizeof(int) * 4);
+    sf_command(file.get(), SFC_SET_BROADCAST_INFO, &broadcast, sizeof broadcast);
+    sf_command(file.get(), SFC_SET_CUE, &cues, sizeof cues);
+    sf_command(file.get(), SFC_SET_INSTRUMENT, &instrument, sizeof instrument);
+    sf_set_chunk(file.get(), &chunk);
+    sf_writef_double(file.get(), guitar(88200, 4, 3000).samples.data(), 3000);
+  }
+  const struct {
+    const char *arguments, *out, *dropped;
+    bool layout = true;
+    bool title = true;
+    // clang-format off
+  } rows[] = {
+      {"all.wav o.wav", "o.wav", ""},
+      {"o.wav p.rf64", "p.rf64", "cue points, instrument and loops"},
+      {"p.rf64 p.wav --bits 24", "p.wav", ""},
+      {"all.wav o.caf", "o.caf", "broadcast entries, cue points, instrument and loops"},
+      {"all.wav o.aiff", "o.aiff", "broadcast entries, cue points, instrument and loops"},
+      {"o.aiff q.wav", "q.wav", ""},
+      {"all.wav o.flac", "o.flac", "broadcast entries, cue points, iXML, instrument and loops", false},
+      {"o.flac r.wav", "r.wav", ""},
+      {"r.wav r.ogg", "r.ogg", "", false},
+      {"r.wav - > s.wav", "s.wav", "title", true, false},
+      {"r.wav o.w64", "o.w64", "channel layout, title", false, false},
+  };
+  // clang-format on
+  for (const auto& row : rows) {
+    CAPTURE(row.arguments);
+    REQUIRE(cli.run(std::string("render ") + row.arguments) == 0);
+    CAPTURE(cli.errText);
+    const std::size_t note = cli.errText.find("dropped: ");
+    const std::string dropped = note == std::string::npos ? "" : cli.errText.substr(note + 9);
+    CHECK(dropped.substr(0, dropped.find('\n')) == row.dropped);
+    SF_INFO info = {};
+    const auto file = open(row.out, SFM_READ, info);
+    std::vector<int> map(4);
+    sf_command(file.get(), SFC_GET_CHANNEL_MAP_INFO, map.data(), sizeof(int) * 4);
+    CHECK((map == layout) == row.layout);
+    const char* const title = sf_get_string(file.get(), SF_STR_TITLE);
+    CHECK((title != nullptr && std::string(title) == "Lead") == row.title);
+  }
+  SF_INFO info = {};
+  const auto file = open("o.wav", SFM_READ, info);
+  SF_BROADCAST_INFO broadcastBack = {};
+  CHECK(sf_command(file.get(), SFC_GET_BROADCAST_INFO, &broadcastBack, sizeof broadcastBack) == SF_TRUE);
+  CHECK(std::string(broadcastBack.description) == "Take 7");
+  CHECK(broadcastBack.time_reference_low == 123456789);  // samples at the file's rate, which stays
+  CHECK(broadcastBack.loudness_value == 0x7FFF);         // it was the recording's
+  SF_CUES cuesBack = {};
+  CHECK(sf_command(file.get(), SFC_GET_CUE, &cuesBack, sizeof cuesBack) == SF_TRUE);
+  CHECK((cuesBack.cue_count == 2 && cuesBack.cue_points[1].sample_offset == 2000));
+  SF_INSTRUMENT instrumentBack = {};
+  CHECK(sf_command(file.get(), SFC_GET_INSTRUMENT, &instrumentBack, sizeof instrumentBack) == SF_TRUE);
+  CHECK((instrumentBack.loop_count == 1 && instrumentBack.loops[0].end == 500));
+
+  // A picture and a tag of another name, which the library does not tell of.
+  std::string flac;
+  {
+    std::ifstream in(cli.folder / "o.flac", std::ios::binary);
+    flac.assign(std::istreambuf_iterator<char>(in), {});
+  }
+  flac.insert(42, std::string("\x06\0\0\x20", 4) + std::string(32, '\0'));  // behind the stream's own block
+  const std::size_t tag =
+      flac.find("title=Lead") == std::string::npos ? flac.find("TITLE=Lead") : flac.find("title=Lead");
+  flac.replace(tag, 5, "moods");
+  cli.writeText("picture.flac", flac);
+  REQUIRE(cli.run("render picture.flac t.wav") == 0);
+  CHECK(cli.errText.find("note: t.wav: dropped: cover picture, moods\n") != std::string::npos);
+}
+
+TEST_CASE("a recording that was cut off is refused, whatever its format") {
+  // What the library tells of the length in a header, for some of these only in the words of its log.
+  for (const int format :
+       {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_AIFF, SF_FORMAT_RF64, SF_FORMAT_W64, SF_FORMAT_AU}) {
+    CAPTURE(format);
+    CommandLine cli;
+    cli.write("in", guitar(44100, 2, 5000, format | SF_FORMAT_PCM_16));
+    REQUIRE(cli.run("render in whole.wav") == 0);
+    fs::resize_file(cli.folder / "in", 19000);
+    CHECK(cli.run("render in o.wav") == 1);
+    CHECK(cli.errText.find("ends early") != std::string::npos);
+  }
 }
