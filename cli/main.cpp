@@ -25,6 +25,7 @@ int run(int argc, char** argv) {
   app.require_subcommand(1);
   app.footer("Example: brumbler riff riff.wav && brumbler render riff.wav fuzzed.wav --fuzz 8");
   addRenderCommand(app);
+  addLiveCommand(app);
   addInfoCommand(app);
   addRiffCommand(app);
   addBankCommand(app);

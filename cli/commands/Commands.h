@@ -12,4 +12,5 @@ void addRiffCommand(CLI::App& app);
 void addBankCommand(CLI::App& app);
 void addPlotCommand(CLI::App& app);
 void addCompareCommand(CLI::App& app);
+void addLiveCommand(CLI::App& app);
 void addManualCommands(CLI::App& app);  // after all others, which they describe

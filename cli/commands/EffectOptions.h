@@ -33,6 +33,9 @@ class EffectOptions {
 
   bool isOff() const noexcept { return off_; }
 
+  // The path of the bank; empty when none was given.
+  const std::string& bank() const noexcept { return bank_; }
+
   // The path of the module; empty for the one that EffectModule finds itself.
   const std::string& module() const noexcept { return module_; }
 

@@ -6,14 +6,7 @@
 # of the programs that it needs is not there or no jackd starts here, with 1 when a check fails.
 set -euo pipefail
 
-# JACK counts its servers in /dev/shm for the whole machine, eight names at most, and one that was killed keeps its name
-# there for ever. So the tests have a /dev/shm of their own where the machine allows one.
-own=(unshare --mount)
-((EUID)) && own+=(--user --map-root-user)
-if [[ -z ${BRUMBLER_OWN_SHM:-} ]] && "${own[@]}" mount -t tmpfs own /dev/shm 2>/dev/null; then
-  export BRUMBLER_OWN_SHM=1
-  exec "${own[@]}" bash -c 'mount -t tmpfs own /dev/shm && exec "$0" "$@"' "$0" "$@"
-fi
+[[ -n ${BRUMBLER_OWN_SHM:-} ]] || exec "$(dirname "$0")/../ownShm.sh" "$0" "$@"
 
 bundle=$1 command=$2
 plugin=urn:brumbler:fuzz

@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: MIT
+#include "cli/audio/TakeFile.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <vector>
+
+#include "cli/text/Failure.h"
+
+namespace fs = std::filesystem;
+
+void TakeFile::check(const std::string& path, bool replace) {
+  const fs::path target(path);
+  if (target.extension() != ".wav") throw Failure(path + ": a take is a WAV file; give it a name in .wav");
+  std::error_code error;
+  if (fs::exists(target, error) && !(replace && fs::is_regular_file(target, error))) {
+    throw Failure(path + ": exists already; " + (replace ? "it is no file" : "add --force to replace it") +
+                  ", or choose another name");
+  }
+}
+
+TakeFile::TakeFile(const std::string& path, int rate, int channels, bool replace)
+    : path_(path), replace_(replace), channels_(channels) {
+  check(path, replace);
+  const fs::path target(path);
+  for (int number = 1; descriptor_ < 0; ++number) {
+    const std::string suffix = number == 1 ? "" : "-" + std::to_string(number);
+    unfinishedPath_ = fs::path(target).replace_extension(".unfinished" + suffix + ".wav").string();
+    descriptor_ = ::open(unfinishedPath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+    if (descriptor_ < 0 && errno != EEXIST) {
+      throw Failure(path + ": cannot be written (" + systemError(errno) + "); check the folder and its permissions");
+    }
+  }
+  SF_INFO info = {};
+  info.samplerate = rate;
+  info.channels = channels;
+  info.format = SF_FORMAT_RF64 | SF_FORMAT_FLOAT;
+  file_.reset(sf_open_fd(descriptor_, SFM_WRITE, &info, SF_FALSE));
+  if (file_ == nullptr) {
+    close(descriptor_);
+    unlink(unfinishedPath_.c_str());
+    throw Failure(path + ": cannot be written (" + sf_strerror(nullptr) + "); choose another place");
+  }
+  sf_command(file_.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
+  sf_command(file_.get(), SFC_SET_UPDATE_HEADER_AUTO, nullptr, SF_TRUE);
+}
+
+TakeFile::~TakeFile() {
+  file_.reset();
+  if (descriptor_ >= 0) close(descriptor_);
+}
+
+void TakeFile::write(const float* samples, std::int64_t frames) {
+  if (sf_writef_float(file_.get(), samples, frames) == frames) return;
+  throw Failure(path_ + ": cannot be written any further (" + sf_strerror(file_.get()) +
+                "); make room. What was played so far is in " + unfinishedPath_);
+}
+
+void TakeFile::writeSilence(std::int64_t frames) {
+  constexpr std::int64_t kPiece = 4096;
+  const std::vector<float> silence(static_cast<std::size_t>(kPiece * channels_));
+  for (; frames > 0; frames -= kPiece) write(silence.data(), std::min(frames, kPiece));
+}
+
+void TakeFile::finish() {
+  const int result = sf_close(file_.release());
+  const bool synced = fsync(descriptor_) == 0;  // a file that was there is only given up for one that is on the disk
+  const bool closed = close(descriptor_) == 0;
+  descriptor_ = -1;
+  const unsigned flags = replace_ ? 0U : RENAME_NOREPLACE;
+  bool named = false;
+  if (result == SF_ERR_NO_ERROR && synced && closed) {
+    named = renameat2(AT_FDCWD, unfinishedPath_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
+    if (!named && errno == EINVAL)
+      named = std::rename(unfinishedPath_.c_str(), path_.c_str()) == 0;  // no such flag here
+  }
+  if (named) return;
+  throw Failure(path_ + ": cannot be finished (" + systemError(errno) + "); the take is in " + unfinishedPath_);
+}

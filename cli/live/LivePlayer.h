@@ -1,0 +1,159 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include "catalog/catalog.h"
+#include "cli/effect/EffectModule.h"
+#include "cli/live/LockFreeRing.h"
+#include "cli/live/MidiMap.h"
+
+class TakeRecorder;
+
+// What the control thread asks of the audio thread. Values are 0 to 1, programs and parameters count from 0.
+struct LiveChange {
+  enum class Kind : std::uint8_t { knob, turn, toggle, selectProgram, stepProgram, storeProgram, useMap };
+  Kind kind;
+  int index = 0;                     // parameter of `knob` and `turn`, program, or how many programs to step
+  std::array<float, 3> values = {};  // of the program to store; the first of `knob`; of `turn` how many hundredths
+  const MidiMap* map = nullptr;      // stays where it is as long as the player
+};
+
+// Plays one effect for each of one or two channels, in the audio thread, and lets other threads turn its knobs.
+//
+// One control thread sends changes through a queue; the audio thread lands them where its next period begins, and MIDI
+// messages on their sample: it cuts the period there. VOLUME glides to its new value over kGlide samples. The sixteen
+// programs are kept here; a knob turned changes the program that plays. What the audio thread has landed can be read
+// at any time.
+//
+// process() and what it calls make no system call, allocate nothing and take no lock but the effects' own, which no
+// other thread takes while it plays.
+class LivePlayer {
+ public:
+  enum Parameter : int { kOnOff = catalog::kOn, kVolume = catalog::kVolume, kFuzz = catalog::kFuzz };
+  static constexpr int kNumParameters = catalog::kNumEffectParameters;
+  static constexpr int kNumPrograms = 16;
+  static constexpr int kMostChannels = 2;
+  static constexpr int kGlide = 64;              // samples
+  static constexpr double kFadeSeconds = 0.016;  // at the end
+  using Values = std::array<float, kNumParameters>;
+
+  // The sound lies `trim` dB above a guitar's own level: taken off before the effect and put back behind it.
+  // MIDI messages of other channels than `midiChannel`, 0 to 15, are left out; -1 takes all. `map` must outlive this.
+  LivePlayer(const EffectModule& module, int channels, double trim, int midiChannel, const MidiMap& map);
+
+  int channels() const noexcept { return static_cast<int>(effects_.size()); }
+
+  // Keeps the audio thread away from the effects while it lives: it plays silence meanwhile. Any thread but that one.
+  class Pause {
+   public:
+    explicit Pause(LivePlayer& player);
+    Pause(const Pause&) = delete;
+    Pause& operator=(const Pause&) = delete;
+    ~Pause();
+
+   private:
+    LivePlayer& player_;
+  };
+
+  // Announces rate (Hz) and longest period (samples) to the effects, within a pause of its own. A longer period is
+  // played in pieces. Another rate ends what is being recorded.
+  void announce(int rate, int longest);
+  int rate() const noexcept { return rate_.load(std::memory_order_relaxed); }
+
+  // Where to record the sound that comes in and the one that goes out; null is nowhere. Threads as for announce().
+  void record(TakeRecorder* dry, TakeRecorder* wet);
+
+  // The control thread. False when the queue is full: try again later.
+  bool send(const LiveChange& change) noexcept { return changes_.write(&change, 1); }
+
+  // Lands what was sent while nothing plays. Threads as for announce().
+  void landChanges();
+
+  // The audio thread, one call after the other for each period: begin, receive for each MIDI message in the order of
+  // time, end. `in` and `out` hold `frames` samples for each channel and do not overlap; `frame` counts from 0.
+  void begin(const float* const* in, float* const* out, int frames) noexcept;
+  void receive(int frame, const std::uint8_t* bytes, std::size_t size) noexcept;
+  void end() noexcept;
+
+  // From then on the sound fades out; hasEnded() tells when it has. Any thread.
+  void fadeOut() noexcept { ending_ = true; }
+  bool hasEnded() const noexcept { return ended_; }
+
+  // While on, the controls that move are not obeyed but go to nextHeard(). The control thread.
+  void listen(bool on) noexcept { listening_ = on; }
+  bool nextHeard(MidiControl& control) noexcept { return heard_.read(&control, 1) > 0; }
+
+  // What plays. Any thread.
+  int program() const noexcept { return program_.load(std::memory_order_relaxed); }
+  float value(int program, int parameter) const noexcept {
+    return values_[static_cast<std::size_t>(program)][static_cast<std::size_t>(parameter)].load(
+        std::memory_order_relaxed);
+  }
+  Values values(int program) const noexcept;
+
+  // Peaks of full scale, since the last call. One thread.
+  struct Peaks {
+    std::array<float, kMostChannels> in = {};
+    std::array<float, kMostChannels> out = {};
+  };
+  Peaks takePeaks() noexcept;
+  // Samples at or beyond full scale so far. Any thread.
+  std::int64_t clippedIn() const noexcept { return clippedIn_.load(std::memory_order_relaxed); }
+  std::int64_t clippedOut() const noexcept { return clippedOut_.load(std::memory_order_relaxed); }
+  std::int64_t framesPlayed() const noexcept { return played_.load(std::memory_order_relaxed); }
+
+ private:
+  using Meters = std::array<std::atomic<float>, kMostChannels>;
+
+  void land(const LiveChange& change) noexcept;
+  void act(LiveAction action, const MidiControl& control) noexcept;
+  void setKnob(int parameter, float value) noexcept;
+  void select(int program) noexcept;
+  void setEffects(int parameter, float value) noexcept;
+  void playTo(int frame) noexcept;
+  void playPiece(int length) noexcept;
+  void fade(int length) noexcept;
+
+  std::vector<std::unique_ptr<HostedEffect>> effects_;
+  double takeOff_;
+  double putBack_;
+  int midiChannel_;
+  const MidiMap* map_;
+  std::vector<double> scratch_;  // as long as the longest piece
+  std::atomic<int> rate_ = 0;
+
+  LockFreeRing<LiveChange> changes_;
+  LockFreeRing<MidiControl> heard_;
+  std::atomic<bool> listening_ = false;
+  std::atomic_flag busy_;  // by the audio thread for a period, or by who announces
+  std::atomic<bool> ending_ = false;
+  std::atomic<bool> ended_ = false;
+
+  // Written by the audio thread.
+  std::array<std::array<std::atomic<float>, kNumParameters>, kNumPrograms> values_ = {};
+  std::atomic<int> program_ = 0;
+  Meters peakIn_ = {};
+  Meters peakOut_ = {};
+  std::atomic<std::int64_t> clippedIn_ = 0;
+  std::atomic<std::int64_t> clippedOut_ = 0;
+  std::atomic<std::int64_t> played_ = 0;
+
+  // The audio thread's own.
+  const float* const* in_ = nullptr;
+  float* const* out_ = nullptr;
+  int frames_ = 0;
+  int position_ = 0;
+  bool entered_ = false;
+  double volumeAt_ = 0.0;  // at the end of the last piece
+  int glideLeft_ = 0;      // samples
+  int fadeLeft_ = -1;      // samples; -1 as long as it does not fade
+  int fadeLength_ = 1;
+  TakeRecorder* dry_ = nullptr;
+  TakeRecorder* wet_ = nullptr;
+};

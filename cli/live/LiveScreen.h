@@ -1,0 +1,80 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "cli/live/LivePlayer.h"
+
+// What the screen shows.
+struct LiveView {
+  bool isPlaying = false;  // there is a server
+  int rate = 0;            // Hz
+  int period = 0;          // samples
+  double load = 0.0;       // 0 to 1
+  int latePeriods = 0;
+  int program = 0;  // from 0
+  std::string programName;
+  LivePlayer::Values values = {};
+  int chosenKnob = LivePlayer::kFuzz;
+  int channels = 1;
+  LivePlayer::Peaks peaks;  // since the last view
+  bool clippedIn = false;
+  bool clippedOut = false;
+  std::vector<std::string> lines;  // what else there is to tell, one below the other
+  std::string message;             // the newest
+  bool help = false;
+};
+
+// The screen of a player in a terminal, and its keyboard. One thread. While it lives nothing else may be printed.
+class LiveScreen {
+ public:
+  // A key of the keyboard: a character, or one of these.
+  enum Key : int {
+    kNone = -1,
+    kUp = 1000,
+    kDown,
+    kLeft,
+    kRight,
+    kFarLeft,
+    kFarRight,
+    kPageUp,
+    kPageDown,
+    kEnter,
+    kEscape
+  };
+
+  // Whether standard input and output are a terminal that can show it.
+  static bool isPossible();
+
+  LiveScreen();
+  LiveScreen(const LiveScreen&) = delete;
+  LiveScreen& operator=(const LiveScreen&) = delete;
+  ~LiveScreen();
+
+  // `seconds` since the last view, for what falls.
+  void draw(const LiveView& view, double seconds);
+
+  // The next key that was pressed, or kNone; never waits.
+  int readKey();
+
+ private:
+  // A level that jumps up and falls slowly, and the highest of the last while.
+  struct Meter {
+    double level = kFloor;  // dBFS
+    double held = kFloor;
+    double heldSeconds = 0.0;
+    void update(float peak, double seconds);
+  };
+  static constexpr double kFloor = -60.0;  // dBFS, the left end
+
+  void drawKnob(int row, const char* name, float value, bool isChosen, bool isOn);
+  void drawMeter(int row, const std::string& name, const Meter& meter, bool clipped);
+  void drawHelp(int row);
+  void bar(int row, int column, int width, double share, double mark, int pair);
+
+  std::array<Meter, LivePlayer::kMostChannels> in_;
+  std::array<Meter, LivePlayer::kMostChannels> out_;
+  bool hasBlocks_;  // the terminal can show more than ASCII
+};

@@ -1,0 +1,465 @@
+// SPDX-License-Identifier: MIT
+// The built command in a JACK server without a sound card, among clients of ours. Ends with status 77, skipped, where
+// no server starts.
+#include <doctest/doctest.h>
+#include <fcntl.h>
+#include <jack/jack.h>
+#include <jack/midiport.h>
+#include <signal.h>
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <cmath>
+#include <cstdio>
+#include <functional>
+#include <thread>
+#include <utility>
+
+#include "tests/cli/CommandLine.h"
+
+namespace {
+
+using Floats = std::vector<float>;
+using Words = std::vector<std::string>;
+constexpr int kRate = 48000;
+
+// Whether `condition` holds within five seconds.
+bool eventually(const std::function<bool()>& condition) {
+  for (int i = 0; i < 500; ++i) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
+
+std::string fileText(const fs::path& path) {
+  std::ifstream file(path);
+  return {std::istreambuf_iterator<char>(file), {}};
+}
+
+// A program that runs beside the test, and ends with it.
+class Process {
+ public:
+  Process(const Words& words, const fs::path& folder, const std::string& log) : log_(folder / log) {
+    id_ = fork();
+    if (id_ != 0) return;
+    std::vector<char*> arguments;
+    for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
+    arguments.push_back(nullptr);
+    const int out = open(log_.c_str(), O_WRONLY | O_CREAT | O_APPEND, 0666);
+    int in[2];
+    if (chdir(folder.c_str()) != 0 || pipe(in) != 0 || dup2(in[0], 0) < 0 || dup2(out, 1) < 0 || dup2(out, 2) < 0)
+      _exit(1);
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+  }
+  Process(Process&&) = delete;
+  ~Process() { end(SIGTERM); }
+
+  void send(int signal) const { kill(id_, signal); }
+  // Its exit status; -1 when a signal ended it.
+  int end(int signal = 0) {
+    if (id_ == 0) return status_;
+    if (signal != 0) send(signal);
+    int status = 0;
+    waitpid(std::exchange(id_, 0), &status, 0);
+    return status_ = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  bool says(const std::string& text) const {
+    return eventually([&] { return this->text().find(text) != std::string::npos; });
+  }
+  std::string text() const { return fileText(log_); }
+
+ private:
+  fs::path log_;
+  pid_t id_ = 0;
+  int status_ = -1;
+};
+
+// A server and two clients: one sends a sound and MIDI messages, the other listens to whatever is connected with it.
+// They count the samples alike, so what is heard lies where it was sent.
+class Studio {
+ public:
+  explicit Studio(int period = 256) { startServer(period); }
+  ~Studio() { stopServer(SIGKILL); }
+
+  void startServer(int period) {
+    fs::remove(cli.folder / "jackd");
+    setenv("JACK_DEFAULT_SERVER", "brumbler-test", 1);  // NOLINT(concurrency-mt-unsafe)
+    setenv("JACK_NO_START_SERVER", "1", 1);             // NOLINT(concurrency-mt-unsafe)
+    jack_set_error_function([](const char*) {});
+    server_ = std::make_unique<Process>(Words{"jackd", "-r", "-S", "-n", "brumbler-test", "-d", "dummy", "-r",
+                                              std::to_string(kRate), "-p", std::to_string(period)},
+                                        cli.folder, "jackd");
+    jack_status_t status{};
+    eventually([&] { return (sender_ = jack_client_open("sender", JackNoStartServer, &status)) != nullptr; });
+    if (sender_ == nullptr) {
+      std::fprintf(stderr, "SKIPPED: nothing was played live; no jackd starts here: %s\n", server_->text().c_str());
+      std::exit(77);
+    }
+    listener_ = jack_client_open("listener", JackNoStartServer, &status);
+    sound_ = jack_port_register(sender_, "guitar", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+    for (auto& ear : ears_) {
+      const std::string name = &ear == ears_ ? "ear" : "other_ear";
+      ear = jack_port_register(listener_, name.c_str(), JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
+    }
+    jack_set_process_callback(
+        sender_, [](jack_nframes_t n, void* self) { return static_cast<Studio*>(self)->send(n); }, this);
+    jack_set_process_callback(
+        listener_, [](jack_nframes_t n, void* self) { return static_cast<Studio*>(self)->listen(n); }, this);
+    jack_activate(listener_);
+    jack_activate(sender_);
+  }
+
+  void stopServer(int signal) {
+    if (signal == SIGTERM) {
+      jack_client_close(sender_);
+      jack_client_close(listener_);
+    }
+    server_->end(signal);
+    if (signal != SIGTERM) {
+      jack_client_close(sender_);
+      jack_client_close(listener_);
+    }
+    pedal_ = nullptr;
+  }
+
+  void plugPedalIn() {
+    pedal_ = jack_port_register(sender_, "FootSwitch", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
+    CHECK(eventually([&] { return isConnected("sender:FootSwitch", "brumbler:midi_in"); }));
+  }
+  void pullPedalOut() { jack_port_unregister(sender_, pedal_.exchange(nullptr)); }
+
+  std::unique_ptr<Process> live(const Words& options) {
+    Words words = {BRUMBLER_COMMAND, "live", "--input", "sender"};
+    if (std::find(options.begin(), options.end(), "--output") == options.end()) {
+      words.insert(words.end(), {"--output", "Listener"});
+    }
+    words.insert(words.end(), options.begin(), options.end());
+    auto process = std::make_unique<Process>(words, cli.folder, "live");
+    const bool playing = eventually([&] {
+      return isConnected("brumbler:out", "listener:ear") || isConnected("brumbler:out_left", "listener:ear");
+    });
+    if (!playing) FAIL(process->text());
+    return process;
+  }
+
+  bool isConnected(const char* from, const char* to) const {
+    jack_port_t* const port = jack_port_by_name(listener_, from);
+    if (port == nullptr) return false;
+    const char** const names = jack_port_get_all_connections(listener_, port);
+    bool found = false;
+    for (const char** name = names; name != nullptr && *name != nullptr; ++name) found |= std::string(*name) == to;
+    jack_free(names);
+    return found;
+  }
+
+  struct Message {
+    std::int64_t frame;
+    std::vector<std::uint8_t> bytes;
+  };
+
+  // Sends `sound` and answers what both ears hear meanwhile; at full speed unless `realTime`.
+  std::array<Floats, 2> play(
+      const Floats& sound, const std::vector<Message>& messages = {}, bool realTime = false,
+      const std::function<void()>& meanwhile = [] {}) {
+    out_ = sound;
+    messages_ = messages;
+    for (Floats& ear : heard_) ear.clear(), ear.reserve(sound.size() + 65536);
+    sent_ = 0;
+    if (!realTime) jack_set_freewheel(sender_, 1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    playing_ = true;
+    meanwhile();
+    CHECK(eventually([&] { return !playing_; }));
+    if (!realTime) jack_set_freewheel(sender_, 0);
+    for (Floats& ear : heard_) ear.resize(std::min(ear.size(), sound.size()));
+    return {heard_[0], heard_[1]};
+  }
+
+  jack_client_t* client() const { return sender_; }
+
+  CommandLine cli;
+
+ private:
+  int send(jack_nframes_t frames) {
+    auto* const out = static_cast<float*>(jack_port_get_buffer(sound_, frames));
+    std::fill_n(out, frames, 0.0F);
+    jack_port_t* const pedal = pedal_;
+    void* const midi = pedal != nullptr ? jack_port_get_buffer(pedal, frames) : nullptr;
+    if (midi != nullptr) jack_midi_clear_buffer(midi);
+    sending_ = playing_.load();
+    if (!sending_) return 0;
+    const auto begin = sent_;
+    for (const Message& message : messages_) {
+      if (midi == nullptr || message.frame < begin || message.frame >= begin + frames) continue;
+      jack_midi_event_write(midi, static_cast<jack_nframes_t>(message.frame - begin), message.bytes.data(),
+                            message.bytes.size());
+    }
+    const std::int64_t left = static_cast<std::int64_t>(out_.size()) - begin;
+    std::copy_n(out_.begin() + begin, std::clamp<std::int64_t>(left, 0, frames), out);
+    sent_ += frames;
+    return 0;
+  }
+
+  int listen(jack_nframes_t frames) {
+    if (!sending_) return 0;
+    for (std::size_t i = 0; i < 2; ++i) {
+      const auto* const in = static_cast<const float*>(jack_port_get_buffer(ears_[i], frames));
+      if (heard_[i].size() + frames <= heard_[i].capacity()) heard_[i].insert(heard_[i].end(), in, in + frames);
+    }
+    if (heard_[0].size() >= out_.size()) sending_ = false, playing_ = false;
+    return 0;
+  }
+
+  std::unique_ptr<Process> server_;
+  jack_client_t* sender_ = nullptr;
+  jack_client_t* listener_ = nullptr;
+  jack_port_t* sound_ = nullptr;
+  std::atomic<jack_port_t*> pedal_ = nullptr;
+  jack_port_t* ears_[2] = {};
+  Floats out_;
+  std::vector<Message> messages_;
+  std::int64_t sent_ = 0;
+  Floats heard_[2];
+  std::atomic<bool> playing_ = false;
+  std::atomic<bool> sending_ = false;
+};
+
+// A recorded guitar where there is one, else the command's own riff.
+Floats guitar(CommandLine& cli, std::size_t frames) {
+  const fs::path recorded = "/usr/share/sonic-pi/samples/guit_e_fifths.flac";
+  if (!fs::exists(recorded)) REQUIRE(cli.run("riff riff.wav") == 0);
+  const Sound sound = cli.read(fs::exists(recorded) ? recorded.string() : "riff.wav");
+  Floats result(frames);
+  for (std::size_t i = 0; i < frames; ++i) {
+    result[i] = static_cast<float>(0.1 * sound.samples[i * static_cast<std::size_t>(sound.channels)]);
+  }
+  return result;
+}
+
+Floats render(CommandLine& cli, const Floats& in, const std::string& options) {
+  Sound sound{kRate, 1, SF_FORMAT_WAV | SF_FORMAT_FLOAT, {}};
+  sound.samples.assign(in.begin(), in.end());
+  cli.write("in.wav", sound);
+  REQUIRE(cli.run("render in.wav out.wav --force --no-tail " + options) == 0);
+  const Sound out = cli.read("out.wav");
+  return {out.samples.begin(), out.samples.end()};
+}
+
+// Frames up to the first difference.
+std::ptrdiff_t sameFrames(const Floats& a, const Floats& b) {
+  const std::size_t length = std::min(a.size(), b.size());
+  return std::mismatch(a.begin(), a.begin() + static_cast<std::ptrdiff_t>(length), b.begin()).first - a.begin();
+}
+
+}  // namespace
+
+TEST_SUITE_BEGIN("jack");
+
+TEST_CASE("float for float what render gives, at every period, while it is played and while the period changes") {
+  Studio studio(1024);
+  const Floats sound = guitar(studio.cli, 40000);
+  const struct {
+    int period;
+    Words options;
+  } rows[] = {{16, {"--fuzz", "8"}},
+              {64, {}},
+              {256, {"--trim", "12.3", "--volume", "3"}},
+              {1024, {"--off"}},
+              {4096, {"--stereo"}}};
+  for (const auto& row : rows) {
+    CAPTURE(row.period);
+    jack_set_buffer_size(studio.client(), static_cast<jack_nframes_t>(row.period));
+    std::string options;
+    for (const std::string& word : row.options) options += word == "--stereo" ? "" : word + " ";
+    const Floats expected = render(studio.cli, sound, options);
+    const auto live = studio.live(row.options);
+    CHECK(sameFrames(studio.play(sound)[0], expected) == 40000);
+    CHECK(live->end(SIGINT) == 0);
+  }
+}
+
+TEST_CASE("the period changes while it plays, and no sample is lost") {
+  Studio studio(1024);
+  const Floats sound = guitar(studio.cli, 60000);
+  const Floats expected = render(studio.cli, sound, "");
+  // A loaded machine can make the server skip a client; what the command does wrong comes back each time.
+  bool same = false;
+  for (int tries = 0; tries < 5 && !same; ++tries) {
+    jack_set_buffer_size(studio.client(), 1024);
+    const auto live = studio.live({});
+    const auto heard = studio.play(sound, {}, true, [&] {
+      for (const jack_nframes_t period : {256U, 2048U, 512U}) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        jack_set_buffer_size(studio.client(), period);
+      }
+    });
+    same = sameFrames(heard[0], expected) == 60000;
+  }
+  CHECK(same);
+}
+
+TEST_CASE("MIDI lands on its sample, from a pedal that comes late and comes back; takes hold what was heard") {
+  Studio studio;
+  studio.cli.writeText("bank.json", R"({"programs": [{}, {"FUZZ": 9}, {"FUZZ": 0}]})");
+  const Floats sound = guitar(studio.cli, 40000);
+  const auto live = studio.live({"--midi", "footswitch", "--bank", "bank.json", "--midi-channel", "3", "--record",
+                                 "wet.wav", "--record-dry", "dry.wav"});
+  studio.plugPedalIn();
+  studio.cli.writeText("1.json", R"({"parameters": {
+    "On/Off": [{"samples": 0, "value": 1}, {"samples": 10007, "value": 0}, {"samples": 20011, "value": 1}],
+    "FUZZ": [{"samples": 0, "value": 5}, {"samples": 30013, "value": 5}, {"samples": 30013, "value": 10}]}})");
+  const Floats controlled = studio.play(
+      sound, {{10007, {0xB2, 64, 0}}, {20011, {0xB2, 64, 127}}, {25000, {0xB1, 64, 0}}, {30013, {0xB2, 16, 127}}})[0];
+  CHECK(sameFrames(controlled, render(studio.cli, sound, "--automate 1.json")) == 40000);
+
+  studio.pullPedalOut();
+  studio.plugPedalIn();
+  studio.play(Floats(20 * kRate));  // until nothing rings any more
+  studio.cli.writeText("2.json", R"({"programs": [{"samples": 5001, "program": 2}, {"samples": 15000, "program": 3},
+    {"samples": 25000, "program": 2}]})");
+  const Floats changed = studio.play(
+      sound, {{5001, {0xC2, 1}}, {15000, {0xB2, 81, 127}}, {15100, {0xB2, 81, 0}}, {25000, {0xB2, 80, 127}}})[0];
+  CHECK(sameFrames(changed, render(studio.cli, sound, "--bank bank.json --fuzz 10 --automate 2.json")) == 40000);
+
+  CHECK(live->end(SIGTERM) == 0);
+  const std::vector<double> dry = studio.cli.read("dry.wav").samples;
+  const std::vector<double> wet = studio.cli.read("wet.wav").samples;
+  REQUIRE(dry.size() == wet.size());
+  const auto first = std::search(dry.begin(), dry.end(), sound.begin(), sound.end());
+  REQUIRE(first != dry.end());
+  const auto played = wet.begin() + (first - dry.begin());
+  CHECK(std::equal(controlled.begin(), controlled.end(), played));
+}
+
+TEST_CASE("a bank is read again at SIGHUP, one that cannot be read changes nothing; SIGKILL leaves the take") {
+  Studio studio;
+  const Floats sound = guitar(studio.cli, 48000);
+  studio.cli.writeText("bank.json", R"({"programs": [{"VOLUME": 0}]})");
+  const auto live = studio.live({"--bank", "bank.json", "--record", "take.wav"});
+  const auto isSilent = [&] {
+    const Floats heard = studio.play(sound)[0];
+    return std::all_of(heard.begin() + 1000, heard.end(), [](float x) { return x == 0.0F; });
+  };
+  CHECK(isSilent());
+  studio.cli.writeText("bank.json", R"({"programs": [{"VOLUME": 11}]})");
+  live->send(SIGHUP);
+  CHECK(live->says("line 1: /programs/0/VOLUME must be a number from 0 to 10. Nothing is changed"));
+  CHECK(isSilent());
+  studio.cli.writeText("bank.json", R"({"programs": [{"VOLUME": 6}]})");
+  live->send(SIGHUP);
+  CHECK(live->says("Read bank.json"));
+  CHECK_FALSE(isSilent());
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+  live->end(SIGKILL);
+  const Sound left = studio.cli.read("take.unfinished.wav");
+  CHECK(left.samples.size() >= 3 * sound.size());
+  CHECK(std::any_of(left.samples.begin(), left.samples.end(), [](double x) { return x != 0.0; }));
+  CHECK(studio.cli.files().count("take.wav") == 0);
+}
+
+TEST_CASE("no server, a pattern that fits nothing, a server that goes, one that comes, goes and comes back") {
+  CommandLine cli;
+  CHECK(cli.run("live") == 1);
+  CHECK(cli.errText ==
+        "brumbler: no JACK server runs here; start one (jackd, or PipeWire with its JACK library), or add --wait\n");
+  std::unique_ptr<Process> waiting;
+  {
+    cli.writeText("bank.json", R"({"programs": [{}, {"VOLUME": 0}]})");
+    waiting = std::make_unique<Process>(Words{BRUMBLER_COMMAND, "live", "--wait", "--input", "sender", "--output",
+                                              "listener:ear", "--midi", "foot.*", "--bank", "bank.json"},
+                                        cli.folder, "log");
+    CHECK(waiting->says("Waiting for a JACK server"));
+    Studio studio;
+    const auto plays = [&] {
+      return eventually([&] {
+        return studio.isConnected("brumbler:out", "listener:ear") && studio.isConnected("sender:guitar", "brumbler:in");
+      });
+    };
+    REQUIRE(plays());
+    CHECK(studio.cli.run("live --name other --input 'no (such|port)'") == 1);
+    CHECK(studio.cli.errText.find("there are: system:capture_1, system:capture_2, sender:guitar") != std::string::npos);
+    CHECK(studio.cli.run("live --input '('") == 2);
+    const Process impatient({BRUMBLER_COMMAND, "live", "--name", "impatient", "--no-connect"}, studio.cli.folder,
+                            "impatient");
+    CHECK(impatient.says("Playing program 1"));
+    studio.plugPedalIn();
+    const Floats sound = guitar(studio.cli, 20000);
+    studio.play(sound, {{100, {0xC0, 1}}});
+    for (const int how : {SIGKILL, SIGTERM}) {
+      studio.stopServer(how);
+      studio.startServer(512);
+      REQUIRE(plays());
+      const Floats heard = studio.play(sound)[0];
+      CHECK(std::all_of(heard.begin(), heard.end(), [](float x) { return x == 0.0F; }));  // still program 2
+    }
+    CHECK(const_cast<Process&>(impatient).end() == 1);
+    CHECK(impatient.says("the JACK server has gone"));
+    studio.plugPedalIn();
+    const Floats heard = studio.play(sound, {{0, {0xC0, 0}}})[0];
+    CHECK(std::any_of(heard.begin(), heard.end(), [](float x) { return x != 0.0F; }));
+  }
+  CHECK(waiting->end(SIGTERM) == 0);
+}
+
+TEST_CASE("the screen shows what plays and its keys turn it" *
+          doctest::skip(std::system("command -v tmux >/dev/null") != 0)) {  // NOLINT(concurrency-mt-unsafe)
+  Studio studio;
+  CommandLine& cli = studio.cli;
+  cli.writeText("bank.json", R"({"programs": [{"name": "Warm"}, {"name": "Lead", "VOLUME": 7}]})");
+  const std::string tmux = "tmux -L brumbler-test -f /dev/null ";
+  const auto run = [&](const std::string& words) {
+    return std::system(("cd " + cli.folder.string() + " && " + tmux + words).c_str()) == 0;  // NOLINT
+  };
+  REQUIRE(run("new-session -d -x 90 -y 24 \"LC_ALL=C.UTF-8 '" BRUMBLER_COMMAND
+              "' live --no-connect --bank bank.json 2>err; echo ended; sleep 9\""));
+  std::string screen;
+  const auto shows = [&](const std::string& text) {
+    return eventually([&] {
+      run("capture-pane -p >screen");
+      screen = fileText(cli.folder / "screen");
+      return screen.find(text) != std::string::npos;
+    });
+  };
+  CHECK(shows("Warm"));
+  CHECK(screen.find("48000 Hz, 256 samples (5.3 ms)") != std::string::npos);
+  CHECK(screen.find("   ON") != std::string::npos);
+  const std::pair<std::string, const char*> rows[] = {
+      {"Space", "  OFF"},      {"Right Right Right", " 5.3"}, {"S-Right", " 6.3"},     {"2", "Lead"},
+      {"Down Left", " 6.9"},   {"NPage", "Init 3"},           {"PPage PPage", "Warm"}, {"?", "Page Up"},
+      {"w", "Wrote bank.json"}};
+  for (const auto& [keys, text] : rows) {
+    CAPTURE(keys);
+    CAPTURE(screen);
+    run("send-keys " + keys);
+    CHECK(shows(text));
+  }
+  run("send-keys q");
+  CHECK(shows("ended"));
+  const std::string bank = fileText(cli.folder / "bank.json");
+  CHECK(bank.find("\"On/Off\": 0.0,\n      \"VOLUME\": 5.0,\n      \"FUZZ\": 6.3") != std::string::npos);
+  CHECK(bank.find("\"VOLUME\": 6.9") != std::string::npos);
+  run("kill-server");
+}
+
+TEST_CASE("the bundle in jalv sounds the same" *
+          doctest::skip(std::system("command -v jalv >/dev/null") != 0)) {  // NOLINT(concurrency-mt-unsafe)
+  Studio studio;
+  const Floats sound = guitar(studio.cli, 40000);
+  setenv("LV2_PATH", (fs::path(BRUMBLER_COMMAND).parent_path().string() + ":/usr/lib/lv2").c_str(), 1);  // NOLINT
+  const auto live = studio.live({"--fuzz", "7", "--volume", "4", "--output", "listener:ear"});
+  const Process jalv({"jalv", "-n", "jalv", "-c", "fuzz=7", "-c", "volume=4", "urn:brumbler:fuzz"}, studio.cli.folder,
+                     "jalv");
+  REQUIRE(eventually([&] {
+    jack_connect(studio.client(), "sender:guitar", "jalv:in");
+    jack_connect(studio.client(), "jalv:out", "listener:other_ear");
+    return studio.isConnected("jalv:out", "listener:other_ear") && studio.isConnected("sender:guitar", "jalv:in");
+  }));
+  const auto heard = studio.play(sound);
+  CHECK(sameFrames(heard[0], heard[1]) == 40000);
+  CHECK(std::any_of(heard[0].begin(), heard[0].end(), [](float x) { return x != 0.0F; }));
+}
+
+TEST_SUITE_END();

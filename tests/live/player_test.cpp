@@ -1,0 +1,305 @@
+// SPDX-License-Identifier: MIT
+// What plays in the audio thread, without a server.
+#include <doctest/doctest.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <thread>
+
+#include "cli/live/LivePlayer.h"
+#include "cli/live/TakeRecorder.h"
+#include "tests/Storage.h"
+#include "tests/SystemCalls.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using Floats = std::vector<float>;
+using Kind = LiveChange::Kind;
+
+struct Message {
+  int frame;
+  std::vector<std::uint8_t> bytes;
+};
+
+Floats noise(std::size_t length, float peak = 0.1F) {
+  std::minstd_rand random(1);
+  Floats sound(length);
+  for (float& sample : sound) sample = peak * std::uniform_real_distribution<float>(-1.0F, 1.0F)(random);
+  return sound;
+}
+
+// A player at 48000 Hz with a wilder second program, and what it is played through.
+struct Stage {
+  explicit Stage(int channels = 1, double trim = 0.0, int midiChannel = -1)
+      : player(module(), channels, trim, midiChannel, map) {
+    for (int i = 0; i < LivePlayer::kNumPrograms; ++i) {
+      player.send({Kind::storeProgram, i, {1.0F, 0.5F, i == 1 ? 1.0F : 0.5F}});
+    }
+    player.landChanges();
+    player.announce(48000, 1024);
+  }
+
+  static const EffectModule& module() {
+    static const EffectModule one("");
+    return one;
+  }
+
+  Floats play(const Floats& in, int period, const std::vector<Message>& messages = {}) {
+    Floats out(in.size());
+    for (std::size_t begin = 0; begin < in.size(); begin += static_cast<std::size_t>(period)) {
+      const auto frames = static_cast<int>(std::min<std::size_t>(in.size() - begin, static_cast<std::size_t>(period)));
+      const float* const ins[] = {&in[begin], &in[begin]};
+      std::array<float, 8192> other{};
+      float* const outs[] = {&out[begin], other.data()};
+      player.begin(ins, outs, frames);
+      for (const Message& message : messages) {
+        const int frame = message.frame - static_cast<int>(begin);
+        if (frame >= 0 && frame < frames) player.receive(frame, message.bytes.data(), message.bytes.size());
+      }
+      player.end();
+    }
+    return out;
+  }
+
+  MidiMap map;
+  LivePlayer player;
+};
+
+struct Folder {
+  Folder() : path(fs::temp_directory_path() / ("brumbler-live-" + std::to_string(getpid()))) {
+    fs::create_directory(path);
+  }
+  ~Folder() { fs::remove_all(path); }
+  std::string file(const std::string& name) const { return (path / name).string(); }
+  fs::path path;
+};
+
+struct Wave {
+  int rate = 0;
+  Floats samples;
+};
+
+Wave readWave(const std::string& path) {
+  SF_INFO info{};
+  SNDFILE* const file = sf_open(path.c_str(), SFM_READ, &info);
+  if (file == nullptr) return {};
+  Wave wave{info.samplerate, Floats(static_cast<std::size_t>(info.frames * info.channels))};
+  sf_read_float(file, wave.samples.data(), info.frames * info.channels);
+  sf_close(file);
+  return wave;
+}
+
+}  // namespace
+
+TEST_SUITE_BEGIN("player");
+
+TEST_CASE("every MIDI message lands on its sample, whatever the period") {
+  const struct {
+    std::vector<std::uint8_t> bytes;
+    int parameter;  // that a host would set
+    float value;
+  } rows[] = {{{0xB3, 64, 63}, 0, 0.0F}, {{0xB0, 16, 127}, 2, 1.0F}, {{0xC0, 1}, 2, 1.0F}, {{0xB0, 81, 64}, 2, 1.0F}};
+  const Floats in = noise(5000);
+  for (const auto& row : rows) {
+    CAPTURE(static_cast<int>(row.bytes[1]));
+    for (const int at : {0, 1023, 1024, 2500}) {
+      const auto effect = Stage::module().createEffect(48000, 5000);
+      effect->start();
+      std::vector<double> expected(in.begin(), in.end());
+      effect->process(expected.data(), at);
+      effect->setParameter(row.parameter, row.value);
+      effect->process(expected.data() + at, 5000 - at);
+      for (const int period : {1, 16, 333, 1024, 4096}) {
+        Stage stage;
+        CHECK(stage.play(in, period, {{at, row.bytes}}) == Floats(expected.begin(), expected.end()));
+      }
+    }
+  }
+}
+
+TEST_CASE("VOLUME glides from its sample on; what is not for us changes nothing") {
+  const Floats in = noise(4000);
+  Stage plain;
+  const Floats before = plain.play(in, 256);
+  for (const int period : {16, 250, 4096}) {
+    Stage turned;
+    const Floats after = turned.play(in, period, {{1000, {0xB0, 7, 0}}});
+    CHECK(std::mismatch(before.begin(), before.end(), after.begin()).first - before.begin() == 1001);
+    CHECK(std::all_of(after.begin() + 1065, after.end(), [](float x) { return x == 0.0F; }));
+    CHECK(std::fabs(after[1032] / before[1032]) == doctest::Approx(0.5).epsilon(0.2));
+  }
+  Stage deaf(1, 0.0, 4);
+  const std::vector<Message> others = {{1, {0xB0, 64, 0}}, {2, {0xB4, 65, 0}}, {3, {0xC4, 16}},    {4, {0xE4, 1, 1}},
+                                       {5, {0xF8}},        {6, {0xB4, 64}},    {7, {0x94, 64, 9}}, {8, {0xC0, 1}}};
+  CHECK(deaf.play(in, 256, others) == before);
+}
+
+TEST_CASE("trim, stereo, no number at all, and the fade at the end") {
+  Floats in = noise(3000);
+  Stage stage(2, 12.0);
+  stage.player.send({Kind::knob, LivePlayer::kOnOff, {0.0F}});
+  stage.player.landChanges();
+  in[1700] = NAN;
+  Floats dry = stage.play(in, 256);
+  in[1700] = 0.0F;
+  CHECK(Floats(dry.begin() + 1600, dry.end()) == Floats(in.begin() + 1600, in.end()));  // behind the cross-fade
+  CHECK(stage.player.takePeaks().in[1] == doctest::Approx(0.1).epsilon(0.01));
+  stage.player.fadeOut();
+  dry = stage.play(in, 100);
+  CHECK(dry[384] == doctest::Approx(in[384] * 0.5));
+  CHECK(std::all_of(dry.begin() + 768, dry.end(), [](float x) { return x == 0.0F; }));
+  CHECK(stage.player.hasEnded());
+}
+
+#ifdef BRUMBLER_WATCH_LIBRARY
+TEST_CASE("the audio thread allocates nothing and makes no system call") {
+  const Folder folder;
+  Stage stage(2, 6.0);
+  TakeRecorder take(folder.file("t.wav"), 48000, 2, false);
+  stage.player.record(&take, &take);
+  stage.player.listen(true);
+  const Floats in = noise(256);
+  const float* const ins[] = {in.data(), in.data()};
+  std::array<float, 256> left{}, right{};
+  float* const outs[] = {left.data(), right.data()};
+  const auto period = [&] {
+    stage.player.send({Kind::toggle});
+    stage.player.send({Kind::stepProgram, 1});
+    stage.player.send({Kind::storeProgram, 3, {1.0F, 0.1F, 0.2F}});
+    stage.player.begin(ins, outs, 256);
+    for (const auto status : {0xB0, 0x90, 0xC0}) {
+      const std::uint8_t bytes[] = {static_cast<std::uint8_t>(status), 7, 99};
+      stage.player.receive(status / 2, bytes, 3);
+    }
+    stage.player.end();
+  };
+  period();
+  const long before = storage::calls;
+  for (int i = 0; i < 10; ++i) period();
+  CHECK(storage::calls == before);
+  CHECK(makesNoSystemCall([&] {
+    for (int i = 0; i < 100; ++i) period();
+    stage.player.fadeOut();
+    for (int i = 0; i < 5; ++i) period();
+  }));
+  stage.player.record(nullptr, nullptr);
+}
+#endif
+
+TEST_CASE("knobs turned a thousand times a second, rates announced and meters read while it plays") {
+  Stage stage;
+  std::atomic<bool> playing = true;
+  std::thread audio([&] {
+    const Floats in = noise(512);
+    while (playing) {
+      for (const float sample : stage.play(in, 64, {{70, {0xB0, 80, 127}}, {99, {0xB0, 81, 127}}})) {
+        if (!std::isfinite(sample)) playing = false;
+      }
+    }
+  });
+  std::thread announcer([&] {
+    for (int i = 0; i < 40; ++i) {
+      stage.player.announce(i % 8 == 0 ? 44100 : 48000, 64 << i % 4);
+      stage.player.takePeaks();
+      std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+  });
+  for (int i = 0; i < 500; ++i) {
+    REQUIRE(stage.player.send({Kind::knob, i % 3, {static_cast<float>(i % 101) / 100.0F}}));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  announcer.join();
+  REQUIRE(stage.player.send({Kind::selectProgram, 7}));
+  for (int p = 0; p < 3; ++p) REQUIRE(stage.player.send({Kind::knob, p, {0.25F}}));
+  const auto begin = std::chrono::steady_clock::now();
+  while (stage.player.values(7) != LivePlayer::Values{0.25F, 0.25F, 0.25F} &&
+         std::chrono::steady_clock::now() - begin < std::chrono::seconds(5)) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  CHECK(stage.player.values(7) == LivePlayer::Values{0.25F, 0.25F, 0.25F});
+  CHECK(playing.exchange(false));
+  audio.join();
+}
+
+TEST_CASE("a take on a slow disk has silence of the gap's length, and takes its name when it is whole") {
+  const Folder folder;
+  const std::string path = folder.file("take.wav");
+  const Floats sound(700, 0.5F);
+  const float* const channel[] = {sound.data()};
+  {
+    TakeRecorder take(path, 100, 1, false);  // at this rate there is room for 1000 frames
+    for (int i = 0; i < 3; ++i) take.record(channel, 700);
+    std::this_thread::sleep_for(2 * TakeRecorder::kBetweenWrites);
+    CHECK(readWave(folder.file("take.unfinished.wav")).samples.size() == 700);
+    CHECK_FALSE(fs::exists(path));
+    take.record(channel, 700);
+    CHECK(take.lostFrames() == 1400);
+    take.finish();
+  }
+  Floats expected(2800, 0.0F);
+  std::fill_n(expected.begin(), 700, 0.5F);
+  std::fill_n(expected.begin() + 2100, 700, 0.5F);
+  CHECK(readWave(path).samples == expected);
+  CHECK_THROWS_AS(TakeRecorder(path, 100, 1, false), Failure);
+  CHECK_THROWS_AS(TakeRecorder(folder.file("take.mp3"), 100, 1, false), Failure);
+  { TakeRecorder left(path, 100, 1, true); }
+  TakeRecorder(path, 100, 1, true).finish();
+  CHECK(fs::exists(folder.file("take.unfinished.wav")));  // of the one that was left
+  CHECK(readWave(path).samples.empty());
+}
+
+TEST_CASE("MIDI maps are read, refused, learned and written") {
+  const Folder folder;
+  const auto write = [&](const std::string& text) { std::ofstream(folder.file("m.json")) << text; };
+  const auto control = [](int number, int value, bool isNote = false) {
+    return MidiControl{isNote ? MidiControl::Kind::note : MidiControl::Kind::controller,
+                       static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(value)};
+  };
+  for (const auto& [text, complaint] : std::vector<std::pair<std::string, std::string>>{
+           {R"({"volume": {"controler": 7}})", "did you mean controller?"},
+           {R"({"volume": {}})", "needs one of"},
+           {R"({"next": {"controller": 128}})", "0 to 127"},
+           {R"({"next": {"note": 1.5}})", "whole number"},
+           {R"({"next": {"note": 1, "toggle": true}})", "/next/toggle is unknown"},
+           {R"({"on/off": {"note": 1, "toggle": 1}})", "true or false"},
+           {"{\"fuzz\": {\"note\": 1},\n\"next\": {\"note\": 1}}", "line 2: /next has a control that another"}}) {
+    write(text);
+    std::string told;
+    try {
+      MidiMap{folder.file("m.json")};
+    } catch (const Failure& failure) {
+      told = failure.what();
+    }
+    CAPTURE(told);
+    CHECK(told.find(complaint) != std::string::npos);
+  }
+
+  MidiLearner learner{MidiMap()};
+  CHECK(learner.request() == "Move the control for Volume");
+  CHECK(learner.take(control(11, 3), 0.0) == "volume: controller 11");
+  CHECK(learner.take(control(11, 9), 0.1).empty());  // it goes on moving
+  learner.skip();
+  CHECK(learner.take(control(60, 90, true), 2.0) == "on/off: note 60");
+  CHECK(learner.take(control(60, 0, true), 2.2).empty());  // and springs back
+  CHECK(learner.take(control(20, 0), 3.0).empty());        // a switch is taken when it is pressed
+  CHECK(learner.take(control(20, 127), 3.0) == "previous: controller 20");
+  learner.skip();
+  REQUIRE(learner.isDone());
+  write(learner.map().text());
+  const MidiMap map(folder.file("m.json"));
+  for (const MidiMap* one : {&learner.map(), &map}) {
+    CHECK(one->actionOf(control(11, 0)) == LiveAction::volume);
+    CHECK(one->actionOf(control(7, 0)) == LiveAction::none);
+    CHECK(one->actionOf(control(16, 0)) == LiveAction::fuzz);
+    CHECK(one->actionOf(control(60, 0, true)) == LiveAction::toggle);
+    CHECK(one->actionOf(control(81, 0)) == LiveAction::nextProgram);
+  }
+}
+
+TEST_SUITE_END();
