@@ -21,6 +21,9 @@ class RecursiveMutex {
   void lock() noexcept {}
   void unlock() noexcept {}
 #else
+#ifdef PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP  // asks less of the C library: older ones have no more
+  RecursiveMutex() noexcept = default;
+#else
   RecursiveMutex() noexcept {
     pthread_mutexattr_t attributes;
     pthread_mutexattr_init(&attributes);
@@ -28,6 +31,7 @@ class RecursiveMutex {
     pthread_mutex_init(&mutex_, &attributes);
     pthread_mutexattr_destroy(&attributes);
   }
+#endif
   RecursiveMutex(const RecursiveMutex&) = delete;
   RecursiveMutex& operator=(const RecursiveMutex&) = delete;
   ~RecursiveMutex() { pthread_mutex_destroy(&mutex_); }
@@ -36,7 +40,11 @@ class RecursiveMutex {
   void unlock() noexcept { pthread_mutex_unlock(&mutex_); }
 
  private:
+#ifdef PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP
+  pthread_mutex_t mutex_ = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
+#else
   pthread_mutex_t mutex_;
+#endif
 #endif
 };
 #ifndef BRUMBLER_ONE_THREAD

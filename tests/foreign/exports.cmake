@@ -2,6 +2,18 @@
 # Holds the built module to what it may show and need:
 #   cmake -DMODULE=FILE -DREADELF=PROGRAM -DSLOTS=SOURCE -DOWN_RUNTIME=BOOL -P exports.cmake
 # OWN_RUNTIME: the module brings its C++ runtime, as all but the sanitizer builds do.
+execute_process(COMMAND ${READELF} --file-header ${MODULE} OUTPUT_VARIABLE header COMMAND_ERROR_IS_FATAL ANY)
+# The C library that the module asks for at most: where the processor's port began, or what the checks need that
+# distributions compile in (2.4). LLVM's linker takes the newest version whatever the objects say; ours are checks only.
+set(newest 999)
+execute_process(COMMAND ${READELF} --string-dump=.comment ${MODULE} OUTPUT_VARIABLE comment COMMAND_ERROR_IS_FATAL ANY)
+if(comment MATCHES "LLD")
+elseif(header MATCHES "Machine: +AArch64")
+  set(newest 2.17)
+elseif(header MATCHES "Machine: +(Advanced Micro Devices X86-64|Intel 80386|ARM)\n")
+  set(newest 2.4)
+endif()
+
 execute_process(COMMAND ${READELF} --dyn-syms --wide ${MODULE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "[0-9]+: [0-9a-f]+ +[^\n]+" symbols "${symbols}")
 foreach(symbol IN LISTS symbols)
@@ -16,6 +28,8 @@ foreach(symbol IN LISTS symbols)
     list(APPEND exported ${name})
   elseif(OWN_RUNTIME AND NOT name MATCHES "@(GLIBC|GCC)_|^_ITM_(de)?registerTMCloneTable$|^__gmon_start__$")
     message(SEND_ERROR "${name} is left to the host")
+  elseif(OWN_RUNTIME AND name MATCHES "@GLIBC_([0-9.]+)" AND CMAKE_MATCH_1 VERSION_GREATER newest)
+    message(SEND_ERROR "${name} is newer than ${newest}: see host/symbolVersions.cpp")
   endif()
 endforeach()
 list(SORT exported)

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: MIT
+// Only in a module that brings its own C++ runtime: binds what the module needs of the GNU C library to the oldest
+// version of each function instead of the newest, so that a module built here also loads on older systems. Each
+// function comes in by the linker's --wrap (SYMBOL_VERSIONS in CMakeLists.txt): its callers call __wrap_NAME.
+#include <dlfcn.h>
+#include <link.h>
+
+#include <cstddef>
+#include <cstdint>
+
+// The version in which the processor's port of the library began. The old pow, exp, powf and fmod give the same values
+// as the new ones; they only set errno in another place.
+#if !defined(__GLIBC__)
+#elif defined(__x86_64__) && defined(__LP64__)
+#define FIRST_VERSION "GLIBC_2.2.5"
+#elif defined(__i386__)
+#define FIRST_VERSION "GLIBC_2.0"
+#elif defined(__aarch64__)
+#define FIRST_VERSION "GLIBC_2.17"
+#elif defined(__arm__)
+#define FIRST_VERSION "GLIBC_2.4"
+#endif
+
+#ifdef FIRST_VERSION
+#define BIND_FIRST(name) __asm__(".symver __first_" #name "," #name "@" FIRST_VERSION)
+#define FIRST(name) __first_##name
+#else  // whatever the linker takes
+#define BIND_FIRST(name) static_assert(true)
+#define FIRST(name) __real_##name
+#endif
+
+extern "C" {
+
+BIND_FIRST(exp);
+BIND_FIRST(fmod);
+BIND_FIRST(memcpy);
+BIND_FIRST(pow);
+BIND_FIRST(powf);
+BIND_FIRST(pthread_once);
+double FIRST(exp)(double);
+double FIRST(fmod)(double, double);
+void* FIRST(memcpy)(void*, const void*, std::size_t);
+double FIRST(pow)(double, double);
+float FIRST(powf)(float, float);
+[[gnu::weak]] int FIRST(pthread_once)(int*, void (*)());
+
+double __wrap_exp(double x) { return FIRST(exp)(x); }
+double __wrap_fmod(double x, double y) { return FIRST(fmod)(x, y); }
+void* __wrap_memcpy(void* to, const void* from, std::size_t size) { return FIRST(memcpy)(to, from, size); }
+double __wrap_pow(double x, double y) { return FIRST(pow)(x, y); }
+float __wrap_powf(float x, float y) { return FIRST(powf)(x, y); }
+
+// Before 2.34 it was in a library of its own, which a process with one thread need not have loaded.
+int __wrap_pthread_once(int* control, void (*routine)()) {
+  if (FIRST(pthread_once) != nullptr) return FIRST(pthread_once)(control, routine);
+  if (*control == 0) routine();
+  *control = 1;
+  return 0;
+}
+
+// The unwinder only asks whether there is one, to know whether there may be threads.
+int __wrap___pthread_key_create() { return -1; }
+
+#ifdef DLFO_STRUCT_HAS_EH_DBASE
+
+// What the unwinder asks for: the loaded object that holds `address`, and that object's table of frames. From 2.35 the
+// library answers this itself; dl_iterate_phdr has told the same since 2.2.4, only more slowly.
+int __wrap__dl_find_object(void* address, dl_find_object* result) {
+  struct Search {
+    std::uintptr_t address;
+    dl_find_object* result;
+  } search{reinterpret_cast<std::uintptr_t>(address), result};
+  const auto look = [](dl_phdr_info* object, std::size_t, void* data) {
+    const Search& wanted = *static_cast<const Search*>(data);
+    const ElfW(Phdr)* frames = nullptr;
+    [[maybe_unused]] const ElfW(Phdr)* dynamic = nullptr;
+    bool holds = false;
+    for (int i = 0; i < object->dlpi_phnum; ++i) {
+      const ElfW(Phdr)& segment = object->dlpi_phdr[i];
+      const std::uintptr_t offset = wanted.address - (object->dlpi_addr + segment.p_vaddr);
+      holds = holds || (segment.p_type == PT_LOAD && offset < segment.p_memsz);
+      if (segment.p_type == DLFO_EH_SEGMENT_TYPE) frames = &segment;
+      if (segment.p_type == PT_DYNAMIC) dynamic = &segment;
+    }
+    if (!holds) return 0;
+    if (frames == nullptr) return -1;
+    wanted.result->dlfo_eh_frame = reinterpret_cast<void*>(object->dlpi_addr + frames->p_vaddr);
+#if DLFO_STRUCT_HAS_EH_DBASE
+    wanted.result->dlfo_eh_dbase = nullptr;
+    if (dynamic != nullptr) {
+      auto* entry = reinterpret_cast<const ElfW(Dyn)*>(object->dlpi_addr + dynamic->p_vaddr);
+      while (entry->d_tag != DT_NULL && entry->d_tag != DT_PLTGOT) ++entry;
+      if (entry->d_tag == DT_PLTGOT) wanted.result->dlfo_eh_dbase = reinterpret_cast<void*>(entry->d_un.d_ptr);
+    }
+#endif
+#if DLFO_STRUCT_HAS_EH_COUNT
+    wanted.result->dlfo_eh_count = static_cast<int>(frames->p_memsz / 8);  // two words an entry
+#endif
+    return 1;
+  };
+  return dl_iterate_phdr(look, &search) == 1 ? 0 : -1;
+}
+
+#endif
+
+}  // extern "C"
