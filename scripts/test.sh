@@ -6,10 +6,11 @@
 #
 # Status 0 when every test of every target passed. A target whose compiler, libraries or emulator are not to be had is
 # left out, and the last lines say so. `release` comes first: the other targets compare their sound with its. `fuzz`
-# looks for new faults, a minute long (tests/fuzz/README.md).
+# looks for new faults, a minute long (tests/fuzz/README.md). `package` makes the Debian packages and the archive and
+# uses them (tests/package.sh).
 set -uo pipefail
 cd "$(dirname "$0")/.."
-readonly targets=(release i386 armhf aarch64 web asan tsan fuzz)
+readonly targets=(release i386 armhf aarch64 web asan tsan fuzz package)
 
 scripts/setup test || exit 1
 
@@ -46,6 +47,10 @@ lacking() {
     asan) lacks clang++ -fsanitize=address,undefined ;;
     tsan) lacks clang++ -fsanitize=thread ;;
     fuzz) lacks clang++ -fsanitize=address,undefined,fuzzer-no-link ;;
+    package)
+      for program in dh lintian appstreamcli fakeroot man; do lacks_program "$program"; done
+      command -v dpkg-checkbuilddeps >/dev/null && dpkg-checkbuilddeps -P nocheck 2>&1
+      ;;
   esac
 }
 
@@ -60,6 +65,10 @@ quietly() {
 }
 
 run() {
+  if [[ $1 == package ]]; then
+    tests/package.sh
+    return
+  fi
   quietly "$1-configure" cmake --preset "$1" &&
     cmake --build --preset "$1" --parallel "$(nproc)" &&
     ctest --preset "$1" --no-tests=error

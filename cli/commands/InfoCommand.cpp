@@ -65,6 +65,7 @@ ordered_json describe(const EffectModule& module, HostedEffect& effect) {
   const AEffect& record = effect.record();
   Q_TypeBase& extension = effect.extension();
   ordered_json info;
+  info["version"] = BRUMBLER_VERSION;
   info["module"] = module.path();
   info["effect"] = askText(effect, EffectOpcode::getEffectName);
   info["product"] = askText(effect, EffectOpcode::getProductString);
@@ -95,6 +96,7 @@ std::string text(const ordered_json& value) { return value.get<std::string>(); }
 void print(const ordered_json& info) {
   std::printf("%s (%s), vendor version %d, identity %s\n", text(info["effect"]).c_str(), text(info["product"]).c_str(),
               info["vendorVersion"].get<int>(), text(info["uniqueId"]).c_str());
+  std::printf("command   brumbler %s\n", text(info["version"]).c_str());
   std::printf("module    %s\n", text(info["module"]).c_str());
   std::printf("layout    %d in (%d jack), %d out (%d jack), %s, latency %d samples\n", info["inputs"].get<int>(),
               info["inputJacks"].get<int>(), info["outputs"].get<int>(), info["outputJacks"].get<int>(),
