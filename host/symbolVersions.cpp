@@ -84,6 +84,7 @@ int __wrap__dl_find_object(void* address, dl_find_object* result) {
     }
     if (!holds) return 0;
     if (frames == nullptr) return -1;
+    // The loader tells addresses as numbers. NOLINTNEXTLINE(performance-no-int-to-ptr)
     wanted.result->dlfo_eh_frame = reinterpret_cast<void*>(object->dlpi_addr + frames->p_vaddr);
 #if DLFO_STRUCT_HAS_EH_DBASE
     wanted.result->dlfo_eh_dbase = nullptr;
