@@ -348,7 +348,8 @@ class Page {
     say('plug-note', `Plugged in. If hard strokes reach −12 dBFS at the input, set Trim to 12 dB; at −24, to 0.${off}`);
     const tell = () => {
       if (this.live !== live) return;
-      element('latency').textContent = `${Math.round(live.latency * 1000)} ms from string to ear`;
+      const told = Math.round(live.latency * 1000);
+      element('latency').textContent = told > 0 ? `${told} ms from string to ear` : 'The browser tells no latency.';
       setTimeout(tell, 2000); // browsers learn it while they play
     };
     tell();
