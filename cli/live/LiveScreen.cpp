@@ -23,12 +23,12 @@ constexpr double kHoldSeconds = 2.0;
 constexpr int kLabelWidth = 10;  // columns before a bar
 constexpr int kValueWidth = 16;  // and behind it
 
-int attribute(int pair) { return static_cast<int>(COLOR_PAIR(pair)); }
+attr_t attribute(int pair) { return static_cast<attr_t>(COLOR_PAIR(pair)); }
 
-void print(int row, int column, int attributes, const std::string& text) {
-  attron(attributes);
+void print(int row, int column, attr_t attributes, const std::string& text) {
+  attr_on(attributes, nullptr);
   mvaddstr(row, column, text.c_str());
-  attroff(attributes);
+  attr_off(attributes, nullptr);
 }
 
 std::string formatted(const char* format, double number) {
@@ -40,14 +40,14 @@ std::string formatted(const char* format, double number) {
 }  // namespace
 
 bool LiveScreen::isPossible() {
-  const char* const terminal = std::getenv("TERM");
+  const char* const terminal = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): no thread of ours sets it
   return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0 && terminal != nullptr &&
          std::strcmp(terminal, "dumb") != 0;
 }
 
 LiveScreen::LiveScreen() {
-  std::setlocale(LC_CTYPE, "");
-  hasBlocks_ = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+  std::setlocale(LC_CTYPE, "");                                  // NOLINT(concurrency-mt-unsafe): audio and disk use none
+  hasBlocks_ = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;  // NOLINT(concurrency-mt-unsafe)
   initscr();
   cbreak();
   noecho();
