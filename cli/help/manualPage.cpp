@@ -4,7 +4,10 @@
 #include <cstdio>
 #include <string>
 
+#include "catalog/catalog.h"
+#include "cli/effect/Bank.h"
 #include "cli/help/commandTree.h"
+#include "cli/text/numbers.h"
 
 namespace {
 
@@ -68,6 +71,48 @@ std::string positionalsOf(const CLI::App& app) {
   return text;
 }
 
+// A list of entries with a term each.
+void printEntry(const std::string& term, const std::string& text) {
+  std::printf(".TP\n\\fB%s\\fR\n%s\n", escapeRoff(term).c_str(), escapeRoff(text).c_str());
+}
+
+void printExample(const char* lines) { std::printf(".PP\n.nf\n.RS\n%s\n.RE\n.fi\n", escapeRoff(lines).c_str()); }
+
+std::string positionsOf(const catalog::Parameter& parameter) {
+  const bool isSwitch = parameter.scale == catalog::Scale::toggle;
+  return isSwitch ? "0 (off) or 1 (on)" : shortText(parameter.minimum) + " to " + shortText(parameter.maximum);
+}
+
+void printFileFormats() {
+  std::puts(".SH BANKS");
+  std::puts("A bank is a JSON file, as \\fBbrumbler bank save\\fR writes it: the programs from the first on.");
+  printExample(R"({"programs": [
+  {"name": "Warm", "VOLUME": 4, "FUZZ": 2},
+  {"name": "Lead", "On/Off": 1, "VOLUME": 6, "FUZZ": 10}
+]})");
+  std::puts(".PP\nProgram by program, what is left out stays as the effect has it. The keys:");
+  printEntry("name", "At most " + std::to_string(Bank::kLongestName) + " bytes.");
+  for (int i = 0; i < catalog::kNumEffectParameters; ++i) {
+    const catalog::Parameter& parameter = catalog::kParameters[i];
+    printEntry(parameter.name, positionsOf(parameter) + ". " + parameter.does);
+  }
+  std::puts(".SH AUTOMATION");
+  std::puts(
+      "An automation is a JSON file. A parameter moves along straight lines from keyframe to keyframe; a switch and a "
+      "program change at once.");
+  printExample(R"({
+  "parameters": {
+    "FUZZ":   [{"seconds": 0, "value": 2}, {"percent": 100, "value": 10}],
+    "On/Off": [{"samples": 0, "value": 0}, {"seconds": 1.5, "value": 1}]
+  },
+  "programs": [{"seconds": 4, "program": 2}]
+})");
+  std::puts(
+      ".PP\nEach keyframe has one time: \\fBsamples\\fR of the recording, \\fBseconds\\fR, or \\fBpercent\\fR of its "
+      "length. Values are those of a bank; programs count from 1. Before its first keyframe a parameter has that "
+      "keyframe's value, after its last one the last value. Two keyframes at one time are a jump.");
+}
+
 }  // namespace
 
 void printManualPage(const CLI::App& app) {
@@ -88,7 +133,11 @@ void printManualPage(const CLI::App& app) {
     printOptions(*leaf);
     printExamples(*leaf);
   }
+  printFileFormats();
   std::puts(
       ".SH EXIT STATUS\n0: done. 1: the command could not be done, or the sounds compared differ. 2: the command line "
-      "is wrong.\nMessages are one line on standard error.");
+      "is wrong.\nMessages are one line on standard error.\n.SH SEE ALSO\ndocs/command.md, in the "
+      "installation's share/doc/brumbler and in the sources, is the guide to the command, with pictures. Beside it are "
+      "the "
+      "JSON schemas of banks and automation.");
 }
