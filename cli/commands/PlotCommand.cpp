@@ -130,8 +130,10 @@ Picture drawSpectrum(const Options& options) {
   const Harmonics tone = analyseTone(samples, options.frequency);
   const double fundamental = tone.amplitudes.front();
   if (fundamental < 1e-9) {
-    throw Failure("no tone of " + std::to_string(options.frequency) +
-                  " Hz came out; raise --level or VOLUME, or give the tone's own --frequency");
+    const std::string what = "no tone of " + std::to_string(options.frequency) + " Hz";
+    if (options.files.empty()) throw Failure(what + " came out; raise --level or --volume");
+    throw Failure(options.files.front() + ": holds " + what + " at " + shortText(options.range.from) +
+                  " s; give the tone's own --frequency, or another place with --from");
   }
   char result[96];
   std::snprintf(result, sizeof result, "THD %.2f %% (%.1f dB), all else %.1f dB", 100.0 * tone.distortion,

@@ -99,10 +99,11 @@ TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
   CHECK(std::fabs(valueAt("s.csv", "\"click.wav\",1001.3") - 10.0 * std::log10(0.25 * 2.0 * band / 22050.0)) < 0.02);
 
   // Silence is a line.
-  cli.write("silence.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(9000)});
+  cli.write("silence.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(44100)});
   CHECK(cli.run("plot wave silence.wav -o line.svg && grep -c \"stroke='rgb( 68, 119, 170)'\" line.svg") == 0);
   CHECK(cli.outText == "2\n");
-
+  CHECK(cli.run("plot spectrum silence.wav -o n.svg") == 1);
+  CHECK(holds(cli.errText, "silence.wav: holds no tone of 220 Hz at 0 s; give the tone's own --frequency"));
   CHECK(cli.run("plot curve -o c.pdf") == 2);
   CHECK(cli.run("plot curve -o c.svg --fuzz 0,11") == 2);
   CHECK(cli.run("plot wave tone.wav --from 2 -o w.svg") == 1);
