@@ -10,6 +10,7 @@
 #include "cli/commands/Commands.h"
 #include "cli/commands/EffectOptions.h"
 #include "cli/render/FileRenderer.h"
+#include "cli/render/Tail.h"
 #include "cli/render/renderFolder.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
@@ -117,6 +118,14 @@ void renderOne(const Options& options, const EffectModule& module) {
   if (options.settings.quiet) return;
   const std::string name = out == "-" ? "standard output" : out;
   if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s: %s\n", name.c_str(), result.note.c_str());
+  if (result.missingTrim > 0.0) {
+    std::fprintf(
+        stderr,
+        "brumbler: note: %s: peaks %.0f dB above a guitar's own level, so the fuzz is quieter than the recording; "
+        "--trim %.0f%s makes up for it\n",
+        in == "-" ? "standard input" : in.c_str(), result.missingTrim, result.missingTrim,
+        in == "-" ? "" : ", or --trim auto,");
+  }
   std::FILE* const to = out == "-" ? stderr : stdout;
   std::fprintf(to, "%s: %.2f s in %.2f s, %.0f times real time, ", name.c_str(), result.seconds(), taken.count(),
                result.seconds() / std::max(taken.count(), 1e-6));
@@ -137,6 +146,8 @@ void runRender(Options& options) {
   settings.effect.block = block;
   settings.trim = options.effect.trim().value_or(0.0);
   settings.automaticTrim = options.effect.isTrimAutomatic();
+  settings.advisesTrim =
+      !options.effect.trim() && !settings.automaticTrim && !options.effect.isOff() && !settings.normalize;
   if (options.noTail) settings.tail = 0.0;
   if (!options.automation.empty()) settings.automation.emplace(options.automation, *module.createEffect(44100, 1));
   if (options.outDirectory.empty()) {
@@ -165,7 +176,8 @@ void addRenderCommand(CLI::App& app) {
     settings.normalize = parseNumber("--normalize", text, -120.0, 0.0, "dBFS");
   })->type_name("DBFS");
   auto* const tail = addText(
-      "--tail", "Seconds to go on after the end (default: until it is silent, at most 2)",
+      "--tail",
+      "Seconds to go on after the end (default: until it is silent, at most " + shortText(Tail::kLongestSeconds) + ")",
       [&settings](const std::string& text) { settings.tail = parseNumber("--tail", text, 0.0, 3600.0, "seconds"); });
   tail->type_name("SECONDS");
   command->add_flag("--no-tail", options->noTail, "End where the recording ends")->excludes(tail);

@@ -148,8 +148,7 @@ void FileRenderer::announce(const std::string& in, Progress& progress) const {
   if (!std::filesystem::is_regular_file(in, error)) return;  // a pipe cannot be opened twice
   try {
     const AudioReader reader(in, settings_.raw);
-    const double passes = settings_.normalize ? 2.0 : 1.0;
-    progress.expect(passes * static_cast<double>(reader.frames().value_or(0)) / reader.format().rate);
+    progress.expect(static_cast<double>(reader.frames().value_or(0)) / reader.format().rate);
   } catch (const Failure&) {
     return;  // told when its turn comes
   }
@@ -179,11 +178,13 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   AudioWriter writer(out, format, settings_.replace, longest, metadata);
   WriteBehind behind(writer, overlaps_ && reader.isRereadable());
   OutputStage output(&behind, format.rate, format.channels, gain, settings_.tail);
-  run(reader, output, trim, progress);
+  const double peak = run(reader, output, trim, progress);
   behind.finish();
   writer.finish();
 
-  RenderResult result{output.framesKept(), format.rate, output.peak(), writer.clipped(), trim, {}};
+  RenderResult result{output.framesKept(), format.rate, output.peak(), writer.clipped(), trim, {}, 0.0};
+  const double fitting = automaticTrim(peak);
+  if (settings_.advisesTrim && fitting >= kFarAbove) result.missingTrim = fitting;
   if (!settings_.sampleFormat && writer.format().sampleFormat() != reader.format().sampleFormat()) {
     result.note = "this format has no " + sampleFormatName(reader.format().format) + " samples; wrote " +
                   sampleFormatName(format.format) + " ones";
@@ -194,7 +195,7 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   return result;
 }
 
-void FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const {
+double FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const {
   const int rate = reader.format().rate;
   const int channels = reader.format().channels;
   const int inner = effectRate(reader);
@@ -212,12 +213,15 @@ void FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, Pr
     output.write(chain.play(piece));
   };
 
+  const double passes = settings_.normalize ? 2.0 : 1.0;
   std::int64_t frames = 0;
+  double peak = 0.0;
   for (pieces.next(piece); !piece.empty(); pieces.next(piece)) {
     const auto got = static_cast<std::int64_t>(piece.size()) / channels;
     frames += got;
+    peak = std::max(peak, peakOf(piece));
     play();
-    progress.add(static_cast<double>(got) / rate);
+    progress.add(static_cast<double>(got) / rate / passes);
   }
   if (settings_.automation && !reader.frames()) settings_.automation->trackFor(frames, rate, inner);
 
@@ -226,4 +230,5 @@ void FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, Pr
     piece.assign(static_cast<std::size_t>(kSilenceFrames) * static_cast<std::size_t>(channels), 0.0);
     play();
   }
+  return peak;
 }

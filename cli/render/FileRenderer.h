@@ -34,7 +34,8 @@ class FileRenderer {
   double trimFor(const std::string& in) const;
   AudioFormat outputFormat(const AudioReader& reader, const std::string& out) const;
   void check(const AudioReader& reader, const std::string& out) const;
-  void run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const;
+  // Answers the sound's own peak.
+  double run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const;
 
   const EffectModule& module_;
   const RenderSettings& settings_;

@@ -16,6 +16,7 @@ struct RenderSettings {
   bool nativeRate = false;          // else through 44100 or 48000 Hz, whichever is nearer
   double trim = 0.0;                // dB that the sound lies above a guitar's own level
   bool automaticTrim = false;       // `trim` from the sound's own peak instead
+  bool advisesTrim = false;         // tell of sounds that want a trim
   std::optional<double> normalize;  // dBFS of the result's peak
   std::optional<double> tail;       // seconds; nothing: as long as it is heard
   bool replace = false;             // an output that exists
@@ -35,6 +36,8 @@ struct RenderResult {
   std::int64_t clipped = 0;
   double trim = 0.0;  // dB, as used
   std::string note;   // what the reader should know, if anything
+  // dB that the sound lies above a guitar's own level, where that is far and settings.advisesTrim; else 0
+  double missingTrim = 0.0;
 
   double seconds() const noexcept { return static_cast<double>(frames) / rate; }
 };

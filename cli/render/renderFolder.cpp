@@ -83,6 +83,12 @@ class Batch {
                   directory_.c_str(), seconds_, secondsTaken, seconds_ / std::max(secondsTaken, 1e-6));
       if (skipped_ > 0) std::printf(", %zu existed already", skipped_.load());
       std::puts(clippingText(clipped_, settings_).c_str());
+      if (hot_ > 0) {
+        std::fprintf(stderr,
+                     "brumbler: note: %zu of %zu recordings lie far above a guitar's own level, so the fuzz is quieter "
+                     "than they are; --trim auto makes up for it\n",
+                     hot_, done);
+      }
     }
     if (failed_ > 0) throw Failure(std::to_string(failed_) + " of " + std::to_string(files_.size()) + " files failed");
   }
@@ -96,6 +102,7 @@ class Batch {
     }
     const std::lock_guard guard(mutex_);
     seconds_ += result.seconds();
+    if (result.missingTrim > 0.0) ++hot_;
     clipped_ += result.clipped;
   }
 
@@ -114,6 +121,7 @@ class Batch {
   std::atomic<std::size_t> failed_{0};
   std::atomic<std::size_t> skipped_{0};
   std::mutex mutex_;
+  std::size_t hot_ = 0;  // recordings that want a trim
   double seconds_ = 0.0;
   std::int64_t clipped_ = 0;
 };
