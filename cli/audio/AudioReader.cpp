@@ -82,6 +82,23 @@ std::int64_t announcedBytes(SNDFILE* file, int container) {
   return is64 || bytes < kUnknownLengthBytes ? bytes : 0;
 }
 
+// What to tell of a sound that the library does not take.
+std::string whyUnreadable(const std::string& path, bool isFile, bool isEmpty) {
+  if (isEmpty) return "the file is empty; choose one that holds a sound";
+  std::string reason = sf_strerror(nullptr);
+  while (!reason.empty() && reason.back() == '.') reason.pop_back();
+  const std::string text = "cannot be read as sound (" + reason + "); ";
+  if (!isFile) return text + "a stream is WAV or AU, or say what it holds with --raw";
+  return text + "other formats come through ffmpeg: ffmpeg -i " + path +
+         " -f wav - | brumbler render - OUT.wav; samples without a header need --raw";
+}
+
+// Whether a stream goes on behind its header, which has been read. Takes a byte of it.
+bool isMoreToRead(int descriptor) {
+  char byte = 0;
+  return read(descriptor, &byte, 1) == 1;
+}
+
 }  // namespace
 
 AudioReader::AudioReader(const std::string& path, const std::optional<AudioFormat>& raw)
@@ -104,10 +121,7 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   }
   file_.reset(sf_open_fd(descriptor, SFM_READ, &info, path != "-" ? SF_TRUE : SF_FALSE));
   if (file_ == nullptr) {
-    const bool empty = S_ISREG(status.st_mode) && status.st_size == 0;
-    throw Failure(name_ + ": is no sound that can be read (" + (empty ? "the file is empty" : sf_strerror(nullptr)) +
-                  "); give a WAV, FLAC, AIFF, Ogg or MP3 file" + (rereadable_ ? "" : ", or WAV or AU in a stream") +
-                  ", or say what it holds with --raw");
+    throw Failure(name_ + ": " + whyUnreadable(path, rereadable_, rereadable_ && status.st_size == 0));
   }
   info_ = info;
   format_ = {info.samplerate, info.channels, info.format};
@@ -115,6 +129,11 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
                      (info.seekable != 0 || (!raw && info.frames < kUnknownLengthBytes / bytesPerFrame(format_)));
   if (!known) return;
   frames_ = info.frames;
+  if (info.frames == 0 && !rereadable_ && isMoreToRead(descriptor)) {
+    throw Failure(name_ +
+                  ": its header gives a length of 0, but more follows; have it written with an open length, as "
+                  "sox and ffmpeg do, or say what it holds with --raw");
+  }
   if (raw || !isLinear(info.format)) return;
   const std::int64_t announced = announcedBytes(file_.get(), format_.container());
   // Some count a header in.

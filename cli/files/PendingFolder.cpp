@@ -26,7 +26,7 @@ PendingFolder::PendingFolder(const std::string& path) {
   }
   if (fs::is_directory(path, error)) return;
   removeEmpty();
-  throw Failure(path + ": " + (reason == 0 ? "is no folder" : "cannot be made (" + systemError(reason) + ")") +
+  throw Failure(path + ": " + (reason == 0 ? "is not a folder" : "cannot be made (" + systemError(reason) + ")") +
                 "; choose another folder");
 }
 

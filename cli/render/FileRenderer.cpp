@@ -91,7 +91,7 @@ int FileRenderer::effectRate(const AudioReader& reader) const {
   const int rate = reader.format().rate;
   if (!settings_.nativeRate) return std::abs(rate - 44100) <= std::abs(rate - 48000) ? 44100 : 48000;
   if (rate >= kSlowestRate) return rate;
-  throw Failure(reader.name() + ": the effect cannot run at " + std::to_string(rate) + " Hz; leave --rate native away");
+  throw Failure(reader.name() + ": the effect cannot run at " + std::to_string(rate) + " Hz; remove --rate native");
 }
 
 double FileRenderer::trimFor(const std::string& in) const {

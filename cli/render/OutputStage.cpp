@@ -22,9 +22,9 @@ void OutputStage::write(std::span<double> samples) {
   if (!std::isfinite(peak)) {
     const auto bad = std::find_if_not(samples.begin(), samples.end(), [](double x) { return std::isfinite(x); });
     const auto frame = received_ + (bad - samples.begin()) / static_cast<std::ptrdiff_t>(channels_);
-    throw Failure("the effect's answer is no number any more after " +
+    throw Failure("the effect's output stopped being a number after " +
                   std::to_string(static_cast<double>(frame) / rate_) +
-                  " s; the sound is far too loud, lower it or use --trim");
+                  " s; the input is far too loud; turn it down, or use --trim");
   }
   const auto frames = static_cast<std::int64_t>(samples.size() / channels_);
   const std::int64_t ofSound = std::clamp<std::int64_t>(soundLength_ - received_, 0, frames);

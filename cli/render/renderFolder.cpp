@@ -30,7 +30,7 @@ void checkList(const std::vector<std::string>& files, const std::string& directo
   std::map<std::string, std::string> byTarget;
   std::error_code error;
   for (const std::string& file : files) {
-    if (file == "-") throw Failure("--out-dir takes files, not a stream; leave - away", Failure::usage);
+    if (file == "-") throw Failure("--out-dir takes files, not a stream; remove the -", Failure::usage);
     const std::string to = target(file, directory, settings);
     const auto [other, isNew] = byTarget.emplace(to, file);
     if (!isNew) {

@@ -93,6 +93,10 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
   CommandLine cli;
   cli.write("in.wav", guitar(44100, 1, 2000));
   cli.write("slow.wav", guitar(8000, 1, 2000));
+  cli.write("zero.wav", guitar(44100, 1, 2000));
+  std::fstream zero(cli.folder / "zero.wav", std::ios::in | std::ios::out | std::ios::binary);
+  const std::string header = std::string(std::istreambuf_iterator<char>(zero), {}).substr(0, 1000);
+  zero.seekp(static_cast<std::streamoff>(header.find("data") + 4)).write("\0\0\0", 4).flush();
   fs::create_symlink("in.wav", cli.folder / "link.wav");
   const struct {
     const char *name, *content;
@@ -122,6 +126,8 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"render in.wav", 2, "IN and OUT"},
       {"render none.wav o.wav", 1, "none.wav"},
       {"render text.wav o.wav", 1, "text.wav"},
+      {"render text.wav o.wav", 1, "ffmpeg -i text.wav -f wav - | brumbler render - OUT.wav"},
+      {"render - o.wav < zero.wav", 1, "length of 0, but more follows"},
       {"render empty.wav o.wav", 1, "is empty"},
       {"render . o.wav", 1, "folder"},
       {"render in.wav o.xyz", 2, ".flac"},
@@ -299,6 +305,14 @@ TEST_CASE("levels and tails") {
   const std::vector<double> loud = render(cli, "hot.wav --normalize -6 --trim auto --tail 0.5");
   CHECK(loud.size() == 5000 + 22050);
   CHECK(largestDifference(loud, std::vector<double>(loud.size())) == doctest::Approx(0.501187).epsilon(1e-5));
+
+  // The first try: a hot recording as it is.
+  CHECK((cli.run("render hot.wav h.wav") == 0 && cli.errText.find("--trim 18, or --trim auto") != std::string::npos));
+  CHECK((cli.run("render hot.wav in.wav --out-dir hot") == 0 && cli.errText.find("1 of 2") != std::string::npos));
+  for (const char* const known : {"in.wav", "hot.wav --trim 0", "hot.wav --off", "hot.wav --preset soft-edge"}) {
+    render(cli, known);
+    CHECK(cli.errText.empty());
+  }
 
   const std::vector<double> heard = render(cli, "hot.wav --trim 20");
   CHECK((heard.size() > 5000 && heard.size() < 5000 + 44100));
