@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/audio/automaticTrim.h"
 #include "cli/riff/Riff.h"
+#include "cli/riff/automaticTrim.h"
 #include "web/Player.h"
 
 #define EXPORT(name) extern "C" __attribute__((export_name(#name)))

@@ -10,9 +10,8 @@
 
 #include "catalog/catalog.h"
 #include "cli/effect/Bank.h"
-#include "cli/audio/automaticTrim.h"
-#include "cli/render/RenderSettings.h"
 #include "cli/render/Tail.h"
+#include "cli/riff/automaticTrim.h"
 #include "dsp/SwitchFader.h"
 #include "effect/Brumbler.h"
 
