@@ -13,7 +13,7 @@
 #include <cstring>
 #include <sstream>
 
-#include "cli/audio/samples.h"
+#include "cli/samples/samples.h"
 #include "cli/text/Failure.h"
 
 namespace {

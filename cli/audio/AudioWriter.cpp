@@ -7,7 +7,7 @@
 #include <cerrno>
 #include <cmath>
 
-#include "cli/audio/samples.h"
+#include "cli/samples/samples.h"
 #include "cli/text/Failure.h"
 
 namespace {

@@ -5,8 +5,8 @@
 #include <cmath>
 #include <string>
 
-#include "cli/audio/samples.h"
 #include "cli/render/WriteBehind.h"
+#include "cli/samples/samples.h"
 #include "cli/text/Failure.h"
 
 OutputStage::OutputStage(WriteBehind* writer, int rate, int channels, double gain, std::optional<double> tailSeconds)

@@ -8,8 +8,8 @@
 #include <limits>
 #include <memory>
 
-#include "cli/audio/samples.h"
 #include "cli/render/Tail.h"
+#include "cli/samples/samples.h"
 #include "tests/cli/CommandLine.h"
 #include "tests/cli/Sounds.h"
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/audio/samples.h"
+#include "cli/samples/samples.h"
 
 #include <algorithm>
 #include <cmath>

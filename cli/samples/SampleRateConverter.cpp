@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/audio/SampleRateConverter.h"
+#include "cli/samples/SampleRateConverter.h"
 
 #include <soxr.h>
 
