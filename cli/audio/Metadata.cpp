@@ -203,7 +203,7 @@ void Metadata::readPicturesAndTags(const std::string& path, const SF_INFO& info)
   std::ifstream stream(path, std::ios::binary);
   stream.read(head.data(), static_cast<std::streamsize>(head.size()));
   head.resize(static_cast<std::size_t>(stream.gcount()));
-  const auto byte = [&head](std::size_t at) { return static_cast<unsigned char>(head[at]); };
+  const auto byte = [&head](std::size_t at) -> unsigned { return static_cast<unsigned char>(head[at]); };
 
   std::vector<std::string> tags;
   if (container == SF_FORMAT_MPEG) {

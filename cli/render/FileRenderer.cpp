@@ -64,7 +64,8 @@ class Chain {
 // In frames: large ones, because each has its costs, except of a stream, which should come out as it comes in.
 int pieceLength(const AudioReader& reader, int block) {
   constexpr int kPieceSamples = 1 << 15;
-  return reader.isRereadable() ? std::max(kPieceSamples / reader.format().channels, 1) : block;
+  constexpr int kStreamFrames = 512;
+  return reader.isRereadable() ? std::max(kPieceSamples / reader.format().channels, 1) : std::max(block, kStreamFrames);
 }
 
 }  // namespace
