@@ -4,40 +4,16 @@
 #include <algorithm>
 #include <cmath>
 #include <memory>
-#include <mutex>
-#include <random>
 #include <utility>
 
 #include "bench/allocatedBytes.h"
+#include "bench/subjects.h"
 #include "dsp/SignalPath.h"
 #include "dsp/laneCount.h"
-#include "effect/Brumbler.h"
-#include "effect/RecursiveMutex.h"
-#include "host/HostedEffect.h"
-#include "tests/PlainChain.h"
 
 namespace {
 
-constexpr int kLongest = 4096;  // samples of a block
-constexpr int kSlice = 1024;    // samples that one run works on, at least
-
-// The effect, used through its record.
-class Instance : public HostedEffect {
- public:
-  explicit Instance(int blockSize = kLongest) : HostedEffect(getinterface, 44100, blockSize) {}
-};
-
-// The plain chain in the same frame: the effect's kind of lock and flush-to-zero around every block. Called, as the
-// effect is: as part of the loop that times it, a block of one took 75 ns or 120, by where the code came to lie.
-struct LockedPlainChain {
-  LockedPlainChain() { chain.setUp(44100.0); }
-  [[gnu::noinline]] void process(double* in, double* out, int n) {
-    const std::lock_guard guard(lock);
-    chain.process(in, out, n);
-  }
-  RecursiveMutex lock;
-  PlainChain chain;
-};
+constexpr int kSlice = 1024;  // samples that one run works on, at least
 
 // What no exact rewriting shortens: the recurrences of the two oversampling lowpasses, four steps a sample.
 struct Floor {
@@ -85,7 +61,7 @@ struct Stages {
   void post(double* in, double* out, int n) { cascade<8>(in, out, n, std::make_index_sequence<8>()); }
 
   void clip(double* in, double* out, int n) {
-    ClipStage stage(Floor::kA, Floor::kB, histories, ClipCurve(Brumbler::clip[0], 0.0035, -0.0028, 190.0));
+    ClipStage stage(Floor::kA, Floor::kB, histories, ClipCurve<double>(Brumbler::clip[0], 0.0035, -0.0028, 190.0));
     stage.enter(0);
     stage.enter(1);
     for (int i = 0; i < n; ++i) {
@@ -139,13 +115,6 @@ std::vector<double> signal(int length, const Sample& sample) {
   std::vector<double> samples(static_cast<std::size_t>(length));
   for (int i = 0; i < length; ++i) samples[static_cast<std::size_t>(i)] = sample(i);
   return samples;
-}
-
-// Uniform noise. At 0.3 it clips in the stage; 16384 samples of it read the curve all over.
-std::vector<double> noise(double level, int length = 16384) {
-  std::mt19937 random(1);
-  std::uniform_real_distribution<double> uniform(-level, level);
-  return signal(length, [&](int) { return uniform(random); });
 }
 
 // A measurement of process(in, out, n) in a walk of its own.

@@ -16,4 +16,5 @@ void Brumbler::setGain() {
   fuzzPeak->FDexcute(&peak);
   filterPrm_tag highpass{FT_HPF_Q, ((-31.02 * F) + 73.9) * F + 10.0, 0.0, 0.0, 0.5 * F + 0.05, 0.0, curSampleRate};
   fuzzHighpass->FDexcute(&highpass);
+  stages->curve = clipCurve();
 }

@@ -2,6 +2,7 @@
 // The audio path: joins the effect's parameters, cross-fade and filters to the stages of the signal path, block by
 // block.
 #include <algorithm>
+#include <cfloat>
 #include <cmath>
 #include <cstring>
 
@@ -30,7 +31,7 @@ constexpr double kLeastHistory = 1e-200;
 
 constexpr int32 kLookInterval = 64;  // samples, at least, between two looks at all histories
 
-bool isSoundVolume(float volume) noexcept { return volume >= kLeastVolume && std::isfinite(volume); }
+bool isSoundVolume(float volume) noexcept { return volume >= kLeastVolume && volume <= FLT_MAX; }
 bool isSoundFuzz(float fuzz) noexcept { return std::fabs(fuzz) <= kLargestFuzz; }
 
 }  // namespace
@@ -51,31 +52,38 @@ void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 s
     switchFader->lastSwitch = onOff;
     firstBlock = false;
   }
-  switchFader->run(length, onOff, gainBuffer);
   const VolumeGlide glide{lastVolume, length > 1 ? (volume - lastVolume) * (1.0 / (length - 1)) : 0.0};
+  const bool rests = glide.step == 0.0 && switchFader->rests(onOff);
+  if (!rests) switchFader->run(length, onOff, gainBuffer);
   if (fuzz != lastFuzz) setGain();
-  const bool good =
-      (length == 0 || processBlock(inputs[0], outputs[0], length, glide)) && isSoundVolume(volume) && isSoundFuzz(fuzz);
+  bool good = isSoundVolume(volume) && isSoundFuzz(fuzz);
+  if (length > 0) {
+    stages->setVolume(glide.start);
+    const Mixer mixer{inputs[0], outputs[0], glide, outputGain, rests, onOff == 1.0F, switchFader->switchBuf,
+                      gainBuffer};
+    good &= runBlock(*stages, mixer, length);
+  }
   lastVolume = volume;
   lastFuzz = fuzz;
   if (!good || (lookIsDue(length) && !historiesAreGood())) forgetBlock();
 }
 
-// `length` at least 1. `in` and `out` may be the same. False when something passed that must not stay.
-bool Brumbler::processBlock(const double* in, double* out, int length, VolumeGlide glide) {
-  const SignalStages stages{
+// After a set-up. The filters stay where they are, whatever their design; setGain() brings the curve up to date.
+void Brumbler::joinStages() {
+  stages.emplace(SignalStages{
       {fuzzPeak, adjustFilters[0], adjustFilters[1]},
       ovsA,
       ovsB,
       ovsState,
-      ClipCurve(clip[0], clipThrPos, clipThrNeg, clipDrive),
+      clipCurve(),
       clipOutGain,
       toneK,
       toneZ1,
       toneZ2,
-      {lowPeak, fuzzHighpass, revFilters[0], revFilters[1], revFilters[2], revFilters[3], revFilters[4], dcBlock}};
-  return runBlock(stages, Mixer{switchFader->switchBuf, gainBuffer, in, out, glide, outputGain}, length);
+      {lowPeak, fuzzHighpass, revFilters[0], revFilters[1], revFilters[2], revFilters[3], revFilters[4], dcBlock}});
 }
+
+ClipCurve<double> Brumbler::clipCurve() const noexcept { return {clip[0], clipThrPos, clipThrNeg, clipDrive}; }
 
 // Whether a look at the histories is due after `length` more samples. Counts down: no length is too long for it.
 bool Brumbler::lookIsDue(int32 length) noexcept {

@@ -143,8 +143,10 @@ bool Brumbler::buildProcessing() {
   const bool complete = fuzzTaper != nullptr && adjustFilters != nullptr && revFilters != nullptr &&
                         fuzzPeak != nullptr && fuzzHighpass != nullptr && lowPeak != nullptr && dcBlock != nullptr &&
                         switchFader != nullptr;
-  if (complete) growWorkBuffers(loadShared(blockSize));  // no storage for so much: shorter blocks may still play
-  return complete;
+  if (!complete) return false;
+  joinStages();
+  growWorkBuffers(loadShared(blockSize));  // no storage for so much: shorter blocks may still play
+  return true;
 }
 
 // Tolerates whatever is missing.

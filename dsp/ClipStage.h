@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <algorithm>
-
-#include "dsp/Clipper.h"
+#include "dsp/ClipCurve.h"
 #include "dsp/Lanes.h"
 
 // The lowpass of the oversampling, fifth order in transposed direct form II: y = sum b[k] x[n-k] + sum a[k] y[n-k]. The
@@ -87,58 +85,6 @@ struct OversamplingFilter {
   }
 };
 
-// Clamp, drive, clamp to the curve's range and read, for two interpolated samples at once.
-//
-// From the interpolated sample to the position in the table every operation is monotone, rounding and flush-to-zero
-// included, so the clamps act as well on the position: the same double, and one pair of bounds for two clamps. In the
-// form in which they stand a not-a-number ends at a bound too: no read ever leaves the table.
-class ClipCurve {
- public:
-  // Samples are clamped to `lower` .. `upper`, then multiplied by `drive`. Any values do.
-  ClipCurve(const Clipper& table, double upper, double lower, double drive) noexcept
-      : table_(&table), drive_(bothLanes(drive)), center_(bothLanes(table.center)) {
-    const double atUpper = positionOf(upper * drive);
-    const double atLower = positionOf(lower * drive);
-    lowest_ = bothLanes(std::min(atUpper, atLower));
-    highest_ = bothLanes(std::max(atUpper, atLower));
-  }
-
-  // Where between two entries of the table each of two samples stands.
-  struct Spot {
-    int first, second;  // the entries below
-    Lanes fraction;     // 0 to 1, from there to the next ones
-  };
-
-  Spot locate(Lanes sample) const noexcept {
-    Lanes position = center_ + (sample * drive_) * center_;
-    position = position < highest_ ? position : highest_;
-    position = position > lowest_ ? position : lowest_;
-    const int first = static_cast<int>(position[0]);
-    const int second = static_cast<int>(position[1]);
-    return {first, second, position - Lanes{static_cast<double>(first), static_cast<double>(second)}};
-  }
-
-  Lanes read(const Spot& spot) const noexcept {
-    const Lanes firstPair = table_->entries(spot.first);
-    const Lanes secondPair = table_->entries(spot.second);
-    const Lanes left = lowLanes(firstPair, secondPair);
-    const Lanes right = highLanes(firstPair, secondPair);
-    return (right - left) * spot.fraction + left;
-  }
-
-  Lanes operator()(Lanes sample) const noexcept { return read(locate(sample)); }
-
- private:
-  double positionOf(double w) const noexcept {
-    w = w < 1.0 ? w : 1.0;
-    w = w > -1.0 ? w : -1.0;
-    return table_->center + w * table_->center;
-  }
-
-  const Clipper* table_;
-  Lanes drive_, center_, lowest_, highest_;
-};
-
 // The saturating stage, at four times the sample rate: the interpolating lowpass, the clip curve, the decimating
 // lowpass.
 //
@@ -152,7 +98,8 @@ class ClipStage {
   static constexpr int kDelay = 2;  // steps from the interpolating to the decimating lowpass
 
   // `a`, `b`: the lowpass. `histories`: five values for each of the two, a sixth that stays 0.
-  ClipStage(const double (&a)[5], const double (&b)[6], double (&histories)[2][6], const ClipCurve& curve) noexcept
+  ClipStage(const double (&a)[5], const double (&b)[6], double (&histories)[2][6],
+            const ClipCurve<double>& curve) noexcept
       : histories_(&histories), curve_(curve), filter_(a, b) {}
 
   void enter(int lane) noexcept { filter_.loadLane(lane, (*histories_)[lane]); }
@@ -194,10 +141,10 @@ class ClipStage {
 
  private:
   double (*histories_)[2][6];
-  ClipCurve curve_;
+  ClipCurve<Lanes> curve_;
   OversamplingFilter<Lanes> filter_;
   Lanes interpolated_[2] = {};  // four sub-samples, in the order of time
-  ClipCurve::Spot spots_[2] = {};
+  ClipCurve<Lanes>::Spot spots_[2] = {};
   Lanes clipped_[2] = {};
   double output_ = 0.0;
 };

@@ -22,6 +22,16 @@ void IIRFilter::refresh() noexcept {
   z2 = 0.0;
 }
 
+void IIRFilter::run(double* samples, int length) noexcept {
+  double c[5];
+  std::copy(std::begin(coef), std::end(coef), c);
+  double h1 = z1;
+  double h2 = z2;
+  for (int i = 0; i < length; ++i) samples[i] = twoHistories(c, h1, h2, samples[i]);
+  z1 = h1;
+  z2 = h2;
+}
+
 void IIRFilter::setBiquad(double b0, double b1, double b2, double c0, double c1) noexcept {
   coef[0] = c0;
   coef[1] = c1;

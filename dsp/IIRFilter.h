@@ -46,7 +46,12 @@ class IIRFilter {
   // Designs the section anew. The history stays unless the type changes.
   void FDexcute(filterPrm_tag* parameters) noexcept;
 
-  // Filters the sample at `sample`.
+  // What the section makes of one sample, or of `length` in place; in the two-history form alone, which every type of
+  // FilterType has.
+  double step(double x) noexcept { return twoHistories(coef, z1, z2, x); }
+  void run(double* samples, int length) noexcept;
+
+  // Filters the sample at `sample`, in either form.
   void iirProcessing(double* sample) noexcept { filter(coef, sample); }
 
   // Designs anew, and glides there over `samples` calls of ipIirProcessing, each coefficient in a straight line. Fewer
@@ -75,15 +80,17 @@ class IIRFilter {
   void filter(const double (&c)[5], double* sample) noexcept {
     const double x = *sample;
     if (biquad != 0) {
-      const double y = c[2] * x + z1;
-      z1 = (c[3] * x + z2) + c[0] * y;
-      z2 = c[4] * x + c[1] * y;
-      *sample = y;
+      *sample = twoHistories(c, z1, z2, x);
     } else {
-      const double y = c[2] * z1 + c[0] * x;
-      z1 = y;
-      *sample = y;
+      *sample = z1 = c[2] * z1 + c[0] * x;
     }
+  }
+
+  static double twoHistories(const double (&c)[5], double& z1, double& z2, double x) noexcept {
+    const double y = c[2] * x + z1;
+    z1 = (c[3] * x + z2) + c[0] * y;
+    z2 = c[4] * x + c[1] * y;
+    return y;
   }
 
   void setBiquad(double b0, double b1, double b2, double c0, double c1) noexcept;

@@ -13,22 +13,21 @@ constexpr double kLargestSample = 1e36;
 // processors a hundred cycles each.
 class Intake {
  public:
-  // `count` samples, 1 or 2, as loadLanes().
-  template <int count>
-  [[gnu::always_inline]] Lanes take(const double* in) noexcept {
-    const Lanes samples = withoutDenormals(loadLanes<count>(in));
-    sum_ += magnitudes(samples);
+  // One sample (T double), or two (Lanes).
+  template <typename T>
+  [[gnu::always_inline]] T take(const double* in) noexcept {
+    const T samples = withoutDenormals(load<T>(in));
+    sum_.add(magnitudes(samples));
     return samples;
   }
-
   // `length` samples, to `piece`.
   [[gnu::always_inline]] void take(const double* in, int length, double* piece) noexcept {
-    forEachPair(0, length, [&]<int count>(int i) { storeLanes<count>(piece + i, take<count>(in + i)); });
+    forEachLanes(0, length, [&]<typename T>(int i) { store<T>(piece + i, take<T>(in + i)); });
   }
 
   // Whether all were sound.
-  bool good() const noexcept { return sum_[0] + sum_[1] <= kLargestSample; }  // false for not-a-numbers
+  bool good() const noexcept { return sum_.total() <= kLargestSample; }  // false for not-a-numbers
 
  private:
-  Lanes sum_ = {0.0, 0.0};
+  LaneSum sum_;
 };

@@ -6,45 +6,63 @@
 #include "dsp/Lanes.h"
 #include "dsp/VolumeGlide.h"
 
-// Where the switch value is 1 the effect signal, elsewhere the dry input, each times the fade's gain. An effect sample
-// that is not finite becomes 0. `out` may be `dry`.
+// Puts a block out: the effect signal at VOLUME or the dry input, each times the fade's gain. An effect sample that is
+// not finite becomes 0.
 struct Mixer {
-  const float* switchValues;
-  const double* gains;
   const double* dry;
-  double* out;
+  double* out;  // may be `dry`
   VolumeGlide volume;
   double outputGain;
+  bool rests;                 // nothing fades and VOLUME stands: two products a sample
+  bool on;                    // whether the effect signal plays, at rest
+  const float* switchValues;  // else it plays where the value is 1,
+  const double* gains;        // each sample with a gain of its own
 
   // Writes the samples from `first` up to `end`, whose effect signal is effect[0] onwards. False when one was not
   // finite.
   [[gnu::always_inline]] bool run(const double* effect, int first, int end) const noexcept {
-    Lanes sum = {0.0, 0.0};
-    Lanes counter = {static_cast<double>(first), first + 1.0};
-    forEachPair(first, end, [&]<int count>(int i) {
-      sum += mix<count>(loadLanes<count>(effect + (i - first)), i, counter);
-      counter += 2.0;
-    });
-    return settle(sum, first, end);
+    LaneSum sum;
+    if (rests) {
+      forEachLanes(first, end, [&]<typename T>(int i) { sum.add(rest<T>(load<T>(effect + (i - first)), i)); });
+    } else {
+      forEachLanes(first, end, [&]<typename T>(int i) { sum.add(mix<T>(load<T>(effect + (i - first)), i)); });
+    }
+    return settle(sum.total(), first, end);
   }
 
-  // Writes `count` samples from sample i on, which is counter[0]; returns their effect signal at its loudness.
-  template <int count>
-  [[gnu::always_inline]] Lanes mix(Lanes effect, int i, Lanes counter) const noexcept {
-    const Lanes gain = loadLanes<count>(gains + i);
-    const Lanes wet = ((gain * effect) * volume.at(counter)) * outputGain;
-    const Lanes through = gain * withoutDenormals(loadLanes<count>(dry + i));
-    const Lanes source = {switchValues[i], switchValues[i + count - 1]};
-    storeLanes<count>(out + i, source == bothLanes(1.0) ? wet : through);
+  // Writes sample i; returns its effect signal at its loudness, of which settle() wants the sum.
+  [[gnu::always_inline]] double put(double effect, int i) const noexcept {
+    return rests ? rest(effect, i) : mix(effect, i);
+  }
+
+  // `sum` over the samples from `first` up to `end`, which are written. False when one was not finite.
+  [[gnu::always_inline]] bool settle(double sum, int first, int end) const noexcept {
+    if (std::isfinite(sum)) return true;
+    for (int i = first; i < end; ++i) {
+      if ((rests ? on : switchValues[i] == 1.0F) && !std::isfinite(out[i])) out[i] = 0.0;
+    }
+    return false;
+  }
+
+ private:
+  template <typename T>
+  [[gnu::always_inline]] T rest(T effect, int i) const noexcept {
+    const T wet = (effect * volume.start) * outputGain;
+    store<T>(out + i, on ? wet : withoutDenormals(load<T>(dry + i)));
     return wet;
   }
 
-  // `sum` of what mix() returned for the samples from `first` up to `end`.
-  [[gnu::always_inline]] bool settle(Lanes sum, int first, int end) const noexcept {
-    if (std::isfinite(sum[0] + sum[1])) return true;
-    for (int i = first; i < end; ++i) {
-      if (switchValues[i] == 1.0F && !std::isfinite(out[i])) out[i] = 0.0;
+  template <typename T>
+  [[gnu::always_inline]] T mix(T effect, int i) const noexcept {
+    const T gain = load<T>(gains + i);
+    const T wet = ((gain * effect) * volume.at(counted<T>(i))) * outputGain;
+    const T through = gain * withoutDenormals(load<T>(dry + i));
+    if constexpr (std::is_same_v<T, Lanes>) {
+      const Lanes source = {switchValues[i], switchValues[i + 1]};
+      store<T>(out + i, source == bothLanes(1.0) ? wet : through);
+    } else {
+      store<T>(out + i, switchValues[i] == 1.0F ? wet : through);
     }
-    return false;
+    return wet;
   }
 };

@@ -3,27 +3,13 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <type_traits>
 
 #include "dsp/ClipStage.h"
 #include "dsp/SectionLanes.h"
+#include "dsp/SignalStages.h"
 #include "dsp/ToneStage.h"
 #include "dsp/VolumeGlide.h"
-
-// The stages of the signal path, as the effect owns them, for one block:
-//
-//   pre: fuzzPeak, adjust 0, adjust 1 -> clip stage (4x) -> lowPeak -> tone -> post: fuzzHighpass, rev 0 .. 4, dcBlock
-struct SignalStages {
-  IIRFilter* pre[3];
-  const double (&ovsA)[5];
-  const double (&ovsB)[6];
-  double (&ovsState)[2][6];
-  ClipCurve curve;
-  double clipOutGain;
-  double toneK;
-  double& toneZ1;
-  double& toneZ2;
-  IIRFilter* post[8];  // lowPeak first
-};
 
 // Counts the steps of a block, which end behind its last sample: the longest block has 2^31 - 1.
 using Step = std::int64_t;
@@ -54,6 +40,7 @@ class SignalPath {
         clip_(stages.ovsA, stages.ovsB, stages.ovsState, stages.curve),
         clipOutGain_(stages.clipOutGain),
         toneK_(stages.toneK),
+        toneAtRest_(stages.tone),
         tone_(stages.toneZ1, stages.toneZ2),
         post_(stages.post),
         volume_(volume),
@@ -62,7 +49,7 @@ class SignalPath {
   // Runs the steps from `first` up to `end`, of blockLength + kDelay in all. `steps` holds for each the sample that
   // comes in (anything for the last kDelay) and is given the output for the sample kDelay before.
   void run(double* steps, Step first, Step end) noexcept {
-    const auto atRest = ToneCoefficients<double>::forVolume(toneK_, volume_.start);
+    const ToneCoefficients<double> atRest = toneAtRest_;
     Step n = first;
     const auto runEdge = [&](Step until) {
       for (; n < until; ++n) {
@@ -72,23 +59,26 @@ class SignalPath {
       }
     };
     runEdge(std::min<Step>(end, kDelay + 1));
-    // In between nothing comes or goes. A copy that nobody else sees stays in registers: the clip stage's alone, whose
-    // recurrences set the pace. With copies of all, there are too few registers, and these are the first to suffer.
+    // In between nothing comes or goes. A copy that nobody else sees stays in registers: the clip stage's, whose
+    // recurrences set the pace. With copies of all, there are too few registers, and these are the first to suffer; for
+    // the tone stage's there is room in 32, and beside sections four to a vector.
     const Step innerEnd = std::min<Step>(end, blockLength_ - 1);
     if (n < innerEnd) {
       ClipStage clip = clip_;
+      std::conditional_t<kManyRegisters || width == 4, ToneStage, ToneStage&> tone = tone_;
       if (volume_.step == 0.0) {
-        for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], atRest);
+        for (; n < innerEnd; ++n) steps[n - first] = step(clip, tone, steps[n - first], atRest);
       } else {
         for (; n + 1 < innerEnd; n += 2) {
           const auto sample = static_cast<double>(n - kTone);
           const auto both = ToneCoefficients<Lanes>::forVolume(toneK_, volume_.at(Lanes{sample, sample + 1.0}));
-          steps[n - first] = step(clip, steps[n - first], both.lane(0));
-          steps[n + 1 - first] = step(clip, steps[n + 1 - first], both.lane(1));
+          steps[n - first] = step(clip, tone, steps[n - first], both.lane(0));
+          steps[n + 1 - first] = step(clip, tone, steps[n + 1 - first], both.lane(1));
         }
-        for (; n < innerEnd; ++n) steps[n - first] = step(clip, steps[n - first], toneAt(n));
+        for (; n < innerEnd; ++n) steps[n - first] = step(clip, tone, steps[n - first], toneAt(n));
       }
       clip_ = clip;
+      tone_ = tone;
     }
     runEdge(end);
   }
@@ -118,10 +108,11 @@ class SignalPath {
   // Each stage works on what the others made of their samples in the last step, `post` also on this step's. The parts
   // stand in the order in which the processor can begin with them: it looks ahead by less than a step, so what waits
   // for the recurrences has to stand among what does not.
-  [[gnu::always_inline]] double step(ClipStage& clip, double sample, const ToneCoefficients<double>& tone) noexcept {
+  [[gnu::always_inline]] double step(ClipStage& clip, ToneStage& tone, double sample,
+                                     const ToneCoefficients<double>& coefficients) noexcept {
     clip.lowpass<0>(pre_.output(2));
     const double decimated = clip.output() * clipOutGain_;
-    const double toned = tone_.output();
+    const double toned = tone.output();
     pre_.template stepVector<0>(sample, pre_.output(0));
     pre_.template stepVector<1>();
     clip.lowpass<1>();
@@ -130,7 +121,7 @@ class SignalPath {
     clip.lowpass<2>();
     clip.clip<0>();
     post_.template stepVector<1>();
-    tone_.step(post_.output(0), tone);
+    tone.step(post_.output(0), coefficients);
     post_.template stepVector<2>();
     clip.lowpass<3>();
     post_.template stepVector<3>();
@@ -153,46 +144,9 @@ class SignalPath {
   ClipStage clip_;
   double clipOutGain_;
   double toneK_;
+  ToneCoefficients<double> toneAtRest_;
   ToneStage tone_;
   PostLanes post_;  // behind lowPeak stands the tone stage
   VolumeGlide volume_;
   int blockLength_;
 };
-
-// One sample through one stage after the other: nothing to open or close. Not inlined: what a loop around it would keep
-// in registers has to be loaded and stored all the same for one or two samples, and made them an eighth slower.
-[[gnu::noinline]] inline double runSample(const SignalStages& stages, const ToneCoefficients<double>& coefficients,
-                                          double x) noexcept {
-  for (IIRFilter* section : stages.pre) section->iirProcessing(&x);
-  OversamplingFilter<double> interpolator(stages.ovsA, stages.ovsB);
-  interpolator.load(stages.ovsState[0]);
-  const double y0 = interpolator.step(x * 4.0);
-  // The first sub-sample alone: all that follows waits for it.
-  const Lanes v0 = stages.curve(bothLanes(y0));
-  OversamplingFilter<double> decimator(stages.ovsA, stages.ovsB);
-  decimator.load(stages.ovsState[1]);
-  x = decimator.step(v0[0]) * stages.clipOutGain;
-  const double y1 = interpolator.stepWithoutInput();
-  const double y2 = interpolator.stepWithoutInput();
-  const double y3 = interpolator.stepWithoutInput();
-  interpolator.store(stages.ovsState[0]);
-  const Lanes v12 = stages.curve(Lanes{y1, y2});
-  const Lanes v3 = stages.curve(bothLanes(y3));
-
-  stages.post[0]->iirProcessing(&x);
-  ToneStage tone(stages.toneZ1, stages.toneZ2);
-  tone.enter();
-  tone.step(x, coefficients);
-  tone.leave();
-  x = tone.output();
-  for (int s = 1; s < 8; ++s) stages.post[s]->iirProcessing(&x);
-
-  decimator.step(v12[0]);  // these three are for the history alone
-  decimator.step(v12[1]);
-  decimator.step(v3[0]);
-  decimator.store(stages.ovsState[1]);
-  return x;
-}
-
-// From this many samples up the extra steps of SignalPath pay (bench/README.md); shorter blocks go through runSample.
-constexpr int kLongBlock = 8;

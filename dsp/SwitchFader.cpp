@@ -49,9 +49,7 @@ void SwitchFader::destroy(SwitchFader* fader) noexcept {
 bool SwitchFader::reserve(std::int32_t samples) noexcept { return growBuffer(switchBuf, bufLen, samples); }
 
 void SwitchFader::run(std::int32_t samples, float onOff, double* gain) noexcept {
-  // A not-a-number stays, too: it would start a fade in every block.
-  const bool stays = onOff == lastSwitch || (std::isnan(onOff) && std::isnan(lastSwitch));
-  if (!stays) state = kFadingOut;
+  if (!stays(onOff)) state = kFadingOut;
   lastSwitch = onOff;
 
   // The switch value of a fade-out stands for the setting that is being left.

@@ -30,7 +30,14 @@ struct SwitchFader {
   // Provides for blocks of up to `samples`; false when storage ran out, and what was there stays.
   bool reserve(std::int32_t samples) noexcept;
 
+  // Whether a block in which On/Off is `onOff` neither begins nor continues a fade.
+  bool rests(float onOff) const noexcept { return state == kIdle && stays(onOff); }
+
   // Fills gain[0 .. samples-1] and switchBuf for a block in which On/Off is `onOff`. A block of 0 samples still takes
   // note of a change.
   void run(std::int32_t samples, float onOff, double* gain) noexcept;
+
+ private:
+  // A not-a-number stays, too: it would start a fade in every block.
+  bool stays(float onOff) const noexcept { return onOff == lastSwitch || (onOff != onOff && lastSwitch != lastSwitch); }
 };

@@ -4,29 +4,60 @@
 #include <algorithm>
 
 #include "dsp/Intake.h"
+#include "dsp/StageByStage.h"
 #include "dsp/laneCount.h"
+#include "dsp/runSample.h"
 
 namespace {
 
 constexpr int kPiece = 256;  // samples that are worked on at once, on the stack
 
+// From this many samples up the forms for long blocks pay, by counted instructions and measured time (bench/README.md).
+#if defined(__aarch64__)
+constexpr int kLongBlock = 16;
+#else
+constexpr int kLongBlock = 8;
+#endif
+
 // For fewer than kLongBlock samples. A sample goes from end to end in registers: where everything waits for everything,
 // a way through memory made a block of one 5 % slower.
 bool runShort(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
   const VolumeGlide& volume = mixer.volume;
-  auto coefficients = ToneCoefficients<double>::forVolume(stages.toneK, volume.start);
+  ToneCoefficients<double> coefficients = stages.tone;
   Intake intake;
-  Lanes mixed = {0.0, 0.0};
+  double sum = 0.0;
   for (int i = 0; i < length; ++i) {
     if (i > 0 && volume.step != 0.0) {
       coefficients = ToneCoefficients<double>::forVolume(stages.toneK, volume.at<double>(i));
     }
-    const Lanes sample = intake.take<1>(mixer.dry + i);
-    const double effect = runSample(stages, coefficients, sample[0]);
-    mixed += mixer.mix<1>(Lanes{effect, 0.0}, i, bothLanes(i));
+    const double effect = runSample(stages, coefficients, intake.take<double>(mixer.dry + i));
+    sum += mixer.put(effect, i);
   }
-  return mixer.settle(mixed, 0, length) && intake.good();
+  return mixer.settle(sum, 0, length) && intake.good();
 }
+
+// The path's steps from `first` up to `end`.
+void run(SignalPath<2>& path, double* steps, Step first, Step end) noexcept { path.run(steps, first, end); }
+
+// Flattened, so that what it calls becomes part of it and AVX2 code. clang++ flattens one level; the rest of what it
+// calls, away from the inner loop, is code for any x86-64 there. So nothing of AVX2 is left for other processors to
+// stumble over.
+//
+// clang++ orders instructions for a processor of long ago unless told otherwise, with which four lanes were slower than
+// two; and as the opening and closing of the skew stay code for any x86-64, four pay only in longer blocks.
+#if defined(__x86_64__)
+#define BRUMBLER_FOUR_LANES
+#if defined(__clang__)
+constexpr int kFourLanesBlock = 128;
+[[gnu::target("avx2,tune=znver3"), gnu::flatten, gnu::noinline]]
+#else
+constexpr int kFourLanesBlock = 8;
+[[gnu::target("avx2"), gnu::flatten, gnu::noinline]]
+#endif
+void run(SignalPath<4>& path, double* steps, Step first, Step end) noexcept {
+  path.run(steps, first, end);
+}
+#endif
 
 // For any length, faster from kLongBlock samples up. The outputs come kDelay steps after the inputs; behind the last
 // input follow kDelay steps more.
@@ -45,22 +76,30 @@ bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcep
     intake.take(mixer.dry + std::min<Step>(first, length), inputs, piece);
     good &= intake.good();
     std::fill(piece + inputs, piece + count, 0.0);  // any number will do, but not a slow one
-    path.run(piece, first, end);
+    run(path, piece, first, end);
     const int skipped = static_cast<int>(std::max<Step>(kDelay - first, 0));
     good &= mixer.run(piece + skipped, static_cast<int>(first - kDelay) + skipped, static_cast<int>(end - kDelay));
   }
   return good;
 }
 
-// Flattened, so that all it calls becomes part of it and AVX2 code: nothing of that is left for other processors to
-// stumble over. clang++ flattens one level only; its builds stay with two lanes.
-#if defined(__x86_64__) && !defined(__clang__)
-#define BRUMBLER_FOUR_LANES
-[[gnu::target("avx2"), gnu::flatten]] bool runLongByFours(const SignalStages& stages, const Mixer& mixer,
-                                                          int length) noexcept {
-  return runLong<4>(stages, mixer, length);
+// The same on processors without vectors of doubles.
+[[maybe_unused]] bool runStageByStage(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
+  constexpr int kMost = StageByStage::kPiece;
+  StageByStage path(stages, mixer.volume);
+  double piece[kMost];
+  bool good = true;
+  for (int first = 0; first < length;) {
+    const int end = first + std::min(kMost, length - first);
+    Intake intake;
+    intake.take(mixer.dry + first, end - first, piece);
+    good &= intake.good();
+    path.run(piece, first, end);
+    good &= mixer.run(piece, first, end);
+    first = end;
+  }
+  return good;
 }
-#endif
 
 }  // namespace
 
@@ -72,8 +111,9 @@ int laneCount = 2;
 
 bool runBlock(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
   if (length < kLongBlock) return runShort(stages, mixer, length);
+  if constexpr (!kHasLanes) return runStageByStage(stages, mixer, length);
 #ifdef BRUMBLER_FOUR_LANES
-  if (laneCount == 4) return runLongByFours(stages, mixer, length);
+  if (laneCount == 4 && length >= kFourLanesBlock) return runLong<4>(stages, mixer, length);
 #endif
   return runLong<2>(stages, mixer, length);
 }

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "dsp/Clipper.h"
+#include <optional>
+
+#include "dsp/SignalStages.h"
 #include "effect/RecursiveMutex.h"
 #include "host/Q_TypeBase.h"
 
 class BrumblerProgram;
-class IIRFilter;
 struct SwitchFader;
 struct Taper;
-struct VolumeGlide;
 
 // The fuzz effect: one channel of doubles in, one out, three parameters in sixteen programs.
 //
@@ -90,7 +90,8 @@ class Brumbler : public Q_TypeBase {
 
  private:
   void setGain();
-  bool processBlock(const double* in, double* out, int length, VolumeGlide glide);
+  void joinStages();
+  ClipCurve<double> clipCurve() const noexcept;
   template <typename Function>
   void forEachHistory(Function function);  // dsp/BrumblerHistories.h
   bool lookIsDue(int32 length) noexcept;
@@ -144,7 +145,8 @@ class Brumbler : public Q_TypeBase {
   double clipThrNeg = 0.0;
   int32 workBufLen = 0;  // samples that gainBuffer holds, and the switch buffer at least
 
-  int32 samplesToLook = 64;  // until the next look at the histories
+  std::optional<SignalStages> stages;  // all of the above for the signal path, once set up
+  int32 samplesToLook = 64;            // until the next look at the histories
 
   friend struct FieldOffsets;
   friend struct LayoutCheck;

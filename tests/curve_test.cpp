@@ -25,7 +25,7 @@ TEST_CASE("the curve table is tanh(18 u), odd to the bit") {
 TEST_CASE("no sample, threshold or drive leads the clip curve out of its table") {
   const auto table = std::make_unique<Clipper>();
   table->build();
-  const auto read = [&](const double(&v)[4]) { return ClipCurve(*table, v[0], v[1], v[2])(bothLanes(v[3]))[1]; };
+  const auto read = [&](const double(&v)[4]) { return ClipCurve<Lanes>(*table, v[0], v[1], v[2])(bothLanes(v[3]))[1]; };
   CHECK(read({1.0, -1.0, -20.0, 0.001}) == doctest::Approx(table->table[19600]));  // a drive that turns the curve over
   for (const double bad : {1e300, std::nan(""), HUGE_VAL, -HUGE_VAL}) {
     for (int place = 0; place < 4; ++place) {

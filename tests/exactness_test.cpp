@@ -131,7 +131,7 @@ std::vector<double> endsOfBlock(int length) {
                             a,
                             b,
                             histories,
-                            ClipCurve(Brumbler::clip[0], 1e-3, -8e-4, 1e3),
+                            ClipCurve<double>(Brumbler::clip[0], 1e-3, -8e-4, 1e3),
                             0.07,
                             0.11,
                             z1,
