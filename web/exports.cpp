@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: MIT
 // What the page and its worklet call, in the order in which they do. Handles are addresses; 0 is none. Texts and
 // samples stay where they are until the next call.
-#include <algorithm>
 #include <cmath>
-#include <string>
+#include <memory>
 #include <vector>
 
 #include "cli/riff/Riff.h"

@@ -94,7 +94,8 @@ export class Knob {
   onWheel(event) {
     if (event.ctrlKey) return; // the browser's zoom
     event.preventDefault();
-    this.turn(this.value - Math.sign(event.deltaY) * this.scale.step * (event.shiftKey ? 1 : 2));
+    const way = Math.sign(event.deltaY || event.deltaX); // Shift turns it to the side
+    this.turn(this.value - way * this.scale.step * (event.shiftKey ? 1 : 2));
   }
 
   /** @param {PointerEvent} event */

@@ -588,10 +588,16 @@ class Page {
     navigator.mediaDevices?.addEventListener?.('devicechange', () => void this.showInputs());
 
     // The space bar is the foot, unless the keyboard stands on something else that it presses or writes into. What the
-    // mouse clicked does not hold on to it.
+    // mouse has clicked or chosen does not hold on to it.
+    let pointed = false;
+    const letGo = () => pointed && /** @type {HTMLElement} */ (document.activeElement)?.blur();
+    document.addEventListener('pointerdown', () => (pointed = true), true);
+    document.addEventListener('keydown', () => (pointed = false), true);
     document.addEventListener('click', (event) => {
-      const clicked = /** @type {HTMLElement} */ (event.target);
-      if (event.detail > 0 && clicked.closest('button, summary')) /** @type {HTMLElement} */ (document.activeElement)?.blur();
+      if (/** @type {HTMLElement} */ (event.target).closest('button, summary')) letGo();
+    });
+    document.addEventListener('change', (event) => {
+      if (/** @type {HTMLElement} */ (event.target).matches('select, [type=file]')) letGo();
     });
     document.addEventListener('keydown', (event) => {
       const focused = /** @type {HTMLElement} */ (event.target);

@@ -163,6 +163,9 @@ test('mouse, wheel and touch turn a knob, a double click puts it back', async ()
   await page.waitForFunction((e) => e.getAttribute('aria-valuetext') === '22.0 dB', {}, trim);
   await page.mouse.click(x, y, { count: 2 });
   assert.equal(await attribute(trim, 'aria-valuetext'), '0.0 dB');
+  await (await control(page, 'button', 'Spectrum')).click(); // the mouse leaves the space bar to the foot
+  await page.keyboard.press('Space');
+  assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
 
   const [phone, touched, left, top] = await onTrim(PHONE);
   const finger = await phone.touchscreen.touchStart(left, top);
