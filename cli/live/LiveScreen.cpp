@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/live/LiveScreen.h"
 
+#define NCURSES_NOMACROS  // they would replace std::move and its like
 #include <curses.h>
 #include <langinfo.h>
 #include <unistd.h>
@@ -91,6 +92,7 @@ void LiveScreen::draw(const LiveView& view, double seconds) {
     server = std::to_string(view.rate) + " Hz, " + std::to_string(view.period) + " samples (" +
              formatted("%.1f ms)", milliseconds) + ", load " + formatted("%.0f %%", 100.0 * view.load);
   }
+  server.resize(std::min(server.size(), static_cast<std::size_t>(std::max(0, COLS - 13))));
   print(0, 12, view.isPlaying ? A_DIM : A_BOLD | attribute(kRed), server);
   if (view.latePeriods > 0) {
     print(0, 13 + static_cast<int>(server.size()), A_BOLD | attribute(kRed),
@@ -126,7 +128,7 @@ void LiveScreen::draw(const LiveView& view, double seconds) {
   if (!view.message.empty()) {
     print(LINES - 2, 1, A_BOLD | attribute(kYellow), view.message.substr(0, static_cast<std::size_t>(COLS - 2)));
   }
-  print(LINES - 1, 1, A_DIM, "space on/off   \u2191\u2193\u2190\u2192 turn   0-9 PgUp PgDn program   ? help   q quit");
+  print(LINES - 1, 1, A_DIM, "space on/off   arrows turn   0-9 PgUp PgDn program   ? help   q quit");
   refresh();
 }
 
@@ -145,9 +147,9 @@ void LiveScreen::drawMeter(int row, const std::string& name, const Meter& meter,
       meter.level > -3.0   ? kRed
       : meter.level > -9.0 ? kYellow
                            : kGreen);
-  const std::string level = meter.held > kFloor ? formatted("%5.1f", meter.held) : "  -  ";
+  const std::string level = meter.held > kFloor ? formatted(" %5.1f", meter.held) : "   -  ";
   print(row, kLabelWidth + width, A_NORMAL, level + " dB");
-  if (clipped) print(row, kLabelWidth + width + 9, A_BOLD | A_REVERSE | attribute(kRed), " CLIP ");
+  if (clipped) print(row, kLabelWidth + width + 10, A_BOLD | A_REVERSE | attribute(kRed), " CLIP ");
 }
 
 // Filled up to `share`, with a stroke at `mark` unless that is negative; both of 0 to 1.

@@ -375,8 +375,7 @@ void LiveSession::tellStart() {
                 1000.0 * jack_.period() / player_.rate());
   say("Playing program " + std::to_string(player_.program() + 1) + ", " +
       names_[static_cast<std::size_t>(player_.program())] + ", at " + text + ": " + jack_.connectionsText());
-  if (!jack_.isRealTime())
-    say("The audio thread has no real-time priority; late periods are likely (docs/stompbox.md)");
+  if (!jack_.isRealTime()) say("No real-time priority, so expect late periods (docs/stompbox.md)");
 }
 
 void LiveSession::tellEnd() const {
