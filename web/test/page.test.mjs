@@ -355,8 +355,9 @@ test('what goes wrong is said beside the control', async (t) => {
     });
     await (await control(page, 'button', 'Play')).click();
     await noted(page, 'effect-note', /you hear the dry sound/);
-    await pause(1500);
-    assert.equal(await level(page, 'Output level'), await level(page, 'Input level'));
+    await turn(page, 'Volume', 0); // silences an effect
+    await pause(2500);
+    assert.ok((await level(page, 'Output level')) > -40);
   });
   await t.test('a refusal by the browser itself', async () => {
     const strict = await Bench.open('--deny-permission-prompts');
