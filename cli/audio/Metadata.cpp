@@ -293,7 +293,9 @@ std::string Metadata::missingFrom(const Metadata& other) const {
     const auto there = other.values_.find(name);
     const bool isKept = there != other.values_.end() && (name != kLayout || there->second == value);
     const bool isImplied = name == kCueNames && other.values_.find(kCues) == other.values_.end();
-    if (!isKept && !isImplied) missing += (missing.empty() ? "" : ", ") + name;
+    if (isKept || isImplied) continue;
+    if (!missing.empty()) missing.append(", ");
+    missing.append(name);
   }
   return missing;
 }

@@ -192,7 +192,9 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   } else if (longest && writer.format().container() == SF_FORMAT_RF64 && format.container() != SF_FORMAT_RF64) {
     result.note = "longer than 4 GiB, so it is written as RF64, the WAV for long sounds";
   }
-  if (!writer.dropped().empty()) result.note += (result.note.empty() ? "dropped: " : "; dropped: ") + writer.dropped();
+  if (!writer.dropped().empty()) {
+    result.note.append(result.note.empty() ? "dropped: " : "; dropped: ").append(writer.dropped());
+  }
   return result;
 }
 
