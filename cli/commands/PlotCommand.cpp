@@ -237,7 +237,7 @@ class PlotCommands {
 }  // namespace
 
 void addPlotCommand(CLI::App& app) {
-  CLI::App* const plot = app.add_subcommand("plot", "Draw what the effect does, or two sounds over each other");
+  CLI::App* const plot = app.add_subcommand("plot", "Draw what the effect does, and what sounds look like");
   plot->require_subcommand(1);
   plot->footer("Example: brumbler plot curve -o curve.png");
   PlotCommands commands(*plot);
