@@ -61,11 +61,11 @@ class SignalPath {
     runEdge(std::min<Step>(end, kDelay + 1));
     // In between nothing comes or goes. A copy that nobody else sees stays in registers: the clip stage's, whose
     // recurrences set the pace. With copies of all, there are too few registers, and these are the first to suffer; for
-    // the tone stage's there is room in 32, and beside sections four to a vector.
+    // the tone stage's there is room in 32.
     const Step innerEnd = std::min<Step>(end, blockLength_ - 1);
     if (n < innerEnd) {
       ClipStage clip = clip_;
-      std::conditional_t<kManyRegisters || width == 4, ToneStage, ToneStage&> tone = tone_;
+      std::conditional_t<kManyRegisters, ToneStage, ToneStage&> tone = tone_;
       if (volume_.step == 0.0) {
         for (; n < innerEnd; ++n) steps[n - first] = step(clip, tone, steps[n - first], atRest);
       } else {

@@ -48,7 +48,7 @@ void run(SignalPath<2>& path, double* steps, Step first, Step end) noexcept { pa
 #if defined(__x86_64__)
 #define BRUMBLER_FOUR_LANES
 #if defined(__clang__)
-constexpr int kFourLanesBlock = 128;
+constexpr int kFourLanesBlock = 256;
 [[gnu::target("avx2,tune=znver3"), gnu::flatten, gnu::noinline]]
 #else
 constexpr int kFourLanesBlock = 8;
