@@ -23,7 +23,7 @@
 
 namespace {
 
-constexpr int kSilenceFrames = 1024;  // played at a time after the sound
+constexpr int kSilenceFrames = 1024;  // played at a time after the sound, at most
 constexpr int kSlowestRate = 16001;   // Hz; the effect's equaliser has sections at 8000 Hz
 
 // From the file's rate to the effect's, through the effects, and back.
@@ -61,11 +61,14 @@ class Chain {
   Piece result_;
 };
 
-// In frames: large ones, because each has its costs, except of a stream, which should come out as it comes in.
-int pieceLength(const AudioReader& reader, int block) {
+// In frames: large ones, because each has its costs, except of a stream, which should come out as it comes in. None
+// becomes more than kPieceSamples at `innerRate` Hz: a frame at 1 Hz is 44100 there.
+int pieceLength(const AudioReader& reader, int block, int innerRate) {
   constexpr int kPieceSamples = 1 << 15;
   constexpr int kStreamFrames = 512;
-  return reader.isRereadable() ? std::max(kPieceSamples / reader.format().channels, 1) : std::max(block, kStreamFrames);
+  const int growth = std::max((innerRate - 1) / reader.format().rate + 1, 1);
+  const int most = std::max(kPieceSamples / growth / reader.format().channels, 1);
+  return reader.isRereadable() ? most : std::min(std::max(block, kStreamFrames), most);
 }
 
 }  // namespace
@@ -98,7 +101,7 @@ int FileRenderer::effectRate(const AudioReader& reader) const {
 double FileRenderer::trimFor(const std::string& in) const {
   if (!settings_.automaticTrim) return settings_.trim;
   AudioReader reader(in, settings_.raw);
-  const int length = pieceLength(reader, settings_.effect.block);
+  const int length = pieceLength(reader, settings_.effect.block, reader.format().rate);
   ReadAhead pieces(reader, length, false);
   double peak = 0.0;
   Piece piece;
@@ -208,7 +211,7 @@ double FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, 
   Chain chain(effects, rate, inner, channels);
   if (!reader.frames()) progress.expectUnknown();
 
-  const int length = pieceLength(reader, settings_.effect.block);
+  const int length = pieceLength(reader, settings_.effect.block, inner);
   ReadAhead pieces(reader, length, overlaps_ && reader.isRereadable());
   Piece piece;
   const auto play = [&] {
@@ -230,7 +233,7 @@ double FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, 
 
   output.endSound(frames);
   while (!output.isComplete()) {
-    piece.assign(static_cast<std::size_t>(kSilenceFrames) * static_cast<std::size_t>(channels), 0.0);
+    piece.assign(static_cast<std::size_t>(std::min(kSilenceFrames, length)) * static_cast<std::size_t>(channels), 0.0);
     play();
   }
   return peak;

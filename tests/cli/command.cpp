@@ -199,6 +199,7 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
   fs::resize_file(cli.folder / "long.flac", 60000);
   cli.write("cut.wav", sound);
   fs::resize_file(cli.folder / "cut.wav", 60000);
+  cli.write("many.wav", guitar(44100, 2, 300000));
   cli.writeText("pid", "");
   const std::set<std::string> before = cli.files();
   // Feeds the command the start of a sound and, when it is at work, a signal.
@@ -216,6 +217,8 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
       {"render in.wav --off o.flac", "ulimit -f 3;", "make room"},
       {"render in.wav --off o.ogg", "ulimit -f 3;", "make room"},
       {"render in.wav --off o.caf", "ulimit -f 3;", "make room"},
+      {"render many.wav --off o.wav", "ulimit -f 300; timeout 20",
+       "make room"},  // reader and player wait for the writer
       {"plot curve -o c.svg", "ulimit -f 3;", "make room"},
       {"bank save b.json", "ulimit -f 1;", "make room"},
       {"render bad.wav o.wav", "", "at 1.000 s"},
