@@ -116,20 +116,3 @@ export async function saved(page, name) {
   }
   throw new Error(`${name} saved nothing: ${await text(page, 'recording-note')}`);
 }
-
-/** Rate, channels and samples of a WAV of 32-bit floats. */
-export function wavFloats(bytes) {
-  const wav = { rate: 0, channels: 0, samples: new Float32Array() };
-  for (let at = 12; at < bytes.length; at += 8 + bytes.readUInt32LE(at + 4)) {
-    const kind = bytes.toString('latin1', at, at + 4);
-    if (kind === 'fmt ') {
-      if (bytes.readUInt16LE(at + 8) !== 3 || bytes.readUInt16LE(at + 22) !== 32) throw new Error('not of 32-bit floats');
-      [wav.channels, wav.rate] = [bytes.readUInt16LE(at + 10), bytes.readUInt32LE(at + 12)];
-    }
-    if (kind === 'data') {
-      const data = bytes.subarray(at + 8, at + 8 + bytes.readUInt32LE(at + 4));
-      wav.samples = new Float32Array(data.buffer.slice(data.byteOffset, data.byteOffset + data.length));
-    }
-  }
-  return wav;
-}

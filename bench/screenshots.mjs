@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Draws the page for docs/pictures: node web/test/screenshots.mjs
+// Draws the page for docs/pictures: node bench/screenshots.mjs
 import { join } from 'node:path';
-import { Bench, control, root } from './browser.mjs';
+import { Bench, control, root } from '../web/test/browser.mjs';
 
 const bench = await Bench.open();
 for (const [name, theme, viewport] of [
