@@ -127,16 +127,11 @@ std::vector<double> endsOfBlock(int length) {
   const double b[] = {6e-6, -9e-7, 6e-6, 6e-6, -9e-7, 6e-6};
   double histories[2][6] = {};
   double z1 = 0.0, z2 = 0.0;
-  const SignalStages stages{{&s[0], &s[1], &s[2]},
-                            a,
-                            b,
-                            histories,
-                            ClipCurve<double>(Brumbler::clip[0], 1e-3, -8e-4, 1e3),
-                            0.07,
-                            0.11,
-                            z1,
-                            z2,
+  const ClipCurve<double> curve(Brumbler::clip[0], 1e-3, -8e-4, 1e3);
+  // clang-format off
+  const SignalStages stages{{&s[0], &s[1], &s[2]}, a, b, histories, curve, 0.07, 0.11, z1, z2,
                             {&s[3], &s[4], &s[5], &s[6], &s[7], &s[8], &s[9], &s[10]}};
+  // clang-format on
   std::vector<double> steps = pluckedStrings(100 + SignalPath<2>::kDelay);
   SignalPath<2> path(stages, VolumeGlide{0.5, 0.0}, length);
   path.run(steps.data(), 0, 30);

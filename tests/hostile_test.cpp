@@ -28,8 +28,7 @@ bool sameBytes(const Sound& a, const Sound& b) {
 TEST_CASE("a bad sample spoils its block and no more") {
   for (const double bad : {std::nan(""), -std::nan(""), HUGE_VAL, -HUGE_VAL, 1e37, 1e300, -1e300, DBL_MAX}) {
     for (int variant = 0; variant < 30; ++variant) {
-      CAPTURE(bad);
-      CAPTURE(variant);
+      INFO("bad ", bad, ", variant ", variant);
       const int length = kLengths[variant % 6];
       const int place = (length - 1) * (variant % 3) / 2;
       const bool on = variant % 2 == 0;
@@ -65,9 +64,7 @@ TEST_CASE("a bad parameter spoils the blocks that it holds for and no more") {
     const int32 index = row.index;
     const float bad = row.bad;
     for (const int length : kLengths) {
-      CAPTURE(index);
-      CAPTURE(bad);
-      CAPTURE(length);
+      INFO("index ", index, ", bad ", bad, ", length ", length);
       Player player, fresh;
       player.play(pluckedStrings(length));
       player.set(index, bad);
@@ -89,8 +86,7 @@ TEST_CASE("a history that no sound leaves is gone after 64 samples, whichever it
   REQUIRE(histories == 36);
   for (const double bad : {std::nan(""), -HUGE_VAL, 1e303}) {
     for (int which = 0; which < histories; ++which) {
-      CAPTURE(bad);
-      CAPTURE(which);
+      INFO("bad ", bad, ", which ", which);
       Player player, fresh;
       fresh.play(Sound{});
       player.play(pluckedStrings(63));
@@ -118,45 +114,4 @@ TEST_CASE("the tail of a sound leaves denormal numbers neither in the output nor
     if (i == 0) CHECK(out[100] != 0.0);
   }
   CHECK(std::fabs(out.back()) < 1e-300);
-}
-
-// Each output sample is a fade's gain times a sample of one of two signals. Between two samples of one signal the
-// output moves by at most the signal's own step, and by at most its level times the gain's step, 1 / N for a fade of N
-// samples; where the source changes, the gain goes from 1 / N to 0, and from the last sample of a fade in to the
-// undisturbed signal by 1 / N. So, with `wet` what an effect plays that is never switched and `dry` the input:
-//
-//   |out[i+1] - out[i]|  <=  max(|step of wet|, |step of dry|) + max(|wet|, |dry| at i and i + 1) / N
-TEST_CASE("switching never steps the output by more than the signals and the fade do") {
-  double mostOfFade = 0.0;
-  for (const int32 rate : {8000, 44100, 48000, 96000, 192000}) {
-    for (const int length : {1, 7, 64, 441, 3000}) {
-      CAPTURE(rate);
-      CAPTURE(length);
-      const int fade = static_cast<int>(0.016 * rate);
-      const Sound dry = pluckedStrings(rate / 2 / length * length, rate);
-      Sound wet(dry.size()), out(dry.size());
-      Player switched(rate, 3000), steady(rate, 3000);
-      float onOff = 1.0F;
-      int quiet = 0;
-      for (int first = 0; first < static_cast<int>(dry.size()); first += length, quiet += length) {
-        if (quiet >= 2 * fade + length % 5) {
-          switched.set(0, onOff = 1.0F - onOff);
-          quiet = 0;
-        }
-        steady.play(dry.data() + first, wet.data() + first, length);
-        switched.play(dry.data() + first, out.data() + first, length);
-      }
-      bool held = true;
-      for (std::size_t i = 0; i + 1 < dry.size(); ++i) {
-        const auto step = [i](const Sound& sound) { return std::fabs(sound[i + 1] - sound[i]); };
-        const auto level = [i](const Sound& sound) { return std::max(std::fabs(sound[i]), std::fabs(sound[i + 1])); };
-        const double ofFade = std::max(level(wet), level(dry)) / fade;
-        const double beyond = step(out) - std::max(step(wet), step(dry));
-        held = held && beyond <= ofFade * (1.0 + 1e-9) + 1e-15;
-        if (ofFade > 0.0) mostOfFade = std::max(mostOfFade, beyond / ofFade);
-      }
-      CHECK(held);
-    }
-  }
-  CHECK(mostOfFade > 0.1);  // or the bound was never near
 }

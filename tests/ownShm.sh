@@ -4,7 +4,6 @@
 #   ownShm.sh PROGRAM [ARGUMENT...]
 # JACK counts its servers in /dev/shm for the whole machine, eight names at most, and one that was killed keeps its name
 # there for ever.
-export BRUMBLER_OWN_SHM=1
 own=(unshare --mount)
 ((EUID)) && own+=(--user --map-root-user)
 if "${own[@]}" mount -t tmpfs own /dev/shm 2>/dev/null; then

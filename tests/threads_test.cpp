@@ -91,8 +91,7 @@ intptr answerMeanwhile(AEffect* /*e*/, int32 opcode, int32 /*i*/, intptr /*v*/, 
 TEST_CASE("a host that is asked for its rate can wait for its other threads' calls") {
   for (const auto& row : kCalls) {
     for (const bool first : {true, false}) {
-      CAPTURE(row.name);
-      CAPTURE(first);
+      INFO("name ", row.name, ", first ", first);
       Brumbler effect(answerMeanwhile), another(nullptr);
       meanwhile = [] {};
       if (!first) effect.setSampleRate(44100.0F);

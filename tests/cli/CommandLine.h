@@ -4,12 +4,15 @@
 #include <sndfile.h>
 #include <sys/wait.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <set>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace fs = std::filesystem;
@@ -20,6 +23,15 @@ struct Sound {
   int format = SF_FORMAT_WAV | SF_FORMAT_DOUBLE;
   std::vector<double> samples;  // interleaved
 };
+
+// Whether `condition` holds within five seconds.
+inline bool eventually(const std::function<bool()>& condition) {
+  for (int i = 0; i < 500; ++i) {
+    if (condition()) return true;
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  return false;
+}
 
 // A folder of its own for one test, in which the built command runs.
 class CommandLine {
@@ -65,6 +77,12 @@ class CommandLine {
   }
 
   void writeText(const std::string& name, const std::string& content) const { std::ofstream(folder / name) << content; }
+  // Empty when there is no such file.
+  static std::string text(const fs::path& path) {
+    std::ifstream file(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+  std::string readText(const std::string& name) const { return text(folder / name); }
 
   std::set<std::string> files() const {
     std::set<std::string> names;
@@ -79,8 +97,4 @@ class CommandLine {
  private:
   fs::path out() const { return folder.string() + ".out"; }
   fs::path err() const { return folder.string() + ".err"; }
-  static std::string text(const fs::path& path) {
-    std::ifstream file(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
 };

@@ -73,8 +73,7 @@ TEST_CASE("format, rate and channels are kept; a dry integer sample comes back a
       {SF_FORMAT_OGG | SF_FORMAT_VORBIS, "o.wav", wav | SF_FORMAT_PCM_24, false},
   };
   for (const auto& c : rows) {
-    CAPTURE(c.format);
-    CAPTURE(c.out);
+    INFO("format ", c.format, ", out ", c.out);
     CommandLine cli;
     Sound in = guitar(22050, 3, 3000, c.format);
     std::fill_n(&in.samples[7], 2, -1.0);
@@ -93,10 +92,8 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
   CommandLine cli;
   cli.write("in.wav", guitar(44100, 1, 2000));
   cli.write("slow.wav", guitar(8000, 1, 2000));
-  cli.write("zero.wav", guitar(44100, 1, 2000));
-  std::fstream zero(cli.folder / "zero.wav", std::ios::in | std::ios::out | std::ios::binary);
-  const std::string header = std::string(std::istreambuf_iterator<char>(zero), {}).substr(0, 1000);
-  zero.seekp(static_cast<std::streamoff>(header.find("data") + 4)).write("\0\0\0", 4).flush();
+  std::string zero = cli.readText("in.wav");
+  cli.writeText("zero.wav", zero.replace(zero.find("data") + 4, 4, 4, '\0'));
   fs::create_symlink("in.wav", cli.folder / "link.wav");
   const struct {
     const char *name, *content;
@@ -125,7 +122,6 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"rendre in.wav o.wav", 2, "did you mean render"},
       {"render in.wav", 2, "IN and OUT"},
       {"render none.wav o.wav", 1, "none.wav"},
-      {"render text.wav o.wav", 1, "text.wav"},
       {"render text.wav o.wav", 1, "ffmpeg -i text.wav -f wav - | brumbler render - OUT.wav"},
       {"render - o.wav < zero.wav", 1, "length of 0, but more follows"},
       {"render empty.wav o.wav", 1, "is empty"},
@@ -143,7 +139,6 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"--fuzz 1 --fuzz 2", 2, "--fuzz is given twice"},
       {"--fuzz", 2, "--fuzz needs a value"},
       {"info extra", 2, "extra is a word too many"},
-      {"plot", 2, "subcommand: curve"},
       {"--program 17", 2, "--program takes a whole number from 1 to 16"},
       {"--block 0", 2, "--block"},
       {"--rate 12", 2, "--rate"},
@@ -163,7 +158,6 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"--automate broken.json", 1, "broken.json, line 3"},
       {"--automate params.json", 1, "did you mean parameters"},
       {"--bank big.json", 1, "big.json, line 2: /programs/16"},
-      {"render in.wav in.wav --out-dir d", 2, "both would become"},
       {"riff there.wav", 1, "--force"},
       {"render in.wav --out-dir .", 2, "folder of the recording"},
       {"bank save b.json --set 3,fuz=1", 2, "did you mean fuzz"},
@@ -195,10 +189,6 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
   cli.write("in.wav", sound);
   sound.samples[44100] = std::nan("");
   cli.write("bad.wav", sound);
-  cli.write("long.flac", guitar(44100, 1, 60000, SF_FORMAT_FLAC | SF_FORMAT_PCM_16));
-  fs::resize_file(cli.folder / "long.flac", 60000);
-  cli.write("cut.wav", sound);
-  fs::resize_file(cli.folder / "cut.wav", 60000);
   cli.write("many.wav", guitar(44100, 2, 300000));
   cli.writeText("pid", "");
   const std::set<std::string> before = cli.files();
@@ -217,13 +207,11 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
       {"render in.wav --off o.flac", "ulimit -f 3;", "make room"},
       {"render in.wav --off o.ogg", "ulimit -f 3;", "make room"},
       {"render in.wav --off o.caf", "ulimit -f 3;", "make room"},
-      {"render many.wav --off o.wav", "ulimit -f 300; timeout 20",
-       "make room"},  // reader and player wait for the writer
+      // Reader and player wait for the writer.
+      {"render many.wav --off o.wav", "ulimit -f 300; timeout 20", "make room"},
       {"plot curve -o c.svg", "ulimit -f 3;", "make room"},
       {"bank save b.json", "ulimit -f 1;", "make room"},
       {"render bad.wav o.wav", "", "at 1.000 s"},
-      {"render long.flac o.wav", "", "ends early"},
-      {"render cut.wav o.wav", "", "ends early"},
       {"render - o.wav", "head -c 99999 in.wav |", "ends early"},
       {"render - o.wav", signalling("INT"), "at work", 128 + SIGINT},
       {"render - o.wav", signalling("TERM"), "at work", 128 + SIGTERM},
@@ -317,14 +305,6 @@ TEST_CASE("levels and tails") {
     CHECK(cli.errText.empty());
   }
 
-  const std::vector<double> heard = render(cli, "hot.wav --trim 20");
-  CHECK((heard.size() > 5000 && heard.size() < 5000 + 44100));
-  CHECK(std::fabs(heard.back()) > 3.16e-5);
-  CHECK(render(cli, "in.wav --off").size() == 5000);
-
-  cli.write("loud16.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_PCM_16, std::vector<double>(100, -1.0)});
-  render(cli, "loud16.wav --trim -30 --volume 10");
-  CHECK(cli.outText.find("clipped") == std::string::npos);
   CHECK(cli.run("render hot.wav c.flac --trim 30 --volume 10") == 0);
   CHECK(cli.outText.find("samples clipped: lower --volume") != std::string::npos);
 }
@@ -353,12 +333,7 @@ TEST_CASE("banks, many files and the riff") {
   CHECK(cli.run("info --presets") == 0);
   CHECK(cli.outText.find("Wall of fuzz") != std::string::npos);
 
-  cli.writeText("c.wav", "no sound");
-  CHECK(cli.run("render a.wav c.wav b.flac --out-dir new/folder") == 1);
-  CHECK(cli.errText.find("c.wav") != std::string::npos);
-  CHECK(cli.errText.find("1 of 3 files failed") != std::string::npos);
+  CHECK(cli.run("render a.wav none.wav b.flac --out-dir new/folder") == 1);
   CHECK(cli.outText.find("2 of 3 files") == 0);
-  REQUIRE(cli.run("render b.flac one.flac") == 0);
-  CHECK(largestDifference(cli.read("new/folder/b.flac").samples, cli.read("one.flac").samples) == 0.0);
-  CHECK(cli.read("new/folder/a.wav").samples.size() >= riff.size());
+  REQUIRE(cli.run("render b.flac one.flac && cmp one.flac new/folder/b.flac") == 0);
 }

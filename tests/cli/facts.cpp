@@ -53,8 +53,7 @@ TEST_CASE("documents name the lengths and levels that the code has") {
       {"README.md", format("around −%g dBFS peak", -kGuitarPeak)},
   };
   for (const auto& row : rows) {
-    CAPTURE(row.document);
-    CAPTURE(row.said);
+    INFO("document ", row.document, ", said ", row.said);
     CHECK(contentOf(row.document).find(row.said) != std::string::npos);
   }
 }

@@ -4,7 +4,6 @@
 
 #include <csignal>
 #include <cstring>
-#include <fstream>
 #include <limits>
 #include <memory>
 
@@ -36,25 +35,16 @@ TEST_CASE("a tail is what the effect gives for silence there, to the bit, and as
     int rate, channels, frames;
     const char* options;
     bool isPiped = false;
+    // clang-format off
   } rows[] = {
-      {22050, 1, 20000, ""},
-      {32000, 2, 20000, ""},
-      {88200, 1, 40000, ""},
-      {96000, 2, 40960, "--block 64"},
-      {44100, 1, 51200, ""},
-      {44100, 1, 51201, ""},
-      {48000, 3, 512, "--block 1"},
-      {44100, 2, 51200, "--block 65536"},
-      {32000, 1, 32000, "--normalize -3 --trim 6"},
-      {44100, 1, 51200, "--automate a.json"},
-      {96000, 1, 51200, "--automate a.json --block 512"},
-      {44100, 1, 51200, "", true},
-      {22050, 2, 20480, "", true},
+      {22050, 1, 20000, ""}, {32000, 2, 20000, ""}, {88200, 1, 40000, ""}, {96000, 2, 40960, "--block 64"},
+      {44100, 1, 51200, ""}, {44100, 1, 51201, ""}, {48000, 3, 512, "--block 1"}, {44100, 2, 51200, "--block 65536"},
+      {32000, 1, 32000, "--normalize -3 --trim 6"}, {44100, 1, 51200, "--automate a.json"},
+      {96000, 1, 51200, "--automate a.json --block 512"}, {44100, 1, 51200, "", true}, {22050, 2, 20480, "", true},
   };
+  // clang-format on
   for (const auto& row : rows) {
-    CAPTURE(row.rate);
-    CAPTURE(row.frames);
-    CAPTURE(row.options);
+    INFO("rate ", row.rate, ", frames ", row.frames, ", options ", row.options);
     CommandLine cli;
     cli.writeText("a.json", R"({"parameters": {"VOLUME": [{"samples": 300, "value": 0}, {"samples": 5000, "value": 9}],
                                                "On/Off": [{"samples": 0, "value": 1}]}})");
@@ -121,23 +111,13 @@ TEST_CASE("integers: full scale never wraps, whatever the width, and halves go t
     const struct {
       double sample, integer;  // both in steps of the format
       bool isClipped = false;
+      // clang-format off
     } rows[] = {
-        {scale, scale - 1, true},
-        {scale - 0.5, scale - 1, true},
-        {scale - 0.51, scale - 1},
-        {scale - 1, scale - 1},
-        {2.5 * scale, scale - 1, true},
-        {-scale, -scale},
-        {-scale - 0.5, -scale},
-        {-scale - 0.51, -scale, true},
-        {-1e6 * scale, -scale, true},
-        {-scale + 0.51, 1 - scale},
-        {0.5, 0},
-        {1.5, 2},
-        {-2.5, -2},
-        {-0.51, -1},
-        {0.0, 0},
+        {scale, scale - 1, true}, {scale - 0.5, scale - 1, true}, {scale - 0.51, scale - 1}, {scale - 1, scale - 1},
+        {2.5 * scale, scale - 1, true}, {-scale, -scale}, {-scale - 0.5, -scale}, {-scale - 0.51, -scale, true},
+        {-1e6 * scale, -scale, true}, {-scale + 0.51, 1 - scale}, {0.5, 0}, {1.5, 2}, {-2.5, -2}, {-0.51, -1},
     };
+    // clang-format on
     for (const auto& row : rows) {
       CAPTURE(row.sample);
       for (const std::size_t others : {0, 9}) {  // a piece in which nothing else clips
@@ -177,25 +157,19 @@ TEST_CASE("side by side or one after the other: the same bytes, and an end in ev
   cli.writeText("a.json",
                 R"({"parameters": {"VOLUME": [{"samples": 0, "value": 0}, {"samples": 90000, "value": 9}]}})");
   const std::string oneCore = "taskset -c $(taskset -pc $$ | grep -o '[0-9]*$')";
-  const auto bytes = [&cli](const std::string& name) {
-    std::ifstream file(cli.folder / name, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  };
   const struct {
     std::string out, arguments;
-  } rows[] = {
-      {"a.wav", "short.wav"},
-      {"b.wav", "long.wav --block 777"},
-      {"b.w64", "long.wav --automate a.json"},
-      {"b.flac", "other.flac"},
-      {"c.wav", "other.flac --normalize -1 --tail 1"},
-  };
+  } rows[] = {{"a.wav", "short.wav"},
+              {"b.wav", "long.wav --block 777"},
+              {"b.w64", "long.wav --automate a.json"},
+              {"b.flac", "other.flac"},
+              {"c.wav", "other.flac --normalize -1 --tail 1"}};
   for (const auto& row : rows) {
     CAPTURE(row.out);
     REQUIRE(cli.run("render " + row.arguments + " " + row.out) == 0);
-    const std::string sideBySide = bytes(row.out);
+    const std::string sideBySide = cli.readText(row.out);
     REQUIRE(cli.run("render --force " + row.arguments + " " + row.out, oneCore) == 0);
-    CHECK(bytes(row.out) == sideBySide);
+    CHECK(cli.readText(row.out) == sideBySide);
   }
   // Ctrl-C while all three wait for a player that stands still, and a player that goes away.
   CHECK(cli.run("render long.wav - > pipe", "mkfifo pipe; sleep 2 < pipe & timeout -s INT 0.4") == 124);
@@ -211,7 +185,6 @@ TEST_CASE("the output's format, from its name or as it was asked for") {
   } rows[] = {
       {"a.wav o.flac --bits 16", "o.flac", 0, flac | SF_FORMAT_PCM_16},
       {"a.wav o.flac --bits 32", "", 1, 0, "o.flac: this format has no 32-bit"},
-      {"a.wav o.ogg --bits 24", "", 1, 0, "o.ogg: this format has no 24-bit"},
       {"a.wav o.opus --bits float", "", 1, 0, "o.opus: this format has no"},
       {"a.wav o.dat --out-type w64 --bits float", "o.dat", 0, SF_FORMAT_W64 | SF_FORMAT_FLOAT},
       {"a.wav o.WAV --out-type wav --bits 32", "o.WAV", 0, wav | SF_FORMAT_PCM_32},
@@ -277,23 +250,12 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
   broadcast.time_reference_low = 123456789;
   broadcast.version = 2;
   broadcast.loudness_value = -2300;
-  SF_CUES cues = {};
-  cues.cue_count = 2;
-  for (const unsigned i : {0U, 1U}) {
-    cues.cue_points[i].indx = static_cast<int>(i + 1);
-    cues.cue_points[i].fcc_chunk = 0x61746164;
-    cues.cue_points[i].sample_offset = 1000 * (i + 1);
-  }
+  SF_CUES cues = {2, {{1, 0, 0x61746164, 0, 0, 1000, ""}, {2, 0, 0x61746164, 0, 0, 2000, ""}}};
   SF_INSTRUMENT instrument = {};
-  instrument.basenote = 60;
   instrument.loop_count = 1;
   instrument.loops[0] = {SF_LOOP_FORWARD, 10, 500, 0};
-  SF_CHUNK_INFO chunk = {};
-  std::strcpy(chunk.id, "iXML");
-  chunk.id_size = 4;
-  chunk.datalen = 6;
   std::string xml = "<a/>\n\n";
-  chunk.data = xml.data();
+  const SF_CHUNK_INFO chunk = {"iXML", 4, 6, xml.data()};
   {
     SF_INFO info{0, 88200, 4, SF_FORMAT_WAVEX | SF_FORMAT_PCM_16, 0, 0};
     const auto file = open("all.wav", SFM_WRITE, info);
@@ -354,15 +316,9 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
   CHECK((instrumentBack.loop_count == 1 && instrumentBack.loops[0].end == 500));
 
   // A picture and a tag of another name, which the library does not tell of.
-  std::string flac;
-  {
-    std::ifstream in(cli.folder / "o.flac", std::ios::binary);
-    flac.assign(std::istreambuf_iterator<char>(in), {});
-  }
+  std::string flac = cli.readText("o.flac");
   flac.insert(42, std::string("\x06\0\0\x20", 4) + std::string(32, '\0'));  // behind the stream's own block
-  const std::size_t tag =
-      flac.find("title=Lead") == std::string::npos ? flac.find("TITLE=Lead") : flac.find("title=Lead");
-  flac.replace(tag, 5, "moods");
+  flac.replace(flac.find("=Lead") - 5, 5, "moods");                         // was the title
   cli.writeText("picture.flac", flac);
   REQUIRE(cli.run("render picture.flac t.wav") == 0);
   CHECK(cli.errText.find("note: t.wav: dropped: cover picture, moods\n") != std::string::npos);
@@ -371,12 +327,12 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
 TEST_CASE("a recording that was cut off is refused, whatever its format") {
   // What the library tells of the length in a header, for some of these only in the words of its log.
   for (const int format :
-       {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_AIFF, SF_FORMAT_RF64, SF_FORMAT_W64, SF_FORMAT_AU}) {
+       {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_AIFF, SF_FORMAT_RF64, SF_FORMAT_W64, SF_FORMAT_AU, SF_FORMAT_FLAC}) {
     CAPTURE(format);
     CommandLine cli;
     cli.write("in", guitar(44100, 2, 5000, format | SF_FORMAT_PCM_16));
     REQUIRE(cli.run("render in whole.wav") == 0);
-    fs::resize_file(cli.folder / "in", 19000);
+    fs::resize_file(cli.folder / "in", fs::file_size(cli.folder / "in") - 1000);
     CHECK(cli.run("render in o.wav") == 1);
     CHECK(cli.errText.find("ends early") != std::string::npos);
   }

@@ -5,8 +5,6 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 #include <random>
 #include <string>
 #include <thread>
@@ -15,10 +13,10 @@
 #include "cli/live/TakeRecorder.h"
 #include "tests/Storage.h"
 #include "tests/SystemCalls.h"
+#include "tests/cli/CommandLine.h"
 
 namespace {
 
-namespace fs = std::filesystem;
 using Floats = std::vector<float>;
 using Kind = LiveChange::Kind;
 
@@ -70,30 +68,6 @@ struct Stage {
   MidiMap map;
   LivePlayer player;
 };
-
-struct Folder {
-  Folder() : path(fs::temp_directory_path() / ("brumbler-live-" + std::to_string(getpid()))) {
-    fs::create_directory(path);
-  }
-  ~Folder() { fs::remove_all(path); }
-  std::string file(const std::string& name) const { return (path / name).string(); }
-  fs::path path;
-};
-
-struct Wave {
-  int rate = 0;
-  Floats samples;
-};
-
-Wave readWave(const std::string& path) {
-  SF_INFO info{};
-  SNDFILE* const file = sf_open(path.c_str(), SFM_READ, &info);
-  if (file == nullptr) return {};
-  Wave wave{info.samplerate, Floats(static_cast<std::size_t>(info.frames * info.channels))};
-  sf_read_float(file, wave.samples.data(), info.frames * info.channels);
-  sf_close(file);
-  return wave;
-}
 
 }  // namespace
 
@@ -159,9 +133,9 @@ TEST_CASE("trim, stereo, no number at all, and the fade at the end") {
 
 #ifdef BRUMBLER_WATCH_LIBRARY
 TEST_CASE("the audio thread allocates nothing and makes no system call") {
-  const Folder folder;
+  const CommandLine cli;
   Stage stage(2, 6.0);
-  TakeRecorder take(folder.file("t.wav"), 48000, 2, false);
+  TakeRecorder take((cli.folder / "t.wav").string(), 48000, 2, false);
   stage.player.record(&take, &take);
   stage.player.listen(true);
   const Floats in = noise(256);
@@ -217,46 +191,40 @@ TEST_CASE("knobs turned a thousand times a second, rates announced and meters re
   announcer.join();
   REQUIRE(stage.player.send({Kind::selectProgram, 7}));
   for (int p = 0; p < 3; ++p) REQUIRE(stage.player.send({Kind::knob, p, {0.25F}}));
-  const auto begin = std::chrono::steady_clock::now();
-  while (stage.player.values(7) != LivePlayer::Values{0.25F, 0.25F, 0.25F} &&
-         std::chrono::steady_clock::now() - begin < std::chrono::seconds(5)) {
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  CHECK(stage.player.values(7) == LivePlayer::Values{0.25F, 0.25F, 0.25F});
+  CHECK(eventually([&] { return stage.player.values(7) == LivePlayer::Values{0.25F, 0.25F, 0.25F}; }));
   CHECK(playing.exchange(false));
   audio.join();
 }
 
 TEST_CASE("a take on a slow disk has silence of the gap's length, and takes its name when it is whole") {
-  const Folder folder;
-  const std::string path = folder.file("take.wav");
+  const CommandLine cli;
+  const std::string path = (cli.folder / "take.wav").string();
   const Floats sound(700, 0.5F);
   const float* const channel[] = {sound.data()};
   {
     TakeRecorder take(path, 100, 1, false);  // at this rate there is room for 1000 frames
     for (int i = 0; i < 3; ++i) take.record(channel, 700);
     std::this_thread::sleep_for(2 * TakeRecorder::kBetweenWrites);
-    CHECK(readWave(folder.file("take.unfinished.wav")).samples.size() == 700);
-    CHECK_FALSE(fs::exists(path));
+    CHECK(cli.read("take.unfinished.wav").samples.size() == 700);
+    CHECK(cli.files() == std::set<std::string>{"take.unfinished.wav"});
     take.record(channel, 700);
     CHECK(take.lostFrames() == 1400);
     take.finish();
   }
-  Floats expected(2800, 0.0F);
-  std::fill_n(expected.begin(), 700, 0.5F);
-  std::fill_n(expected.begin() + 2100, 700, 0.5F);
-  CHECK(readWave(path).samples == expected);
+  std::vector<double> expected(2800, 0.5);
+  std::fill_n(expected.begin() + 700, 1400, 0.0);
+  CHECK(cli.read("take.wav").samples == expected);
   CHECK_THROWS_AS(TakeRecorder(path, 100, 1, false), Failure);
-  CHECK_THROWS_AS(TakeRecorder(folder.file("take.mp3"), 100, 1, false), Failure);
+  CHECK_THROWS_AS(TakeRecorder((cli.folder / "take.mp3").string(), 100, 1, false), Failure);
   { TakeRecorder left(path, 100, 1, true); }
   TakeRecorder(path, 100, 1, true).finish();
-  CHECK(fs::exists(folder.file("take.unfinished.wav")));  // of the one that was left
-  CHECK(readWave(path).samples.empty());
+  CHECK(cli.files().count("take.unfinished.wav") == 1);  // of the one that was left
+  CHECK(cli.read("take.wav").samples.empty());
 }
 
 TEST_CASE("MIDI maps are read, refused, learned and written") {
-  const Folder folder;
-  const auto write = [&](const std::string& text) { std::ofstream(folder.file("m.json")) << text; };
+  const CommandLine cli;
+  const std::string path = (cli.folder / "m.json").string();
   const auto control = [](int number, int value, bool isNote = false) {
     return MidiControl{isNote ? MidiControl::Kind::note : MidiControl::Kind::controller,
                        static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(value)};
@@ -269,15 +237,8 @@ TEST_CASE("MIDI maps are read, refused, learned and written") {
            {R"({"next": {"note": 1, "toggle": true}})", "/next/toggle is unknown"},
            {R"({"on/off": {"note": 1, "toggle": 1}})", "true or false"},
            {"{\"fuzz\": {\"note\": 1},\n\"next\": {\"note\": 1}}", "line 2: /next has a control that another"}}) {
-    write(text);
-    std::string told;
-    try {
-      MidiMap{folder.file("m.json")};
-    } catch (const Failure& failure) {
-      told = failure.what();
-    }
-    CAPTURE(told);
-    CHECK(told.find(complaint) != std::string::npos);
+    cli.writeText("m.json", text);
+    CHECK_THROWS_WITH_AS(MidiMap{path}, doctest::Contains(complaint.c_str()), Failure);
   }
 
   MidiLearner learner{MidiMap()};
@@ -291,8 +252,8 @@ TEST_CASE("MIDI maps are read, refused, learned and written") {
   CHECK(learner.take(control(20, 127), 3.0) == "previous: controller 20");
   learner.skip();
   REQUIRE(learner.isDone());
-  write(learner.map().text());
-  const MidiMap map(folder.file("m.json"));
+  cli.writeText("m.json", learner.map().text());
+  const MidiMap map(path);
   for (const MidiMap* one : {&learner.map(), &map}) {
     CHECK(one->actionOf(control(11, 0)) == LiveAction::volume);
     CHECK(one->actionOf(control(7, 0)) == LiveAction::none);

@@ -3,17 +3,15 @@
 # Tries the bundle in hosts and validators that others wrote.
 #   hosts.sh BUNDLE COMMAND
 # BUNDLE is the folder brumbler.lv2, COMMAND the `brumbler` of the same build. Ends with status 77, skipped, when one
-# of the programs that it needs is not there or no jackd starts here, with 1 when a check fails.
+# of the programs that it needs is not there, with 1 when a check fails. In jalv it is played by live/jack_test.cpp.
 set -euo pipefail
-
-[[ -n ${BRUMBLER_OWN_SHM:-} ]] || exec "$(dirname "$0")/../ownShm.sh" "$0" "$@"
 
 bundle=$1 command=$2
 plugin=urn:brumbler:fuzz
 declare -A audio=([$plugin]='in out' [$plugin:stereo]='in_left in_right out_left out_right')
 
 missing=()
-for tool in lv2_validate sord_validate lv2ls lv2info lv2apply lv2bench jackd jalv jack_metro jack_rec valgrind sox nm; do
+for tool in lv2_validate sord_validate lv2ls lv2info lv2apply lv2bench valgrind sox nm; do
   command -v "$tool" >/dev/null || missing+=("$tool")
 done
 [[ -x $command ]] || missing+=("$command")
@@ -23,7 +21,7 @@ if ((${#missing[@]})); then
 fi
 
 work=$(mktemp -d)
-trap 'kill $(jobs -p) 2>/dev/null && wait; rm -rf "$work"' EXIT
+trap 'rm -rf "$work"' EXIT
 cd "$work"
 fail() { echo "FAILED: $*" >&2; exit 1; }
 mkdir lv2 && ln -s "$bundle" lv2/brumbler.lv2
@@ -81,36 +79,5 @@ echo '- valgrind finds nothing under lv2apply'
 sox stereo.wav short.wav trim 0 0.2
 valgrind -q --leak-check=full --errors-for-leak-kinds=definite --error-exitcode=9 \
   lv2apply -i short.wav -o applied.wav -c trim 12 "$plugin:stereo" >/dev/null || fail "valgrind"
-
-# A loaded machine can make jackd late all by itself, so a run with an xrun is repeated: one that the bundle causes comes
-# back, since the knobs move in the same way each time.
-echo '- jalv plays, switches and loads a preset in a jackd, and makes no xrun'
-export JACK_DEFAULT_SERVER=brumbler-test JACK_NO_START_SERVER=1
-play() {
-  jackd -r -n "$JACK_DEFAULT_SERVER" -d dummy -r 48000 -p 1024 >jackd.log 2>&1 &
-  local server=$!
-  jack_wait -w -t 10 >/dev/null 2>&1
-  if ! jack_lsp >/dev/null 2>&1; then
-    echo "SKIPPED: jalv did not play; no jackd starts here: $(<jackd.log)" >&2
-    exit 77
-  fi
-  jack_metro -b 240 >/dev/null 2>&1 &
-  local metro=$!
-  {
-    sleep 1
-    jack_connect metro:240_bpm brumbler:in
-    jack_rec -f played.wav -d 2 brumbler:out >/dev/null 2>&1 &
-    for _ in {1..8}; do echo 'set 2 0' && sleep 0.1 && echo 'set 2 1' && sleep 0.1; done
-    echo presets && sleep 0.3 && echo "preset $plugin#wall-of-fuzz" && sleep 0.3
-    echo controls
-    wait
-  } | timeout 30 jalv -n brumbler "$plugin" >jalv.log 2>&1 || fail "jalv: $(<jalv.log)"
-  kill "$metro" && wait "$metro" || true
-  kill "$server" && wait "$server" || true
-  ! grep -qi xrun jackd.log
-}
-play || play || play || play || play || fail "xruns: $(<jackd.log)"
-grep -q 'volume = 6.000000' jalv.log || fail "the preset did not load: $(<jalv.log)"
-[[ $(sox played.wav -n stat 2>&1 | awk '/^Maximum amplitude/ {print ($3 > 0.001)}') == 1 ]] || fail "no sound came out"
 
 echo 'The bundle holds in every host tried.'
