@@ -89,7 +89,7 @@ export function readBank(text, before, parameters) {
       const p = parameters.findIndex((parameter) => parameter.name === key);
       if (key === 'name') {
         if (typeof value !== 'string') fail(`${where}: the name must be a text in quotes.`);
-        if (fittingName(value) !== value) fail(`${where}: a name has at most ${LONGEST_NAME} characters.`);
+        if (fittingName(value) !== value) fail(`${where}: a name has at most ${LONGEST_NAME} bytes; letters with accents take two.`);
         program.name = value;
       } else if (p < 0) {
         fail(`${where} has an unknown "${key}".`);

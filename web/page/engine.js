@@ -4,6 +4,8 @@
 /** What the page can say about a failure; `message` is a sentence for the player. */
 export class Trouble extends Error {}
 
+export const HELD = 'The browser holds the sound back, or no loudspeaker is connected. Try once more.';
+
 /**
  * One audio context with the effect in it. A context has one sample rate for its whole life.
  */
@@ -18,13 +20,15 @@ export class Engine {
     this.wet = this.analysers();
     /** @type {AudioWorkletNode | undefined} */
     this.node = undefined;
+    this.awake = false;
   }
 
   /**
    * @param {{rate?: number, wasm: ArrayBuffer, worklet: string, settings: import('./effect.js').Settings,
-   *   hint: number, onFault: () => void}} options `rate` in Hz, none: the device's; `hint`: seconds of latency
+   *   hint: number, onFault: () => void, onHalt: () => void}} options `rate` in Hz, none: the device's; `hint`: seconds
+   *   of latency; `onHalt` is called when the browser stops the sound by itself, as for a telephone call
    */
-  static async open({ rate, wasm, worklet, settings, hint, onFault }) {
+  static async open({ rate, wasm, worklet, settings, hint, onFault, onHalt }) {
     const context = new AudioContext({ sampleRate: rate, latencyHint: hint });
     if (context.audioWorklet === undefined) {
       await context.close();
@@ -34,7 +38,13 @@ export class Engine {
           : 'Browsers play this page only from your own disk, from this machine or over https.',
       );
     }
+    context.resume().catch(() => {}); // some browsers allow it in the click itself alone; wake() looks whether they did
     const engine = new Engine(context, hint);
+    context.onstatechange = () => {
+      if (!engine.awake || context.state === 'running') return;
+      engine.awake = false;
+      onHalt();
+    };
     await context.audioWorklet.addModule(`data:text/javascript;charset=utf-8,${encodeURIComponent(worklet)}`);
     engine.node = new AudioWorkletNode(context, 'brumbler', {
       channelCountMode: 'explicit',
@@ -83,12 +93,17 @@ export class Engine {
 
   /** Starts the sound; throws Trouble when the browser holds it back. */
   async wake() {
-    if (this.context.state === 'running') return;
+    if (this.awake) return;
     const late = new Promise((resolve) => setTimeout(resolve, 1500));
     await Promise.race([this.context.resume(), late]);
-    if (/** @type {string} */ (this.context.state) !== 'running') {
-      throw new Trouble('The browser holds the sound back, or no loudspeaker is connected. Try once more.');
-    }
+    if (this.context.state !== 'running') throw new Trouble(HELD);
+    this.awake = true;
+  }
+
+  /** Takes no time of the processor until the next wake(). */
+  sleep() {
+    this.awake = false;
+    this.context.suspend().catch(() => {}); // closed by now
   }
 
   /** From the output to the ear, and the buffers before it, in seconds. */
@@ -97,6 +112,7 @@ export class Engine {
   }
 
   close() {
+    this.awake = false;
     this.output.disconnect();
     if (this.context.state !== 'closed') void this.context.close();
   }
@@ -172,6 +188,7 @@ export class Playback {
     const { plays } = this;
     this.stop();
     this.offset = seconds;
-    if (plays) this.play();
+    if (plays && !this.loops && seconds >= this.buffer.duration) this.onEnd();
+    else if (plays) this.play();
   }
 }

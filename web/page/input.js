@@ -56,15 +56,15 @@ export class LiveInput {
     this.unplug = () => {};
   }
 
-  /** Of the input, 1 when the browser does not tell. */
-  get channels() {
-    return this.track.getSettings().channelCount ?? 1;
+  /** Whether it has one jack alone, as far as the browser tells. */
+  get single() {
+    return this.track.getSettings().channelCount === 1;
   }
 
-  /** From the string to the ear, in seconds, as far as the browser tells. */
+  /** From the string to the ear, in seconds; `whole` when the browser told the input's share, too. */
   get latency() {
-    const settings = /** @type {MediaTrackSettings & {latency?: number}} */ (this.track.getSettings());
-    return this.engine.latency + (settings.latency ?? 0);
+    const { latency } = /** @type {MediaTrackSettings & {latency?: number}} */ (this.track.getSettings());
+    return { seconds: this.engine.latency + (latency ?? 0), whole: latency !== undefined };
   }
 
   /** @param {'first' | 'second' | 'both'} jack */

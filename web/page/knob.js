@@ -2,6 +2,7 @@
 
 const SWEEP = 270; // degrees from the least to the most
 const TRAVEL = 180; // pixels of dragging, likewise
+const NOTCH = [100, 3, 1]; // of a wheel, in pixels, lines and pages
 const DOUBLE = 350; // milliseconds between two taps
 
 /** @param {number} value @param {number} least @param {number} most */
@@ -94,9 +95,15 @@ export class Knob {
   onWheel(event) {
     if (event.ctrlKey) return; // the browser's zoom
     event.preventDefault();
-    const way = Math.sign(event.deltaY || event.deltaX); // Shift turns it to the side
-    this.turn(this.value - way * this.scale.step * (event.shiftKey ? 1 : 2));
+    const delta = event.deltaY || event.deltaX; // Shift turns it to the side
+    if (delta * this.wheeled < 0) this.wheeled = 0;
+    this.wheeled += (delta / NOTCH[event.deltaMode]) * (event.shiftKey ? 1 : 2);
+    const steps = Math.trunc(this.wheeled);
+    this.wheeled -= steps;
+    if (steps !== 0) this.turn(this.value - steps * this.scale.step);
   }
+
+  wheeled = 0; // steps that are still less than one: a touch pad sends many small pieces
 
   /** @param {PointerEvent} event */
   onPress(event) {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 import { PROGRAMS, bankText, fittingName, initialValue, knobAtValue, readBank, valueAtKnob } from './bank.js';
 import { Effect, FUZZ, Module, ON, VOLUME } from './effect.js';
-import { Engine, Playback, Trouble } from './engine.js';
+import { Engine, HELD, Playback, Trouble } from './engine.js';
 import { LiveInput, inputTrouble, listInputs, openInput } from './input.js';
 import { Knob } from './knob.js';
 import { Midi } from './midi.js';
-import { Meter, Scope, Waveform, levelText } from './pictures.js';
+import { Meter, Scope, Waveform, clippedByConverter, clipsConverter, levelText } from './pictures.js';
 import { openRecording, peakOf } from './recording.js';
 import { render } from './render.js';
 
@@ -61,13 +61,18 @@ class Page {
     this.playback = undefined;
     /** @type {LiveInput | undefined} */
     this.live = undefined;
-    this.plugging = false;
+    this.starting = false; // Play was pressed and nothing sounds yet
+    this.plugging = false; // likewise Plug in
+    this.saving = false;
     this.stopping = 0;
+    this.opened = 0; // recordings that were chosen
+    /** The last engine that was asked for. @type {Promise<unknown>} */
+    this.engines = Promise.resolve();
 
     this.waveform = new Waveform(element('wave'));
     this.scope = new Scope(
       element('picture'),
-      { input: new Meter(element('input')), output: new Meter(element('output')) },
+      { input: new Meter(element('input'), clippedByConverter), output: new Meter(element('output'), clipsConverter) },
       () => this.showPosition(),
     );
     /**
@@ -113,8 +118,19 @@ class Page {
     return this.live ? this.trims.input : this.trims.recording;
   }
 
-  /** An engine at a rate in Hz, the one that runs if it fits. @param {number | undefined} rate @param {number} hint */
-  async engineAt(rate, hint) {
+  /**
+   * An engine at a rate in Hz, the one that runs if it fits. Opens one at a time: there is only one.
+   * @param {number | undefined} rate
+   * @param {number} hint
+   */
+  engineAt(rate, hint) {
+    const engine = this.engines.then(() => this.fittingEngine(rate, hint));
+    this.engines = engine.catch(() => {});
+    return engine;
+  }
+
+  /** @param {number | undefined} rate @param {number} hint */
+  async fittingEngine(rate, hint) {
     const { engine } = this;
     if (engine && engine.context.state !== 'closed' && engine.hint === hint && (!rate || engine.context.sampleRate === rate)) {
       engine.tell({ settings: this.settings });
@@ -128,6 +144,7 @@ class Page {
       settings: this.settings,
       hint,
       onFault: () => say('effect-note', 'The effect stopped working; you hear the dry sound. Load the page again.', true),
+      onHalt: () => this.halt(),
     });
     return this.engine;
   }
@@ -147,36 +164,54 @@ class Page {
   }
 
   rest() {
+    if (this.starting || this.plugging || this.live || this.playback?.plays) return;
     this.scope.stop();
-    void this.engine?.context.suspend();
+    this.engine?.sleep();
+  }
+
+  /** The browser has stopped the sound by itself. */
+  halt() {
+    if (this.live) {
+      this.unplug(HELD, true);
+    } else if (this.playback?.plays) {
+      this.playback.stop();
+      say('recording-note', HELD, true);
+      this.showPlaying();
+    }
   }
 
   async play() {
-    if (!this.recording) return;
+    const { recording } = this;
+    if (!recording || this.starting) return;
     if (this.playback?.plays) {
       this.playback.stop();
       this.showPlaying();
       return;
     }
+    this.starting = true;
     try {
       if (this.live) this.unplug();
       say('recording-note', '');
-      const engine = await this.engineAt(this.recording.rate, 0.02);
-      this.playback ??= new Playback(engine, this.recording, () => this.showPlaying());
-      this.playback.setLoop(this.loops);
-      this.playback.offset = this.position;
+      const engine = await this.engineAt(recording.rate, 0.02);
       await engine.wake();
-      this.playback.play();
+      if (engine === this.engine && recording === this.recording) {
+        this.playback ??= new Playback(engine, recording, () => this.showPlaying());
+        this.playback.setLoop(this.loops);
+        this.playback.offset = this.position;
+        this.playback.play();
+      }
     } catch (error) {
-      say('recording-note', error instanceof Trouble ? error.message : 'The sound cannot start in this browser.', true);
+      const why = error instanceof Trouble ? error.message : 'The sound cannot start in this browser.';
+      if (!this.plugging && !this.live) say('recording-note', why, true); // else the guitar has taken over
     }
+    this.starting = false;
     this.showPlaying();
   }
 
   showPlaying() {
     button('play').setAttribute('aria-pressed', String(this.playback?.plays ?? false));
     button('plug').setAttribute('aria-pressed', String(this.live !== undefined));
-    this.trim.show(this.trimNow);
+    this.showTrim();
     this.animate();
   }
 
@@ -226,28 +261,32 @@ class Page {
 
   /** @param {File} file */
   async open(file) {
+    const chosen = (this.opened += 1);
     say('recording-note', `Reading ${file.name} …`);
     try {
       const recording = await openRecording(file);
+      if (chosen !== this.opened) return;
       if (recording.channels[0].length === 0) throw new Error('empty');
       this.load(recording);
       const kind = { 1: 'mono', 2: 'stereo' }[recording.channels.length] ?? `${recording.channels.length} channels`;
       say('recording-note', `${recording.rate} Hz, ${kind}, Trim set to fit its peak.`);
     } catch {
-      say('recording-note', `${file.name} is not a recording that this browser can read. Try WAV, FLAC, MP3 or Ogg.`, true);
+      if (chosen === this.opened) say('recording-note', `${file.name} is not a recording that this browser can read. Try WAV, FLAC, MP3 or Ogg.`, true);
     }
   }
 
   openRiff() {
+    this.opened += 1;
     const { rate, samples } = this.module.riff();
     this.load({ name: 'Riff', rate, channels: [samples] });
   }
 
   async save() {
-    if (!this.recording) return;
+    if (!this.recording || this.saving) return;
     const { recording } = this;
     const progress = /** @type {HTMLProgressElement} */ (element('progress'));
-    button('save').disabled = true;
+    this.saving = true;
+    button('save').ariaDisabled = 'true'; // it keeps the keyboard
     progress.hidden = false;
     progress.value = 0;
     try {
@@ -269,7 +308,8 @@ class Page {
       const why = error instanceof RangeError ? 'It is too long for a WAV or for this browser.' : 'It cannot be rendered.';
       say('recording-note', `Nothing was saved. ${why}`, true);
     }
-    button('save').disabled = false;
+    this.saving = false;
+    button('save').ariaDisabled = 'false';
     progress.hidden = true;
   }
 
@@ -294,10 +334,11 @@ class Page {
       });
       await live.engine.wake();
       await this.showInputs();
-      const jacks = live.channels;
-      select('jack').disabled = jacks < 2;
-      if (jacks < 2) select('jack').value = 'first';
+      if (live.track.readyState === 'ended') return; // unplugged meanwhile
+      select('jack').disabled = live.single;
+      if (live.single) select('jack').value = 'first';
       live.choose(/** @type {any} */ (select('jack').value));
+      this.plugging = false;
       this.showPlaying();
       await this.warn(live);
     } catch (error) {
@@ -348,8 +389,10 @@ class Page {
     say('plug-note', `Plugged in. If hard strokes reach −12 dBFS at the input, set Trim to 12 dB; at −24, to 0.${off}`);
     const tell = () => {
       if (this.live !== live) return;
-      const told = Math.round(live.latency * 1000);
-      element('latency').textContent = told > 0 ? `${told} ms from string to ear` : 'The browser tells no latency.';
+      const { seconds, whole } = live.latency;
+      const told = Math.round(seconds * 1000);
+      const path = whole ? 'from string to ear' : 'and what the input takes';
+      element('latency').textContent = told > 0 ? `${told} ms ${path}` : 'The browser tells no latency.';
       setTimeout(tell, 2000); // browsers learn it while they play
     };
     tell();
@@ -399,7 +442,7 @@ class Page {
     if (this.live) this.trims.input = decibels;
     else this.trims.recording = decibels;
     this.engine?.tell({ trim: decibels });
-    this.trim.show(decibels);
+    this.showTrim();
     this.keep();
   }
 
@@ -436,6 +479,20 @@ class Page {
     this.fuzz.show(knobAtValue(values[FUZZ]));
     this.volume.show(knobAtValue(values[VOLUME]));
     button('on').setAttribute('aria-checked', String(values[ON] === 1));
+    this.showPreset();
+  }
+
+  showTrim() {
+    this.trim.show(this.trimNow);
+    this.showPreset();
+  }
+
+  /** The list names the preset that the knobs stand at. */
+  showPreset() {
+    const { values } = this.program;
+    const is = (/** @type {Record<string, any>} */ { volume, fuzz, trim }) =>
+      valueAtKnob(volume) === values[VOLUME] && valueAtKnob(fuzz) === values[FUZZ] && trim === this.trimNow;
+    select('preset').value = this.presets.find(is)?.symbol ?? '';
   }
 
   show() {
@@ -450,7 +507,7 @@ class Page {
     list.value = String(this.selected);
     input('program-name').value = this.program.name;
     this.showValues();
-    this.trim.show(this.trimNow);
+    this.showTrim();
   }
 
   // What stays.
@@ -472,13 +529,22 @@ class Page {
       this.programs = readBank(kept.bank, this.programs, this.parameters);
       if (kept.selected in this.programs) this.selected = kept.selected;
       if (Number.isFinite(kept.trim)) this.trims.input = kept.trim;
-      this.learnt = { ...kept.learnt };
+      Object.assign(this.learnt, kept.learnt);
       this.warned = kept.warned === true;
       this.loops = kept.loops !== false;
       this.view = kept.view === 'spectrum' ? 'spectrum' : 'wave';
     } catch {
       // not ours, or not allowed: begin anew
     }
+  }
+
+  /** Takes over what another tab keeps, lest this one overwrites it; what is chosen and shown here stays. */
+  follow() {
+    const { selected, loops, view } = this;
+    this.recall();
+    Object.assign(this, { selected, loops, view });
+    this.engine?.tell({ settings: this.settings });
+    this.show();
   }
 
   exportBank() {
@@ -585,6 +651,7 @@ class Page {
       this.keep();
     });
     input('program-name').addEventListener('keydown', (event) => event.key === 'Enter' && input('program-name').blur());
+    window.addEventListener('storage', ({ key }) => key === STORE && this.follow());
     navigator.mediaDevices?.addEventListener?.('devicechange', () => void this.showInputs());
 
     // The space bar is the foot, unless the keyboard stands on something else that it presses or writes into. What the

@@ -6,6 +6,8 @@ const LOWEST = 40; // Hz, of the spectrum
 const HIGHEST = 16000;
 const QUIETEST = -110; // dBFS
 const LOUDEST = -20;
+const PEAKS = 2000; // kept of a recording, however long
+const CONVERTER_TOP = 32767 / 32768; // where converters of 16 bits end
 
 /** @param {number} amplitude of full scale */
 export const decibels = (amplitude) => 20 * Math.log10(amplitude);
@@ -37,49 +39,38 @@ export class Waveform {
   /** @param {HTMLCanvasElement} canvas */
   constructor(canvas) {
     this.canvas = canvas;
-    /** @type {Float32Array[]} */
-    this.channels = [];
-    /** @type {number[]} */
-    this.peaks = [];
+    this.peaks = new Float32Array(PEAKS);
     this.done = 0;
-    new ResizeObserver(() => this.measure()).observe(canvas);
+    new ResizeObserver(() => this.draw(this.done)).observe(canvas);
   }
 
   /** @param {Float32Array[]} channels */
   show(channels) {
-    this.channels = channels;
-    this.done = 0;
-    this.measure();
-  }
-
-  /** One bar for every three points of the picture. */
-  measure() {
-    const bars = Math.max(1, Math.floor(this.canvas.clientWidth / 3));
-    this.peaks = new Array(bars).fill(0);
-    for (const channel of this.channels) {
-      const step = channel.length / bars;
-      for (let bar = 0; bar < bars; ++bar) {
-        const end = Math.floor((bar + 1) * step);
-        for (let i = Math.floor(bar * step); i < end; ++i) {
-          const size = Math.abs(channel[i]);
-          if (size > this.peaks[bar]) this.peaks[bar] = size;
-        }
+    this.peaks.fill(0);
+    for (const channel of channels) {
+      for (let i = 0; i < channel.length; ++i) {
+        const peak = Math.floor((i / channel.length) * PEAKS);
+        const size = Math.abs(channel[i]);
+        if (size > this.peaks[peak]) this.peaks[peak] = size;
       }
     }
-    this.draw(this.done);
+    this.draw(0);
   }
 
-  /** @param {number} done 0 to 1 */
+  /** One bar for every three points of the picture. @param {number} done 0 to 1 */
   draw(done) {
     this.done = done;
     const { context, width, height, colour } = prepare(this.canvas);
     const top = Math.max(...this.peaks, 1e-6);
-    const bar = width / this.peaks.length;
-    this.peaks.forEach((peak, i) => {
+    const bars = Math.max(1, Math.min(Math.floor(width / 3), PEAKS));
+    const bar = width / bars;
+    const [before, behind] = [colour('accent'), colour('dry')];
+    for (let i = 0; i < bars; ++i) {
+      const peak = Math.max(...this.peaks.subarray(Math.floor((i * PEAKS) / bars), Math.floor(((i + 1) * PEAKS) / bars)));
       const size = Math.max(1.5, (peak / top) * (height - 4));
-      context.fillStyle = colour((i + 0.5) / this.peaks.length < done ? 'accent' : 'dry');
+      context.fillStyle = (i + 0.5) / bars < done ? before : behind;
       context.fillRect(i * bar + bar * 0.15, (height - size) / 2, bar * 0.7, size);
-    });
+    }
     context.fillStyle = colour('ink');
     context.fillRect(Math.min(done * width, width - 2), 0, 2, height);
   }
@@ -87,9 +78,13 @@ export class Waveform {
 
 /** A level of the sound: a bar, the highest level of the last seconds, and a lamp that stays on after clipping. */
 export class Meter {
-  /** @param {HTMLElement} root with `.bar`, `.hold`, and a button `.clip` */
-  constructor(root) {
+  /**
+   * @param {HTMLElement} root with a meter and a button `.clip`
+   * @param {(peak: number) => boolean} clips
+   */
+  constructor(root, clips) {
     this.root = root;
+    this.clips = clips;
     this.lamp = /** @type {HTMLButtonElement} */ (root.querySelector('.clip'));
     this.bar = /** @type {HTMLElement} */ (root.querySelector('[role=meter]'));
     this.lamp.addEventListener('click', () => this.clipped(false));
@@ -109,7 +104,7 @@ export class Meter {
   show(peak, now) {
     this.level = Math.max(peak, this.level * 0.86);
     if (peak >= this.hold || now - this.held > 1500) [this.hold, this.held] = [peak, now];
-    if (peak > 1) this.clipped(true);
+    if (this.clips(peak)) this.clipped(true);
     const place = (/** @type {number} */ level) => Math.max(0, Math.min(1, 1 - decibels(level + 1e-9) / FLOOR));
     this.root.style.setProperty('--level', String(place(this.level)));
     this.root.style.setProperty('--hold', String(place(this.hold)));
@@ -119,6 +114,12 @@ export class Meter {
     this.bar.setAttribute('aria-valuetext', levelText(this.hold));
   }
 }
+
+/** What comes from a converter ends at its top. @param {number} peak */
+export const clippedByConverter = (peak) => peak >= CONVERTER_TOP;
+
+/** What goes to one may reach full scale. @param {number} peak */
+export const clipsConverter = (peak) => peak > 1;
 
 /** The dry and the fuzzed sound, as waves or as spectra, and both meters; drawn while something plays. */
 export class Scope {
@@ -139,6 +140,7 @@ export class Scope {
     this.scale = 0.01;
     this.frame = 0;
     this.drawn = 0;
+    this.peaks = { input: 0, output: 0 }; // since the meters were drawn
     /** @type {import('./engine.js').Engine | undefined} */
     this.engine = undefined;
     new ResizeObserver(() => this.blank()).observe(canvas);
@@ -153,6 +155,7 @@ export class Scope {
   stop() {
     cancelAnimationFrame(this.frame);
     this.frame = 0;
+    this.peaks.input = this.peaks.output = 0;
     this.meters.input.show(0, 0);
     this.meters.output.show(0, 0);
     this.onFrame();
@@ -177,10 +180,14 @@ export class Scope {
     const { engine } = this;
     if (engine === undefined) return;
     this.frame = requestAnimationFrame((next) => this.draw(next));
+    const { peaks, meters } = this;
+    peaks.input = Math.max(peaks.input, this.peak(engine.dry));
+    peaks.output = Math.max(peaks.output, this.peak(engine.wet));
     if (this.still.matches && now - this.drawn < 500) return;
     this.drawn = now;
-    this.meters.input.show(this.peak(engine.dry), now);
-    this.meters.output.show(this.peak(engine.wet), now);
+    meters.input.show(peaks.input, now);
+    meters.output.show(peaks.output, now);
+    peaks.input = peaks.output = 0;
     this.onFrame();
     if (this.still.matches) return;
     if (this.view === 'wave') this.waves(engine);

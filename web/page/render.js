@@ -28,7 +28,18 @@ export async function render(module, { rate, channels }, settings, progress) {
     const frames = channels[0].length;
     /** @type {Float32Array[]} */
     const pieces = [];
+    let samples = 0;
+    let peak = 0;
     let due = performance.now() + SLICE;
+    const add = async (/** @type {Float32Array} */ piece) => {
+      pieces.push(piece);
+      samples += piece.length;
+      for (const sample of piece) peak = Math.max(peak, Math.abs(sample));
+      if (performance.now() < due) return;
+      progress(Math.min(samples / channels.length / frames, 1));
+      await pause();
+      due = performance.now() + SLICE;
+    };
     for (let at = 0; at < frames; at += effect.longestBlock) {
       const length = Math.min(effect.longestBlock, frames - at);
       effect.planes().forEach((plane, c) => plane.set(channels[c].subarray(at, at + length)));
@@ -38,18 +49,11 @@ export async function render(module, { rate, channels }, settings, progress) {
       for (let i = 0, to = 0; i < length; ++i) {
         for (let c = 0; c < planes.length; ++c) piece[to++] = planes[c][i];
       }
-      pieces.push(piece);
-      if (performance.now() < due) continue;
-      progress(at / frames);
-      await pause();
-      due = performance.now() + SLICE;
+      await add(piece);
     }
     while (!module.calls.isTailComplete(effect.handle)) {
-      pieces.push(module.samples((at) => module.calls.playTail(effect.handle, at)).slice());
+      await add(module.samples((at) => module.calls.playTail(effect.handle, at)).slice());
     }
-    let peak = 0;
-    for (const piece of pieces) for (const sample of piece) peak = Math.max(peak, Math.abs(sample));
-    const samples = pieces.reduce((sum, piece) => sum + piece.length, 0);
     return { wav: wavFile(pieces, rate, channels.length), seconds: samples / channels.length / rate, peak };
   } finally {
     effect.close();

@@ -83,9 +83,12 @@ export async function control(page, role, name) {
 export const attribute = (element, name) => element.evaluate((e, n) => e.getAttribute(n), name);
 export const text = (page, id) => page.$eval(`#${id}`, (e) => e.textContent);
 
-/** Waits until a note says something that fits. */
+/** Waits until a note that can be seen says something that fits. */
 export async function noted(page, id, pattern) {
-  await page.waitForFunction((i, p) => new RegExp(p).test(document.getElementById(i).textContent), {}, id, pattern.source);
+  await page.waitForFunction((i, p) => {
+    const note = document.getElementById(i);
+    return note.checkVisibility() && new RegExp(p).test(note.textContent);
+  }, {}, id, pattern.source);
 }
 
 /** Types a number into the field of a knob. */

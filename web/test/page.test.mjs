@@ -120,7 +120,7 @@ test('the keyboard reaches and moves everything', async () => {
     }));
   }
   for (const name of ['Recording', 'Play', 'Loop', 'Save WAV', 'Plug in', 'Fuzz', 'Fuzz as a number', 'Volume', 'Trim', 'On',
-    'Program', 'Preset', 'Name', 'Position', 'Spectrum', 'Export bank', 'Bank', 'Connect MIDI']) {
+    'Program', 'Preset', 'Name', 'Position', 'Spectrum', 'Export bank', 'Import bank', 'Connect MIDI']) {
     assert.ok(reached.has(name), `${name} in ${[...reached]}`);
   }
 
@@ -158,6 +158,8 @@ test('mouse, wheel and touch turn a knob, a double click puts it back', async ()
   await page.mouse.move(x, y);
   await page.mouse.wheel({ deltaY: 100 });
   await page.waitForFunction((e) => e.getAttribute('aria-valuetext') === '22.0 dB', {}, trim);
+  for (let i = 0; i < 10; ++i) await page.mouse.wheel({ deltaY: -10 }); // as a touch pad sends them
+  await page.waitForFunction((e) => e.getAttribute('aria-valuetext') === '24.0 dB', {}, trim);
   await page.mouse.click(x, y, { count: 2 });
   assert.equal(await attribute(trim, 'aria-valuetext'), '0.0 dB');
   await (await control(page, 'button', 'Spectrum')).click(); // the mouse leaves the space bar to the foot
@@ -200,6 +202,60 @@ test('a recording plays, loops, seeks and switches; the picture stops with it', 
   assert.deepEqual(page.faults, []);
 });
 
+test('lamps tell what clips; nothing sounds twice or is cut off', async () => {
+  const page = await bench.page(bench.urls.file, {
+    before: () => {
+      window.opened = [];
+      window.AudioContext = class extends AudioContext {
+        constructor(options) {
+          super(options);
+          window.opened.push(this);
+        }
+      };
+    },
+  });
+  const full = join(bench.folder, 'full.wav');
+  await run('sox', ['-n', '-r', '44100', '-b', '16', full, 'synth', '2', 'square', '200', 'gain', '0']);
+  const lamps = () => page.$$eval('.clip', (all) => all.map((e) => e.ariaPressed));
+  const play = await control(page, 'button', 'Play');
+  await play.evaluate((e) => (e.click(), e.click()));
+  await pause(1500);
+  assert.deepEqual(await lamps(), ['false', 'false']);
+  assert.equal(await page.evaluate(() => window.opened.length), 1);
+  await play.click();
+  await openRecording(page, full);
+  await turn(page, 'Volume', 0);
+  await play.click();
+  await pause(500);
+  assert.deepEqual(await lamps(), ['true', 'false']);
+  await turn(page, 'Fuzz', 10);
+  await turn(page, 'Volume', 10);
+  await turn(page, 'Trim', 30);
+  await pause(500);
+  assert.deepEqual(await lamps(), ['true', 'true']);
+
+  // The rest that follows a stop leaves what begins meanwhile alone.
+  await play.click();
+  await page.evaluate(() => {
+    navigator.mediaDevices.enumerateDevices = () => new Promise((done) => setTimeout(() => done([]), 3000));
+  });
+  await (await control(page, 'button', 'Plug in')).click();
+  await noted(page, 'plug-note', /Plugged in/);
+  assert.equal(await page.evaluate(() => window.opened.at(-1).state), 'running');
+});
+
+test('the page itself refuses to ask for anything', async () => {
+  const page = await bench.page(bench.urls.http);
+  const before = bench.asked.length;
+  await page.evaluate(async () => {
+    const image = new Image();
+    const ended = new Promise((done) => (image.onload = image.onerror = done));
+    image.src = '/image';
+    await Promise.allSettled([ended, fetch('/fetch')]);
+  });
+  assert.deepEqual(bench.asked.slice(before).filter((url) => url !== '/favicon.ico'), []);
+});
+
 test('sixteen programs are kept, and banks are the command’s', withCommand, async () => {
   const url = bench.urls.http;
   const page = await bench.page(url);
@@ -215,6 +271,8 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
   assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
   const preset = await control(page, 'combobox', 'Preset');
   await preset.select('wall-of-fuzz');
+  await turn(page, 'Fuzz', 3);
+  await preset.select('wall-of-fuzz'); // once more: a turned knob has left it
   assert.equal(await attribute(await control(page, 'slider', 'Trim'), 'aria-valuetext'), '14.0 dB');
   await page.reload();
   await page.waitForSelector('#unable[hidden]');
@@ -231,7 +289,7 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
 
   const theirs = join(bench.folder, 'theirs.json');
   await run(command, ['bank', 'save', theirs, '--force', '--set', '1,volume=1.5,fuzz=9.9,on=0,name=Theirs']);
-  await (await page.$('input[aria-label="Bank"]')).uploadFile(theirs);
+  await (await page.$('#import')).uploadFile(theirs);
   await noted(page, 'bank-note', /is loaded/);
   assert.equal(await attribute(await control(page, 'slider', 'Fuzz'), 'aria-valuetext'), '9.90');
   assert.deepEqual(JSON.parse((await saved(page, 'Export bank')).bytes), JSON.parse(await readFile(theirs, 'utf8')));
@@ -240,7 +298,7 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
   for (const [content, says] of rows) {
     const broken = join(bench.folder, 'broken.json');
     await writeFile(broken, content);
-    await (await page.$('input[aria-label="Bank"]')).uploadFile(broken);
+    await (await page.$('#import')).uploadFile(broken);
     await noted(page, 'bank-note', new RegExp(`${says}.*Nothing was changed`));
   }
   assert.equal(await attribute(await control(page, 'slider', 'Fuzz'), 'aria-valuetext'), '9.90');
@@ -267,9 +325,14 @@ test('an input plays live, after a warning', async () => {
   await pause(1200); // the fake microphone beeps once a second
   assert.ok((await level(page, 'Input level')) > -40);
   assert.ok((await level(page, 'Output level')) > -40);
-  await (await control(page, 'combobox', 'Jack')).evaluate((e) => ((e.value = 'both'), e.dispatchEvent(new Event('change'))));
-  await pause(1200);
-  assert.ok((await level(page, 'Output level')) > -40);
+  for (const jack of ['second', 'both']) {
+    await (await control(page, 'combobox', 'Jack')).select(jack);
+    await pause(1700);
+    assert.ok((await level(page, 'Output level')) > -40, jack);
+  }
+  await turn(page, 'Volume', 0); // silences the effect, not the dry sound
+  await pause(2500);
+  assert.ok(Number.isNaN(await level(page, 'Output level')));
   await (await control(page, 'button', 'Play')).click(); // the recording takes over
   await page.waitForFunction(() => document.getElementById('plug').ariaPressed === 'false');
   assert.deepEqual(page.faults, []);
@@ -317,11 +380,14 @@ test('what goes wrong is said beside the control', async (t) => {
     ['a suspended context', 'AudioContext.prototype.resume = () => new Promise(() => {}); ' +
       'Object.defineProperty(AudioContext.prototype, "state", { get: () => "suspended" })', 'play', 'recording-note', /holds the sound/],
     ['no MIDI', 'delete Navigator.prototype.requestMIDIAccess', 'midi', 'midi-note', /no MIDI/],
-    ['nothing kept', 'Storage.prototype.setItem = () => { throw new DOMException("", "QuotaExceededError"); }', 'on', 'bank-note', /keeps nothing/],
+    ['a context that stops', `const { resume } = AudioContext.prototype;
+      AudioContext.prototype.resume = function () { setTimeout(() => this.suspend(), 700); return resume.call(this); }`, 'play',
+      'recording-note', /holds the sound/],
+    ['nothing kept', 'Storage.prototype.setItem = () => { throw new DOMException("", "QuotaExceededError"); }', 'on', 'bank-note', /keeps nothing/, PHONE],
   ];
-  for (const [name, before, id, note, says] of rows) {
+  for (const [name, before, id, note, says, viewport] of rows) {
     await t.test(name, async () => {
-      const page = await bench.page(bench.urls.file, { before });
+      const page = await bench.page(bench.urls.file, { before, viewport });
       await page.click(`#${id}`);
       await noted(page, note, says);
       assert.equal(await page.$eval(`#${id}`, (e) => e.ariaPressed ?? 'false'), 'false');
