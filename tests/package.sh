@@ -37,13 +37,17 @@ holds "the module depends on the C library alone, not on: $module" grep -qx 'lib
 
 # Installed with dpkg into an empty root, for which the tests' own system stands in where libraries are needed.
 root=$work/root
-mkdir -p "$root"/var/lib/dpkg/{info,updates}
+mkdir -p "$root"/{etc,var/lib/dpkg/{info,updates}}
 touch "$root"/var/lib/dpkg/{status,available}
 into_root() {
   fakeroot dpkg --root="$root" --force-script-chrootless --force-depends --log=/dev/null "$@" >"$work/dpkg.log" 2>&1 ||
     { cat "$work/dpkg.log" && return 1; }
 }
 holds "dpkg installs" into_root --install brumbler{,-lv2,-module}_*.deb
+holds "the units' user is made" grep -q '^brumbler:' "$root/etc/passwd"
+holds "removing stops the units" grep -q "deb-systemd-invoke stop .*'brumbler-live.service'" "$root/var/lib/dpkg/info/brumbler.prerm"
+DPKG_ROOT=$root DPKG_MAINTSCRIPT_PACKAGE=brumbler fakeroot deb-systemd-helper enable brumbler-live.service >/dev/null
+holds "a unit can be enabled" test -L "$root/etc/systemd/system/multi-user.target.wants/brumbler-live.service"
 
 # Plays a riff with the command $1; its module has to lie in $2.
 plays() {
@@ -56,6 +60,16 @@ sum=$(sha256sum <fuzzed.wav)
 holds "distributions' flags change no sample" test "$sum" = "$(sha256sum <fuzzed.wav)"
 
 share=$root/usr/share
+# Where a document of the folder $1, or a unit, points at nothing.
+broken_links() {
+  (cd "$1" && grep -roE '\]\([^):#]+' --include=*.md . | while IFS= read -r link; do
+    [[ -e $(dirname "${link%%:*}")/${link##*(} ]] || echo "$link"
+  done)
+  sed -n 's/.*file:\([^ ]*\).*/\1/p' "$root"/lib/systemd/system/*.service | while read -r file; do
+    [[ -e $root$file ]] || echo "$file"
+  done
+}
+holds "the documents' and units' links hold" nothing "$(broken_links "$share/doc/brumbler")"
 holds "the manual page has no fault" nothing "$(LC_ALL=C.UTF-8 MANROFFSEQ= man --warnings -l "$share"/man/man1/brumbler.1.gz 2>&1 >/dev/null)"
 completes() {
   bash -c 'source "$1" && COMP_WORDS=(brumbler rend) COMP_CWORD=1 && _brumbler && [[ ${COMPREPLY[*]} == render ]]' - \
@@ -72,11 +86,16 @@ fi
 if command -v chromium >/dev/null; then
   page=$(chromium --headless --no-sandbox --disable-gpu --user-data-dir="$work/chromium" --virtual-time-budget=5000 \
     --dump-dom "file://$share/brumbler/brumbler.html" 2>/dev/null)
-  holds "the page opens and has its version" grep -q "$version" <<<"$page"
+  holds "the page opens and the effect starts" grep -q '<p id="unable"[^>]* hidden' <<<"$page"
+fi
+readonly tested=${release%/*}/wasm/brumbler.html
+if [[ -e $tested ]]; then
+  cmake --build "${tested%/*}" --target brumbler_page >/dev/null
+  holds "the page is the one that its own tests open" cmp "$share/brumbler/brumbler.html" "$tested"
 fi
 
 holds "dpkg removes" into_root --purge brumbler brumbler-lv2 brumbler-module
-holds "nothing stays behind" nothing "$(find "$root" -mindepth 1 -not -path "$root/var*")"
+holds "nothing stays behind" nothing "$(find "$root" -not -type d -not -path "$root/var/*" -not -regex "$root/etc/\(passwd\|group\|g?shadow\|.pwd.lock\)-?")"
 
 # The archive, unpacked to some folder.
 cmake --build "$release" --target package >"$work/package.log" || { cat "$work/package.log" && exit 1; }

@@ -1,9 +1,11 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: MIT
 # Holds the installed units of the stomp box to systemd's own check: units.sh BUILD
-# Ends with status 77, skipped, without jackd.
+# Ends with status 77, skipped, without jackd or systemd.
 set -euo pipefail
-command -v jackd >/dev/null || { echo "SKIPPED: no jackd for the units to start" >&2; exit 77; }
+for program in jackd systemd-analyze; do
+  command -v "$program" >/dev/null || { echo "SKIPPED: no $program" >&2; exit 77; }
+done
 root=$(mktemp -d)
 trap 'rm -rf "$root"' EXIT
 cmake --install "$1" --prefix "$root" >/dev/null
