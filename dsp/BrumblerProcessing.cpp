@@ -53,13 +53,14 @@ void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 s
     firstBlock = false;
   }
   const VolumeGlide glide{lastVolume, length > 1 ? (volume - lastVolume) * (1.0 / (length - 1)) : 0.0};
-  const bool rests = glide.step == 0.0 && switchFader->rests(onOff);
-  if (!rests) switchFader->run(length, onOff, gainBuffer);
+  const bool fades = !switchFader->rests(onOff);
+  const bool rests = !fades && glide.step == 0.0;
+  if (fades) switchFader->run(length, onOff, gainBuffer);
   if (fuzz != lastFuzz) setGain();
   bool good = isSoundVolume(volume) && isSoundFuzz(fuzz);
   if (length > 0) {
     stages->setVolume(glide.start);
-    const Mixer mixer{inputs[0], outputs[0], glide, outputGain, rests, onOff == 1.0F, switchFader->switchBuf,
+    const Mixer mixer{inputs[0], outputs[0], glide, outputGain, rests, fades, onOff == 1.0F, switchFader->switchBuf,
                       gainBuffer};
     good &= runBlock(*stages, mixer, length);
   }

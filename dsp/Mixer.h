@@ -14,7 +14,8 @@ struct Mixer {
   VolumeGlide volume;
   double outputGain;
   bool rests;                 // nothing fades and VOLUME stands: two products a sample
-  bool on;                    // whether the effect signal plays, at rest
+  bool fades;                 // else VOLUME glides
+  bool on;                    // whether the effect signal plays, when nothing fades
   const float* switchValues;  // else it plays where the value is 1,
   const double* gains;        // each sample with a gain of its own
 
@@ -24,36 +25,51 @@ struct Mixer {
     LaneSum sum;
     if (rests) {
       forEachLanes(first, end, [&]<typename T>(int i) { sum.add(rest<T>(load<T>(effect + (i - first)), i)); });
+    } else if (fades) {
+      forEachLanes(first, end, [&]<typename T>(int i) { sum.add(fade<T>(load<T>(effect + (i - first)), i)); });
     } else {
-      forEachLanes(first, end, [&]<typename T>(int i) { sum.add(mix<T>(load<T>(effect + (i - first)), i)); });
+      forEachLanes(first, end, [&]<typename T>(int i) { sum.add(glide<T>(load<T>(effect + (i - first)), i)); });
     }
     return settle(sum.total(), first, end);
   }
 
   // Writes sample i; returns its effect signal at its loudness, of which settle() wants the sum.
   [[gnu::always_inline]] double put(double effect, int i) const noexcept {
-    return rests ? rest(effect, i) : mix(effect, i);
+    if (rests) return rest(effect, i);
+    return fades ? fade(effect, i) : glide(effect, i);
   }
 
   // `sum` over the samples from `first` up to `end`, which are written. False when one was not finite.
   [[gnu::always_inline]] bool settle(double sum, int first, int end) const noexcept {
-    if (std::isfinite(sum)) return true;
-    for (int i = first; i < end; ++i) {
-      if ((rests ? on : switchValues[i] == 1.0F) && !std::isfinite(out[i])) out[i] = 0.0;
-    }
+    if (std::isfinite(sum)) [[likely]]
+      return true;
+    silenceNotFinite(first, end);
     return false;
   }
 
  private:
+  [[gnu::noinline]] void silenceNotFinite(int first, int end) const noexcept {
+    for (int i = first; i < end; ++i) {
+      if ((fades ? switchValues[i] == 1.0F : on) && !std::isfinite(out[i])) out[i] = 0.0;
+    }
+  }
+
   template <typename T>
   [[gnu::always_inline]] T rest(T effect, int i) const noexcept {
-    const T wet = (effect * volume.start) * outputGain;
+    return play((effect * volume.start) * outputGain, i);
+  }
+  template <typename T>
+  [[gnu::always_inline]] T glide(T effect, int i) const noexcept {
+    return play((effect * volume.at(counted<T>(i))) * outputGain, i);
+  }
+  template <typename T>
+  [[gnu::always_inline]] T play(T wet, int i) const noexcept {
     store<T>(out + i, on ? wet : withoutDenormals(load<T>(dry + i)));
     return wet;
   }
 
   template <typename T>
-  [[gnu::always_inline]] T mix(T effect, int i) const noexcept {
+  [[gnu::always_inline]] T fade(T effect, int i) const noexcept {
     const T gain = load<T>(gains + i);
     const T wet = ((gain * effect) * volume.at(counted<T>(i))) * outputGain;
     const T through = gain * withoutDenormals(load<T>(dry + i));

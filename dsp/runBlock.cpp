@@ -12,25 +12,37 @@ namespace {
 
 constexpr int kPiece = 256;  // samples that are worked on at once, on the stack
 
-// From this many samples up the forms for long blocks pay, by counted instructions and measured time (bench/README.md).
-#if defined(__aarch64__)
+// From this many samples up the forms for long blocks pay. By counted instructions: no length takes more of them than
+// one sample through one section at a time would, resting or gliding. By time clang++'s on x86 pay from 8
+// (bench/README.md).
+#if defined(__aarch64__) || defined(__i386__)
 constexpr int kLongBlock = 16;
+#elif defined(__x86_64__) && defined(__clang__)
+constexpr int kLongBlock = 12;
 #else
 constexpr int kLongBlock = 8;
 #endif
+
+// The tone stage for sample i of a gliding block. Not inlined: a block at rest would load all its constants.
+[[gnu::noinline]] ToneCoefficients<double> glidingTone(const SignalStages& stages, const VolumeGlide& volume,
+                                                       int i) noexcept {
+  return ToneCoefficients<double>::forVolume(stages.toneK, volume.at<double>(i));
+}
 
 // For fewer than kLongBlock samples. A sample goes from end to end in registers: where everything waits for everything,
 // a way through memory made a block of one 5 % slower.
 bool runShort(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
   const VolumeGlide& volume = mixer.volume;
-  ToneCoefficients<double> coefficients = stages.tone;
+  const ToneCoefficients<double>* coefficients = &stages.tone;
+  ToneCoefficients<double> gliding;
   Intake intake;
   double sum = 0.0;
   for (int i = 0; i < length; ++i) {
     if (i > 0 && volume.step != 0.0) {
-      coefficients = ToneCoefficients<double>::forVolume(stages.toneK, volume.at<double>(i));
+      gliding = glidingTone(stages, volume, i);
+      coefficients = &gliding;
     }
-    const double effect = runSample(stages, coefficients, intake.take<double>(mixer.dry + i));
+    const double effect = runSample(stages, *coefficients, intake.take<double>(mixer.dry + i));
     sum += mixer.put(effect, i);
   }
   return mixer.settle(sum, 0, length) && intake.good();
@@ -61,8 +73,10 @@ void run(SignalPath<4>& path, double* steps, Step first, Step end) noexcept {
 
 // For any length, faster from kLongBlock samples up. The outputs come kDelay steps after the inputs; behind the last
 // input follow kDelay steps more.
+//
+// Not inlined, nor is the next form: short blocks would save registers for them.
 template <int width>
-bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
+[[gnu::noinline]] bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
   constexpr int kDelay = SignalPath<width>::kDelay;
   SignalPath<width> path(stages, mixer.volume, length);
   double piece[kPiece];
@@ -84,7 +98,8 @@ bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcep
 }
 
 // The same on processors without vectors of doubles.
-[[maybe_unused]] bool runStageByStage(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
+[[maybe_unused, gnu::noinline]] bool runStageByStage(const SignalStages& stages, const Mixer& mixer,
+                                                     int length) noexcept {
   constexpr int kMost = StageByStage::kPiece;
   StageByStage path(stages, mixer.volume);
   double piece[kMost];
