@@ -13,8 +13,7 @@ namespace {
 constexpr int kPiece = 256;  // samples that are worked on at once, on the stack
 
 // From this many samples up the forms for long blocks pay. By counted instructions: no length takes more of them than
-// one sample through one section at a time would, resting or gliding. By time clang++'s on x86 pay from 8
-// (bench/README.md).
+// one sample through one section at a time would. By time they pay on x86 with clang++ from 8 (bench/README.md).
 #if defined(__aarch64__) || defined(__i386__)
 constexpr int kLongBlock = 16;
 #elif defined(__x86_64__) && defined(__clang__)
