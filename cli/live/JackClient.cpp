@@ -86,10 +86,12 @@ bool JackClient::open() {
                   " in; try another --name, or start the server again");
   }
   alive_ = true;
+  setShutdownCallback();  // before anything that a server which goes can fail
   registerPorts();
   setCallbacks();
   period_ = static_cast<int>(jack_get_buffer_size(client_));
   player_.announce(static_cast<int>(jack_get_sample_rate(client_)), period_);
+  player_.setClosed(false);
   if (jack_activate(client_) != 0) {
     close();
     throw Failure("the JACK server does not let " + wishes_.name + " play; start the server again");
@@ -118,7 +120,7 @@ void JackClient::registerPorts() {
 
 void JackClient::setCallbacks() {
   jack_set_process_callback(client_, process, this);
-  // These come while no period is processed, and on a thread of the library.
+  // These come on a thread of the library; the player keeps the audio thread away meanwhile.
   jack_set_buffer_size_callback(
       client_,
       [](jack_nframes_t frames, void* self) {
@@ -159,6 +161,9 @@ void JackClient::setCallbacks() {
       client_,
       [](jack_port_id_t, jack_port_id_t, int, void* self) { static_cast<JackClient*>(self)->graphChanged_ = true; },
       this);
+}
+
+void JackClient::setShutdownCallback() {
   jack_on_info_shutdown(
       client_,
       [](jack_status_t, const char* reason, void* self) {
@@ -196,8 +201,9 @@ int JackClient::process(jack_nframes_t frames, void* self) noexcept {
 
 void JackClient::close() {
   if (client_ == nullptr) return;
-  // The library may end its audio thread wherever it is; within a pause that is not in the middle of the effect.
-  const LivePlayer::Pause pause(player_);
+  // The library may end its audio thread wherever it is. No pause is held: the server may be waiting for a callback
+  // that announces something.
+  player_.setClosed(true);
   jack_client_close(client_);
   client_ = nullptr;
   ports_.clear();

@@ -71,6 +71,7 @@ class JackClient {
   using Connection = std::pair<std::size_t, std::string>;  // one of ports_, and the name of the port of another client
 
   void registerPorts();
+  void setShutdownCallback();
   void setCallbacks();
   void lookAround();
   std::vector<std::string> fitting(Role role) const;

@@ -81,8 +81,14 @@ void LivePlayer::announce(int rate, int longest) {
 
 void LivePlayer::record(TakeRecorder* dry, TakeRecorder* wet) {
   const Pause pause(*this);
-  dry_ = dry;
-  wet_ = wet;
+  const auto fitting = [this](TakeRecorder* take) { return take != nullptr && take->rate() == rate_ ? take : nullptr; };
+  dry_ = fitting(dry);
+  wet_ = fitting(wet);
+}
+
+void LivePlayer::setClosed(bool closed) {
+  closed_ = closed;
+  const Pause untilPeriodIsOver(*this);
 }
 
 void LivePlayer::landChanges() {
@@ -95,7 +101,11 @@ void LivePlayer::begin(const float* const* in, float* const* out, int frames) no
   out_ = out;
   frames_ = frames;
   position_ = 0;
-  entered_ = !busy_.test_and_set(std::memory_order_acquire);
+  entered_ = !closed_ && !busy_.test_and_set(std::memory_order_acquire);
+  if (entered_ && closed_) {  // since the look before
+    busy_.clear(std::memory_order_release);
+    entered_ = false;
+  }
   if (!entered_) {
     for (std::size_t c = 0; c < effects_.size(); ++c) std::fill_n(out[c], frames, 0.0F);
     return;

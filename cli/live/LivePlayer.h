@@ -66,11 +66,16 @@ class LivePlayer {
   void announce(int rate, int longest);
   int rate() const noexcept { return rate_.load(std::memory_order_relaxed); }
 
-  // Where to record the sound that comes in and the one that goes out; null is nowhere. Threads as for announce().
+  // Where to record the sound that comes in and the one that goes out; null is nowhere, and so is a recorder of another
+  // rate than rate(). Threads as for announce().
   void record(TakeRecorder* dry, TakeRecorder* wet);
 
   // The control thread. False when the queue is full: try again later.
   bool send(const LiveChange& change) noexcept { return changes_.write(&change, 1); }
+
+  // Closed, it plays silence and the audio thread may be ended wherever it is: never in the middle of an effect. When
+  // this returns, it holds. Threads as for announce().
+  void setClosed(bool closed);
 
   // Lands what was sent while nothing plays. Threads as for announce().
   void landChanges();
@@ -132,6 +137,7 @@ class LivePlayer {
   LockFreeRing<MidiControl> heard_;
   std::atomic<bool> listening_ = false;
   std::atomic_flag busy_;  // by the audio thread for a period, or by who announces
+  std::atomic<bool> closed_ = false;
   std::atomic<bool> ending_ = false;
   std::atomic<bool> ended_ = false;
 

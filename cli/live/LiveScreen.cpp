@@ -9,8 +9,10 @@
 #include <algorithm>
 #include <clocale>
 #include <cmath>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 
 #include "cli/effect/Parameter.h"
 #include "cli/text/numbers.h"
@@ -40,16 +42,18 @@ std::string formatted(const char* format, double number) {
 
 }  // namespace
 
-bool LiveScreen::isPossible() {
-  const char* const terminal = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): no thread of ours sets it
-  return isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0 && terminal != nullptr &&
-         std::strcmp(terminal, "dumb") != 0;
+std::unique_ptr<LiveScreen> LiveScreen::open() {
+  const char* const name = std::getenv("TERM");  // NOLINT(concurrency-mt-unsafe): no thread of ours sets it
+  const bool isOurs = isatty(STDIN_FILENO) != 0 && isatty(STDOUT_FILENO) != 0 && tcgetpgrp(STDIN_FILENO) == getpgrp();
+  if (!isOurs || name == nullptr || std::strcmp(name, "dumb") == 0) return nullptr;
+  std::signal(SIGTSTP, SIG_IGN);                             // Ctrl-Z would stop the audio thread as well
+  std::setlocale(LC_CTYPE, "");                              // NOLINT(concurrency-mt-unsafe): audio and disk use none
+  screen* const terminal = newterm(nullptr, stdout, stdin);  // initscr() would end the process
+  return terminal != nullptr ? std::unique_ptr<LiveScreen>(new LiveScreen(terminal)) : nullptr;
 }
 
-LiveScreen::LiveScreen() {
-  std::setlocale(LC_CTYPE, "");                                  // NOLINT(concurrency-mt-unsafe): audio and disk use none
+LiveScreen::LiveScreen(screen* terminal) : terminal_(terminal) {
   hasBlocks_ = std::strcmp(nl_langinfo(CODESET), "UTF-8") == 0;  // NOLINT(concurrency-mt-unsafe)
-  initscr();
   cbreak();
   noecho();
   nodelay(stdscr, TRUE);
@@ -66,7 +70,14 @@ LiveScreen::LiveScreen() {
   }
 }
 
-LiveScreen::~LiveScreen() { endwin(); }
+LiveScreen::~LiveScreen() {
+  endwin();
+  delscreen(terminal_);
+}
+
+void LiveScreen::giveBack() {
+  if (stdscr != nullptr && !isendwin()) endwin();
+}
 
 void LiveScreen::Meter::update(float peak, double seconds) {
   const double now = peak > 0.0F ? std::max(decibels(static_cast<double>(peak)), kFloor) : kFloor;

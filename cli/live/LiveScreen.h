@@ -2,10 +2,13 @@
 #pragma once
 
 #include <array>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "cli/live/LivePlayer.h"
+
+struct screen;
 
 // What the screen shows.
 struct LiveView {
@@ -45,13 +48,14 @@ class LiveScreen {
     kEscape
   };
 
-  // Whether standard input and output are a terminal that can show it.
-  static bool isPossible();
-
-  LiveScreen();
+  // Null unless standard input and output are a terminal that can show it, and is ours rather than of a job in front.
+  static std::unique_ptr<LiveScreen> open();
   LiveScreen(const LiveScreen&) = delete;
   LiveScreen& operator=(const LiveScreen&) = delete;
   ~LiveScreen();
+
+  // Gives the terminal back without the object, for a process that ends where it stands. Any thread.
+  static void giveBack();
 
   // `seconds` since the last view, for what falls.
   void draw(const LiveView& view, double seconds);
@@ -67,6 +71,8 @@ class LiveScreen {
     double heldSeconds = 0.0;
     void update(float peak, double seconds);
   };
+  explicit LiveScreen(screen* terminal);
+
   static constexpr double kFloor = -60.0;  // dBFS, the left end
 
   void drawKnob(int row, const char* name, float value, bool isChosen, bool isOn);
@@ -74,6 +80,7 @@ class LiveScreen {
   void drawHelp(int row);
   void bar(int row, int column, int width, double share, double mark, int pair);
 
+  screen* terminal_;
   std::array<Meter, LivePlayer::kMostChannels> in_;
   std::array<Meter, LivePlayer::kMostChannels> out_;
   bool hasBlocks_;  // the terminal can show more than ASCII

@@ -2,14 +2,16 @@
 #include "cli/live/LiveSession.h"
 
 #include <poll.h>
-#include <sys/signalfd.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cmath>
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <filesystem>
+#include <iterator>
 #include <thread>
 #include <utility>
 
@@ -25,6 +27,7 @@ constexpr auto kTick = std::chrono::milliseconds(40);
 constexpr auto kBetweenJoins = std::chrono::milliseconds(500);
 constexpr auto kBetweenLateLines = std::chrono::seconds(1);
 constexpr auto kMessageStays = std::chrono::seconds(6);
+constexpr timespec kLongestEnd = {3, 0};                       // of a server that does not answer
 constexpr auto kLongestFade = std::chrono::milliseconds(500);  // with the longest of periods
 
 std::string peakText(float peak) {
@@ -75,9 +78,7 @@ LiveSession::LiveSession(const EffectModule& module, LiveSettings settings)
   player_.landChanges();
 }
 
-LiveSession::~LiveSession() {
-  if (signals_ >= 0) close(signals_);
-}
+LiveSession::~LiveSession() = default;
 
 // From the prototype into the player.
 void LiveSession::loadPrograms() {
@@ -140,42 +141,54 @@ void LiveSession::send(const LiveChange& change) {
   }
 }
 
-void LiveSession::openSignals() {
-  // Blocked for all threads that come, and read here.
-  sigset_t set;
-  sigemptyset(&set);
-  for (const int signal : {SIGINT, SIGTERM, SIGHUP}) sigaddset(&set, signal);
-  pthread_sigmask(SIG_BLOCK, &set, nullptr);
-  signals_ = signalfd(-1, &set, SFD_NONBLOCK | SFD_CLOEXEC);
+LiveSession::Signals::Signals() {
+  // Blocked for all threads that come.
+  sigemptyset(&set_);
+  for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) sigaddset(&set_, signal);
+  pthread_sigmask(SIG_BLOCK, &set_, nullptr);
   std::signal(SIGPIPE, SIG_IGN);  // of a server that goes while it is written to
+  thread_ = std::thread([this] { run(); });
 }
 
-void LiveSession::readSignals() {
-  signalfd_siginfo info{};
-  while (read(signals_, &info, sizeof info) == static_cast<ssize_t>(sizeof info)) {
-    if (info.ssi_signo == SIGHUP) {
-      readBankAgain();
-    } else {
-      quitting_ = true;
+LiveSession::Signals::~Signals() {
+  done_ = true;
+  pthread_kill(thread_.native_handle(), SIGHUP);
+  thread_.join();
+}
+
+void LiveSession::Signals::run() {
+  for (;;) {
+    const int step = step_;
+    const int signal = quit_ ? sigtimedwait(&set_, nullptr, &kLongestEnd) : sigwaitinfo(&set_, nullptr);
+    if (done_) return;
+    if (signal == SIGHUP) {
+      reload_ = true;
+    } else if (signal > 0 && !quit_) {
+      quit_ = true;
+    } else if (signal > 0 || (errno == EAGAIN && !patient_ && step == step_)) {
+      LiveScreen::giveBack();
+      std::fprintf(
+          stderr, "brumbler: %s\n",
+          signal > 0 ? "ended at once by a second signal" : "the JACK server does not answer; ended without it");
+      _exit(Failure::failed);
     }
   }
 }
 
 void LiveSession::run() {
-  openSignals();
+  signals_ = std::make_unique<Signals>();
   if (!join() && !settings_.wait) {
     throw Failure("no JACK server runs here; start one (jackd, or PipeWire with its JACK library), or add --wait");
   }
-  if (LiveScreen::isPossible()) screen_ = std::make_unique<LiveScreen>();
+  screen_ = LiveScreen::open();
   drawTime_ = Clock::now();
   if (settings_.learn) startLearning();
-  std::string loss;
-  while (!quitting_) {
+  while (!signals_->hasQuit()) {
     // The descriptor of a keyboard that is none is left out by its sign.
-    pollfd sources[] = {{signals_, POLLIN, 0}, {screen_ != nullptr ? STDIN_FILENO : -1, POLLIN, 0}};
-    poll(sources, 2, static_cast<int>(kTick.count()));
-    readSignals();
-    if ((sources[1].revents & (POLLHUP | POLLERR)) != 0) quitting_ = true;  // the terminal was closed
+    pollfd keyboard = {screen_ != nullptr ? STDIN_FILENO : -1, POLLIN, 0};
+    poll(&keyboard, 1, static_cast<int>(kTick.count()));
+    if (signals_->takeReload()) readBankAgain();
+    if ((keyboard.revents & (POLLHUP | POLLERR)) != 0) signals_->quit();  // the terminal was closed
     if (screen_ != nullptr) readKeys();
     checkServer();
     learn();
@@ -191,74 +204,106 @@ void LiveSession::run() {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
   }
-  jack_.close();
-  player_.record(nullptr, nullptr);
+  finish();
+  jack_.close();  // last, because a server that hangs answers never
+  if (!takeFailure_.empty()) throw Failure(takeFailure_);
+}
+
+void LiveSession::finish() {
+  readPeaks();
   screen_.reset();
+  signals_->setPatient(true);  // with a slow disk
+  player_.record(nullptr, nullptr);
   endTakes();
   tellEnd();
-  if (!takeFailure_.empty()) throw Failure(takeFailure_);
+  signals_->setPatient(false);
 }
 
 bool LiveSession::join() {
   joinTime_ = Clock::now();
-  if (!jack_.open()) {
-    if (settings_.wait && !waitingTold_) say("Waiting for a JACK server");
-    waitingTold_ = true;
+  try {
+    if (!jack_.open()) {
+      if (settings_.wait) tellWaiting("Waiting for a JACK server");
+      return false;
+    }
+  } catch (const Failure& failure) {  // it refuses, or goes at this moment
+    jack_.close();
+    if (!settings_.wait) throw;
+    tellWaiting(std::string(failure.what()) + ". Trying again");
     return false;
   }
-  waitingTold_ = false;
+  waiting_.clear();
   const std::vector<std::string> misfits = jack_.misfits();
   if (!settings_.wait && jack_.lacksSound()) throw Failure(misfits.front());
   startTakes();
+  hasJoined_ = true;
   tellStart();
   for (const std::string& misfit : misfits) say(misfit);
   return true;
 }
 
+// Each text once, until a server is there.
+void LiveSession::tellWaiting(const std::string& text) {
+  if (std::exchange(waiting_, text) != text) say(text);
+}
+
 void LiveSession::checkServer() {
   if (jack_.isAlive()) return jack_.tend();
-  if (!waitingTold_) {
+  if (waiting_.empty()) {
     jack_.close();
     std::string reason = jack_.lossReason();
     if (!reason.empty()) reason = " (" + reason + ")";
     if (!settings_.wait) {
-      screen_.reset();
-      endTakes();
-      tellEnd();
+      finish();
       throw Failure("the JACK server has gone" + reason + "; start it again, or add --wait to wait for it");
     }
-    say("The JACK server has gone" + reason + "; waiting for it");
-    waitingTold_ = true;
+    tellWaiting("The JACK server has gone" + reason + "; waiting for it");
   }
   player_.landChanges();
   if (Clock::now() - joinTime_ >= kBetweenJoins) join();
 }
 
+// A take of another rate goes on in a part of its own. Once it plays, a part that cannot be written ends no playing.
 void LiveSession::startTakes() {
+  player_.record(nullptr, nullptr);
   for (Take* take : {&dry_, &wet_}) {
+    if (take->recorder != nullptr && take->recorder->rate() != player_.rate()) endTake(*take);
     if (take->path.empty() || take->recorder != nullptr) continue;
-    const std::string path = partPath(take->path, take->part);
-    take->recorder = std::make_unique<TakeRecorder>(path, player_.rate(), player_.channels(), settings_.replace);
+    while (take->part > 1 && std::filesystem::exists(partPath(take->path, take->part))) ++take->part;
+    try {
+      take->recorder = std::make_unique<TakeRecorder>(partPath(take->path, take->part), player_.rate(),
+                                                      player_.channels(), settings_.replace && take->part == 1);
+    } catch (const std::exception& failure) {
+      if (!hasJoined_) throw;
+      tellTakeFailure(failure.what());
+    }
   }
   player_.record(dry_.recorder.get(), wet_.recorder.get());
 }
 
-void LiveSession::endTakes() {
-  for (Take* take : {&dry_, &wet_}) {
-    if (take->recorder == nullptr) continue;
-    try {
-      take->recorder->finish();
-      say("Wrote " + take->recorder->file().path());
-    } catch (const Failure& failure) {
-      takeFailure_ = failure.what();
-    }
-    take->recorder.reset();
-    ++take->part;
+void LiveSession::tellTakeFailure(const std::string& text) {
+  if (takeFailure_.empty()) takeFailure_ = text;
+  if (!signals_->hasQuit()) say(text);
+}
+
+void LiveSession::endTake(Take& take) {
+  if (take.recorder == nullptr) return;
+  try {
+    take.recorder->finish();
+    say("Wrote " + take.recorder->file().path());
+  } catch (const std::exception& failure) {
+    tellTakeFailure(failure.what());
   }
+  take = {take.path, nullptr, 0, false, take.part + 1};
+}
+
+void LiveSession::endTakes() {
+  for (Take* take : {&dry_, &wet_}) endTake(*take);
 }
 
 void LiveSession::checkTakes() {
-  for (Take* take : {&dry_, &wet_}) {
+  Take* const takes[] = {&dry_, &wet_};
+  for (Take* take : takes) {
     if (take->recorder == nullptr) continue;
     const std::int64_t lost = take->recorder->lostFrames();
     const std::string failure = take->recorder->failure();
@@ -271,11 +316,11 @@ void LiveSession::checkTakes() {
       take->lostTold = lost;
     }
   }
-  const Take& one = dry_.recorder != nullptr ? dry_ : wet_;
-  if (one.recorder == nullptr || one.recorder->rate() == player_.rate()) return;
+  const bool isOldRate = std::any_of(std::begin(takes), std::end(takes), [this](const Take* take) {
+    return take->recorder != nullptr && take->recorder->rate() != player_.rate();
+  });
+  if (!isOldRate) return;
   say("The rate is another now: the take goes on in a file of its own");
-  player_.record(nullptr, nullptr);
-  endTakes();
   startTakes();
 }
 
@@ -347,7 +392,7 @@ void LiveSession::obeyKey(int key) {
       clippedInCleared_ = player_.clippedIn();
       clippedOutCleared_ = player_.clippedOut();
       break;
-    case 'q': quitting_ = true; break;
+    case 'q': signals_->quit(); break;
     default: break;
   }
 }

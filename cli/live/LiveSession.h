@@ -2,11 +2,14 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <chrono>
+#include <csignal>
 #include <deque>
 #include <memory>
 #include <optional>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "cli/effect/EffectChannels.h"
@@ -54,15 +57,53 @@ class LiveSession {
   void writeBank();
   void syncPrototype();
 
-  void openSignals();
-  void readSignals();
+  // Hears signals on a thread of its own, also while a server that hangs keeps the session waiting.
+  class Signals {
+   public:
+    Signals();
+    Signals(const Signals&) = delete;
+    Signals& operator=(const Signals&) = delete;
+    ~Signals();
+
+    void quit() { pthread_kill(thread_.native_handle(), SIGINT); }
+    bool hasQuit() const { return quit_; }
+    bool takeReload() { return reload_.exchange(false); }
+    // While patient, only a second signal ends the process after quit(); else a few seconds of waiting do too.
+    void setPatient(bool patient) {
+      patient_ = patient;
+      ++step_;
+    }
+
+   private:
+    void run();
+
+    sigset_t set_ = {};
+    std::atomic<bool> quit_ = false;
+    std::atomic<bool> reload_ = false;
+    std::atomic<bool> patient_ = false;
+    std::atomic<int> step_ = 0;  // the seconds count anew with each
+    std::atomic<bool> done_ = false;
+    std::thread thread_;
+  };
+  struct Take {
+    std::string path;
+    std::unique_ptr<TakeRecorder> recorder;
+    std::int64_t lostTold = 0;  // frames
+    bool failureTold = false;
+    int part = 1;
+  };
+
   void readKeys();
   void obeyKey(int key);
   void send(const LiveChange& change);
 
+  void finish();
   bool join();
   void checkServer();
+  void tellWaiting(const std::string& text);
   void startTakes();
+  void endTake(Take& take);
+  void tellTakeFailure(const std::string& text);
   void endTakes();
   void checkTakes();
 
@@ -77,6 +118,10 @@ class LiveSession {
   void tellEnd() const;
   void draw();
 
+  // Destroyed from the last to the first: the threads that use the takes go before them.
+  std::unique_ptr<Signals> signals_;
+  Take dry_;
+  Take wet_;
   std::unique_ptr<HostedEffect> prototype_;  // holds the programs for files and texts; never plays
   LiveSettings settings_;
   std::deque<MidiMap> maps_;  // the newest last; the audio thread may still read an old one
@@ -86,20 +131,10 @@ class LiveSession {
   std::optional<MidiLearner> learner_;
   std::array<std::string, LivePlayer::kNumPrograms> names_;
 
-  struct Take {
-    std::string path;
-    std::unique_ptr<TakeRecorder> recorder;
-    std::int64_t lostTold = 0;  // frames
-    bool failureTold = false;
-    int part = 1;
-  };
-  Take dry_;
-  Take wet_;
-  std::string takeFailure_;
+  std::string takeFailure_;  // the first
 
-  int signals_ = -1;  // descriptor
-  bool quitting_ = false;
-  bool waitingTold_ = false;
+  bool hasJoined_ = false;
+  std::string waiting_;  // what was told about it; empty while a server is there
   int chosenKnob_ = LivePlayer::kFuzz;
   bool help_ = false;
   std::string message_;

@@ -69,13 +69,13 @@ class Studio {
   explicit Studio(int period = 256) { startServer(period); }
   ~Studio() { stopServer(SIGKILL); }
 
-  void startServer(int period) {
+  void startServer(int period, int rate = kRate) {
     fs::remove(cli.folder / "jackd");
     setenv("JACK_DEFAULT_SERVER", "brumbler-test", 1);  // NOLINT(concurrency-mt-unsafe)
     setenv("JACK_NO_START_SERVER", "1", 1);             // NOLINT(concurrency-mt-unsafe)
     jack_set_error_function([](const char*) {});
     server_ = std::make_unique<Process>(Words{"jackd", "-r", "-S", "-n", "brumbler-test", "-d", "dummy", "-r",
-                                              std::to_string(kRate), "-p", std::to_string(period)},
+                                              std::to_string(rate), "-p", std::to_string(period)},
                                         cli.folder, "jackd");
     jack_status_t status{};
     eventually([&] { return (sender_ = jack_client_open("sender", JackNoStartServer, &status)) != nullptr; });
@@ -85,6 +85,7 @@ class Studio {
     }
     listener_ = jack_client_open("listener", JackNoStartServer, &status);
     sound_ = jack_port_register(sender_, "guitar", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
+    opposite_ = jack_port_register(sender_, "opposite", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput, 0);
     for (auto& ear : ears_) {
       const std::string name = &ear == ears_ ? "ear" : "other_ear";
       ear = jack_port_register(listener_, name.c_str(), JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput, 0);
@@ -104,6 +105,8 @@ class Studio {
     server_->end(signal);
     pedal_ = nullptr;
   }
+
+  void hangServer() const { server_->send(SIGSTOP); }
 
   void plugPedalIn() {
     pedal_ = jack_port_register(sender_, "FootSwitch", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
@@ -165,7 +168,9 @@ class Studio {
  private:
   int send(jack_nframes_t frames) {
     auto* const out = static_cast<float*>(jack_port_get_buffer(sound_, frames));
+    auto* const opposite = static_cast<float*>(jack_port_get_buffer(opposite_, frames));
     std::fill_n(out, frames, 0.0F);
+    std::fill_n(opposite, frames, 0.0F);
     jack_port_t* const pedal = pedal_;
     void* const midi = pedal != nullptr ? jack_port_get_buffer(pedal, frames) : nullptr;
     if (midi != nullptr) jack_midi_clear_buffer(midi);
@@ -179,6 +184,7 @@ class Studio {
     }
     const std::int64_t left = static_cast<std::int64_t>(out_.size()) - begin;
     std::copy_n(out_.begin() + begin, std::clamp<std::int64_t>(left, 0, frames), out);
+    std::transform(out, out + frames, opposite, std::negate<>());
     sent_ += frames;
     return 0;
   }
@@ -197,6 +203,7 @@ class Studio {
   jack_client_t* sender_ = nullptr;
   jack_client_t* listener_ = nullptr;
   jack_port_t* sound_ = nullptr;
+  jack_port_t* opposite_ = nullptr;  // the same times -1
   std::atomic<jack_port_t*> pedal_ = nullptr;
   jack_port_t* ears_[2] = {};
   Floats out_;
@@ -256,8 +263,16 @@ TEST_CASE("float for float what render gives, at every period, while it is playe
     for (const std::string& word : row.options) options += word == "--stereo" ? "" : word + " ";
     const Floats expected = render(studio.cli, sound, options);
     const auto live = studio.live(row.options);
-    CHECK(sameFrames(studio.play(sound)[0], expected) == 40000);
-    CHECK(live->end(SIGINT) == 0);
+    const auto heard = studio.play(sound);
+    CHECK(sameFrames(heard[0], expected) == 40000);
+    if (row.period == 4096) {
+      Floats opposite(sound.size());
+      std::transform(sound.begin(), sound.end(), opposite.begin(), std::negate<>());
+      CHECK(sameFrames(heard[1], render(studio.cli, opposite, "")) == 40000);
+    } else {
+      CHECK(heard[1] == heard[0]);
+    }
+    CHECK(live->end(row.period == 16 ? SIGQUIT : SIGINT) == 0);
   }
   const Floats expected = render(studio.cli, sound, "");
   // A loaded machine can make the server skip a client; what the command does wrong comes back each time.
@@ -335,6 +350,41 @@ TEST_CASE("a bank is read again at SIGHUP, one that cannot be read changes nothi
   CHECK(studio.cli.files().count("take.wav") == 0);
 }
 
+TEST_CASE("a take fades at SIGTERM, goes on at another rate, and gets its name from a server that hangs") {
+  Studio studio;
+  const Words options = {"--wait", "--off", "--force", "--record", "take.wav", "--record-dry", "dry.wav"};
+  auto live = studio.live(options);
+  studio.play(Floats(20000, 0.5F), {}, true, [&] {
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    live->send(SIGTERM);
+  });
+  CHECK(live->end() == 0);
+  const std::vector<double> dry = studio.cli.read("dry.wav").samples;
+  const std::vector<double> wet = studio.cli.read("take.wav").samples;
+  REQUIRE(dry.size() == wet.size());
+  const std::ptrdiff_t end =
+      std::find_if(wet.rbegin(), wet.rend(), [](double x) { return x != 0.0; }).base() - wet.begin();
+  REQUIRE(end > 1000);
+  CHECK(wet[end - 769] == 0.5);
+  CHECK(wet[end - 384] == doctest::Approx(0.25));
+  CHECK(wet[end - 1] == doctest::Approx(0.5 / 768));
+
+  live = studio.live(options);
+  studio.cli.writeText("take-2.wav", "of another evening");
+  fs::create_directory(studio.cli.folder / "dry-2.wav");  // in the way, too
+  studio.stopServer(SIGKILL);
+  studio.startServer(256, 96000);
+  CHECK(live->says("Playing program 1, Init 1, at 96000 Hz"));
+  CHECK(live->says("Wrote take.wav"));
+  studio.hangServer();
+  live->send(SIGTERM);
+  CHECK(live->says("Wrote take-3.wav"));
+  CHECK(live->end() == 1);
+  CHECK(live->says("the JACK server does not answer"));
+  CHECK(studio.cli.read("take-3.wav").rate == 96000);
+  CHECK(studio.cli.readText("take-2.wav") == "of another evening");
+}
+
 TEST_CASE("no server, a pattern that fits nothing, a server that goes, one that comes, goes and comes back") {
   CommandLine cli;
   CHECK(cli.run("live") == 1);
@@ -388,7 +438,8 @@ TEST_CASE("the screen shows what plays and its keys turn it" *
   const auto run = [&](const std::string& words) {
     return std::system(("cd " + cli.folder.string() + " && " + tmux + words).c_str()) == 0;  // NOLINT
   };
-  REQUIRE(run("new-session -d -x 90 -y 24 \"LC_ALL=C.UTF-8 '" BRUMBLER_COMMAND
+  REQUIRE(run("new-session -d -x 90 -y 24 \"TERM=unheard timeout --foreground -s INT 0.5 '" BRUMBLER_COMMAND
+              "' live --no-connect --name unheard; LC_ALL=C.UTF-8 '" BRUMBLER_COMMAND
               "' live --no-connect --bank bank.json 2>err; echo ended; sleep 9\""));
   std::string screen;
   const auto shows = [&](const std::string& text) {
@@ -412,6 +463,7 @@ TEST_CASE("the screen shows what plays and its keys turn it" *
   }
   run("send-keys q");
   CHECK(shows("ended"));
+  CHECK(screen.find("Playing program 1, Init 1") != std::string::npos);  // in lines, where there is no screen
   const std::string bank = cli.readText("bank.json");
   CHECK(bank.find("\"On/Off\": 0.0,\n      \"VOLUME\": 5.0,\n      \"FUZZ\": 6.3") != std::string::npos);
   CHECK(bank.find("\"VOLUME\": 6.9") != std::string::npos);
