@@ -4,11 +4,13 @@
 #include <cerrno>
 #include <cstdio>
 #include <exception>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "cli/commands/Commands.h"
 #include "cli/files/PendingFile.h"
+#include "cli/help/HelpFormatter.h"
 #include "cli/help/usageError.h"
 #include "cli/text/Failure.h"
 
@@ -21,6 +23,7 @@ int complain(const std::string& message, int status) {
 
 int run(int argc, char** argv) {
   CLI::App app("Brumbler, a fuzz for guitar and bass: plays recordings through the effect.", "brumbler");
+  app.formatter(std::make_shared<HelpFormatter>());
   app.set_version_flag("--version", std::string("brumbler ") + BRUMBLER_VERSION);
   app.require_subcommand(1);
   app.footer("Example: brumbler riff riff.wav && brumbler render riff.wav fuzzed.wav --fuzz 8");

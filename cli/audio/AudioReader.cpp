@@ -7,10 +7,12 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <sstream>
 
 #include "cli/samples/samples.h"
@@ -21,6 +23,7 @@ namespace {
 // Programs that write a header before they know the length put something near the largest 32-bit number of bytes.
 constexpr std::int64_t kUnknownLengthBytes = 0x7FFFF000;
 constexpr std::int64_t kMostHeaderBytes = 24;  // of a chunk
+constexpr std::int64_t kFewFrames = 512;       // whose lack at the end is told, and no reason to refuse
 
 std::string seconds(std::int64_t frames, int rate) {
   char text[32];
@@ -82,6 +85,25 @@ std::int64_t announcedBytes(SNDFILE* file, int container) {
   return is64 || bytes < kUnknownLengthBytes ? bytes : 0;
 }
 
+// As a shell takes it for one word, and no program for an option.
+std::string shellWord(const std::string& path) {
+  std::string word = path.front() == '-' ? "./" + path : path;
+  const auto isPlain = [](unsigned char c) { return std::isalnum(c) != 0 || c > 0x7F || std::strchr("_-./+,:@%", c); };
+  if (std::all_of(word.begin(), word.end(), isPlain)) return word;
+  std::string quoted = "'";
+  for (const char c : word) quoted += c == '\'' ? "'\\''" : std::string(1, c);
+  return quoted + "'";
+}
+
+// Whether a file's name is one of sound or video.
+bool isNamedAsSound(const std::string& path) {
+  constexpr const char* kOthers[] = {"m4a", "mp4", "m4b", "m4v", "aac",  "ac3", "dts", "wma",  "wmv", "asf",
+                                     "ape", "wv",  "mka", "mkv", "webm", "mov", "avi", "mpg",  "mp2", "3gp",
+                                     "amr", "tta", "mpc", "flv", "ts",   "ogv", "dsf", "aifc", "spx", "ra"};
+  const std::string ending = endingOf(path);
+  return containerNamed(ending) || std::find(std::begin(kOthers), std::end(kOthers), ending) != std::end(kOthers);
+}
+
 // What to tell of a sound that the library does not take.
 std::string whyUnreadable(const std::string& path, bool isFile, bool isEmpty) {
   if (isEmpty) return "the file is empty; choose one that holds a sound";
@@ -89,8 +111,22 @@ std::string whyUnreadable(const std::string& path, bool isFile, bool isEmpty) {
   while (!reason.empty() && reason.back() == '.') reason.pop_back();
   const std::string text = "cannot be read as sound (" + reason + "); ";
   if (!isFile) return text + "a stream is WAV or AU, or say what it holds with --raw";
-  return text + "other formats come through ffmpeg: ffmpeg -i " + path +
+  if (!isNamedAsSound(path)) return text + "choose a recording, or say with --raw what samples it holds";
+  return text + "other formats come through ffmpeg: ffmpeg -i " + shellWord(path) +
          " -f wav - | brumbler render - OUT.wav; samples without a header need --raw";
+}
+
+// Whether the bytes from `at` on are chunks that end where the file does, rather than sound.
+bool areChunks(int descriptor, std::int64_t at, std::int64_t end) {
+  while (at < end) {
+    std::array<unsigned char, 8> head{};
+    if (pread(descriptor, head.data(), head.size(), at) != std::ssize(head)) return false;
+    if (!std::all_of(head.begin(), head.begin() + 4, [](unsigned char c) { return std::isprint(c) != 0; }))
+      return false;
+    const std::int64_t size = head[4] | head[5] << 8 | head[6] << 16 | std::int64_t{head[7]} << 24;
+    at += 8 + size + size % 2;
+  }
+  return at == end || at == end + 1;
 }
 
 // Whether a stream goes on behind its header, which has been read. Takes a byte of it.
@@ -120,11 +156,14 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
     info.channels = raw->channels;
   }
   file_.reset(sf_open_fd(descriptor, SFM_READ, &info, path != "-" ? SF_TRUE : SF_FALSE));
+  if (file_ != nullptr && info.frames == 0 && rereadable_ && !raw) openUnclosed(path, info, status.st_size);
   if (file_ == nullptr) {
     throw Failure(name_ + ": " + whyUnreadable(path, rereadable_, rereadable_ && status.st_size == 0));
   }
   info_ = info;
   format_ = {info.samplerate, info.channels, info.format};
+  const ChannelLayout implied = impliedLayout(info.format, info.channels);
+  order_ = ChannelOrder(implied, inWavOrder(implied));
   const bool known = info.frames >= 0 && info.frames < SF_COUNT_MAX / 2 &&
                      (info.seekable != 0 || (!raw && info.frames < kUnknownLengthBytes / bytesPerFrame(format_)));
   if (!known) return;
@@ -140,6 +179,56 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   if (announced - kMostHeaderBytes > info.frames * bytesPerFrame(format_)) frames_ = announced / bytesPerFrame(format_);
 }
 
+// Crashed recorders leave a header that tells a length of 0. Of a WAV file the library finds the sound by itself, when
+// the header's other length is that of an empty file, too: this shows it such a one. A file of another kind is refused.
+void AudioReader::openUnclosed(const std::string& path, SF_INFO& info, std::int64_t size) {
+  constexpr std::int64_t kMostHeader = 1 << 16;
+  const int container = info.format & SF_FORMAT_TYPEMASK;
+  if (!isLinear(info.format)) return;
+  if (container != SF_FORMAT_WAV && container != SF_FORMAT_WAVEX) {
+    if (size < kMostHeader) return;
+    throw Failure(name_ + ": its header gives a length of 0, but more follows; have it written again, or say what it " +
+                  "holds with --raw");
+  }
+  SF_VIRTUAL_IO io = {};
+  io.get_filelen = [](void* user) -> sf_count_t { return static_cast<const Unclosed*>(user)->size; };
+  io.seek = [](sf_count_t offset, int whence, void* user) -> sf_count_t {
+    auto& unclosed = *static_cast<Unclosed*>(user);
+    unclosed.at = offset + (whence == SEEK_CUR ? unclosed.at : whence == SEEK_END ? unclosed.size : 0);
+    return unclosed.at;
+  };
+  io.read = [](void* data, sf_count_t count, void* user) -> sf_count_t {
+    constexpr std::int64_t kLengthAt = 4;
+    constexpr std::array<char, 4> kLength = {8, 0, 0, 0};  // of an empty file
+    auto& unclosed = *static_cast<Unclosed*>(user);
+    const ssize_t got = pread(unclosed.descriptor, data, static_cast<std::size_t>(count), unclosed.at);
+    for (std::int64_t i = 0; i < std::ssize(kLength); ++i) {
+      const std::int64_t place = kLengthAt + i - unclosed.at;
+      if (place >= 0 && place < got) static_cast<char*>(data)[place] = kLength[static_cast<std::size_t>(i)];
+    }
+    unclosed.at += std::max<ssize_t>(got, 0);
+    return std::max<ssize_t>(got, 0);
+  };
+  io.tell = [](void* user) -> sf_count_t { return static_cast<const Unclosed*>(user)->at; };
+
+  auto unclosed = std::make_unique<Unclosed>();
+  unclosed->descriptor = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  unclosed->size = size;
+  SF_INFO found = {};
+  std::unique_ptr<SNDFILE, Close> file(sf_open_virtual(&io, SFM_READ, &found, unclosed.get()));
+  if (file == nullptr || found.frames == 0) return;
+  const std::int64_t frameBytes = bytesPerFrame({found.samplerate, found.channels, found.format});
+  for (std::int64_t rest = 0; rest < frameBytes; ++rest) {
+    if (areChunks(unclosed->descriptor, size - found.frames * frameBytes - rest, size)) return;  // truly empty
+  }
+  file_ = std::move(file);
+  unclosed_ = std::move(unclosed);
+  info = found;
+  note_ = "the recording was never closed, so it was read to the end of the file";
+}
+
+AudioReader::Unclosed::~Unclosed() { close(descriptor); }
+
 int AudioReader::read(double* samples, int count) {
   int got = 0;
   if (format_.sampleFormat() == SF_FORMAT_PCM_16) {  // the library is slow with these
@@ -149,6 +238,7 @@ int AudioReader::read(double* samples, int count) {
                  samples);
   } else {
     got = static_cast<int>(sf_readf_double(file_.get(), samples, count));
+    order_.apply({samples, static_cast<std::size_t>(got) * static_cast<std::size_t>(format_.channels)});
   }
   const double* const end = samples + static_cast<std::ptrdiff_t>(got) * format_.channels;
   if (integerBits(format_.format) == 0 && !std::isfinite(peakOf({samples, end}))) {
@@ -162,13 +252,18 @@ int AudioReader::read(double* samples, int count) {
   if (got < count) {
     // The length of an MP3 is an estimate.
     const bool exact = format_.container() != SF_FORMAT_MPEG;
-    if (exact && frames_ && framesRead_ < *frames_) {
+    const std::int64_t missing = exact && frames_ ? *frames_ - framesRead_ : 0;
+    if (missing > kFewFrames) {
       throw Failure(name_ + ": ends early, after " + seconds(framesRead_, format_.rate) + " of " +
                     seconds(*frames_, format_.rate) + "; it is damaged or was cut off, fetch it again");
     }
     if (sf_error(file_.get()) != SF_ERR_NO_ERROR) {
       throw Failure(name_ + ": is damaged after " + seconds(framesRead_, format_.rate) + " (" +
                     sf_strerror(file_.get()) + "); fetch it again");
+    }
+    if (missing > 0) {
+      note_ = "the recording's header announces " + std::to_string(missing) + (missing == 1 ? " sample" : " samples") +
+              " more than there are";
     }
   }
   return got;

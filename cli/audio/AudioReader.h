@@ -11,8 +11,10 @@
 
 #include "cli/audio/AudioFormat.h"
 #include "cli/audio/Metadata.h"
+#include "cli/audio/channelLayout.h"
 
-// A sound file, or a stream on standard input, as interleaved doubles; full scale is -1 to 1.
+// A sound file, or a stream on standard input, as interleaved doubles; full scale is -1 to 1. The channels are in the
+// file's order, those of Ogg files in WAV's.
 class AudioReader {
  public:
   // `path` "-" stands for standard input. `raw` describes the samples of input that has no header. Throws Failure when
@@ -31,8 +33,11 @@ class AudioReader {
   bool isRereadable() const noexcept { return rereadable_; }
 
   // Reads up to `count` frames and answers how many; fewer only at the end. Throws Failure when the sound breaks off
-  // before the header's length, is damaged, or holds a value that is not a number.
+  // more than a few samples before the header's length, is damaged, or holds a value that is not a number.
   int read(double* samples, int count);
+
+  // What its reader should know of it, after the last read(): that its header was wrong, say. Empty mostly.
+  const std::string& note() const noexcept { return note_; }
 
   // What the file says beside its sound.
   Metadata metadata() const;
@@ -42,12 +47,29 @@ class AudioReader {
     void operator()(SNDFILE* file) const noexcept { sf_close(file); }
   };
 
+  // A file whose header was never completed.
+  struct Unclosed {
+    Unclosed() = default;
+    Unclosed(const Unclosed&) = delete;
+    Unclosed& operator=(const Unclosed&) = delete;
+    ~Unclosed();
+
+    int descriptor = -1;
+    std::int64_t size = 0;  // bytes
+    std::int64_t at = 0;
+  };
+
+  void openUnclosed(const std::string& path, SF_INFO& info, std::int64_t size);
+
   std::string name_;
+  std::string note_;
   SF_INFO info_ = {};
   AudioFormat format_;
   std::optional<std::int64_t> frames_;
   bool rereadable_ = false;
   std::int64_t framesRead_ = 0;
+  ChannelOrder order_;
   std::vector<short> shorts_;
+  std::unique_ptr<Unclosed> unclosed_;  // what file_ reads from, if not from a file of its own
   std::unique_ptr<SNDFILE, Close> file_;
 };

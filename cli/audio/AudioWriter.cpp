@@ -96,7 +96,11 @@ SF_VIRTUAL_IO AudioWriter::operations() noexcept {
 
 AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, bool replace,
                          std::optional<std::int64_t> frames, const Metadata& metadata)
-    : name_(path == "-" ? "standard output" : path), format_(format), metadata_(metadata) {
+    : name_(path == "-" ? "standard output" : path),
+      format_(format),
+      metadata_(metadata),
+      order_(orderInto(format.format, metadata.layout(), format.channels)) {
+  metadata_.setLayout(orderedFor(format.format, metadata.layout()));
   if (path == "-") {
     if (isatty(STDOUT_FILENO) != 0) {
       throw Failure("standard output is a terminal; pipe it into a player, or name a file", Failure::usage);
@@ -135,7 +139,7 @@ void AudioWriter::writeStreamHeader(std::int64_t frames) {
   const auto rate = static_cast<std::uint32_t>(format_.rate);
   const auto channels = static_cast<std::uint32_t>(format_.channels);
   const bool isFloat = integerBits(format_.format) == 0;
-  const std::uint32_t mask = metadata_.speakerMask().value_or(0);
+  const std::uint32_t mask = speakerMask(metadata_.layout()).value_or(0);
   if (format_.container() == SF_FORMAT_WAV || format_.container() == SF_FORMAT_WAVEX) {
     const bool hasMask = format_.container() == SF_FORMAT_WAVEX && mask != 0;
     const std::uint32_t kind = isFloat ? 3 : 1;
@@ -184,6 +188,11 @@ void AudioWriter::checkLength(std::int64_t frames) const {
 }
 
 void AudioWriter::write(std::span<const double> samples) {
+  if (order_.isChange()) {
+    ordered_.assign(samples.begin(), samples.end());
+    order_.apply(ordered_);
+    samples = ordered_;
+  }
   const auto size = static_cast<sf_count_t>(samples.size());
   framesWritten_ += size / format_.channels;
   if (pending_) checkLength(framesWritten_);

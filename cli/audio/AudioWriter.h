@@ -12,9 +12,12 @@
 
 #include "cli/audio/AudioFormat.h"
 #include "cli/audio/Metadata.h"
+#include "cli/audio/channelLayout.h"
 #include "cli/files/PendingFile.h"
 
 // A sound file in the making, or a stream on standard output, fed with interleaved doubles; full scale is -1 to 1.
+//
+// The channels go where the format has their speakers: what the metadata tell of them, else WAV's order.
 //
 // Integer formats get each sample times 2^(bits-1), rounded to the nearest, so a sample that was read from a file of
 // the same format is written back as it was. Whatever does not fit is clipped and counted.
@@ -58,6 +61,7 @@ class AudioWriter {
   std::string name_;  // for messages
   AudioFormat format_;
   Metadata metadata_;
+  ChannelOrder order_;
   std::string dropped_;
   std::optional<PendingFile> pending_;  // none for a stream
   int descriptor_;
@@ -65,6 +69,7 @@ class AudioWriter {
   std::int64_t framesWritten_ = 0;
   int writeError_ = 0;  // errno of the first write that failed
   std::int64_t clipped_ = 0;
+  std::vector<double> ordered_;
   std::vector<int> integers_;
   std::vector<short> shorts_;
   std::unique_ptr<SNDFILE, Close> file_;

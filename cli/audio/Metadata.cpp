@@ -2,8 +2,8 @@
 #include "cli/audio/Metadata.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
+#include <cstdlib>
 #include <cstring>
 #include <fstream>
 #include <iterator>
@@ -41,52 +41,6 @@ constexpr const char* kCues = "cue points";
 constexpr const char* kCueNames = "names of cue points";
 constexpr const char* kPicture = "cover picture";
 constexpr const char* kChunks[] = {"iXML", "axml"};  // texts that say nothing of places in the file
-
-// By bit of a WAV file's mask.
-constexpr int kSpeakers[] = {
-    SF_CHANNEL_MAP_LEFT,
-    SF_CHANNEL_MAP_RIGHT,
-    SF_CHANNEL_MAP_CENTER,
-    SF_CHANNEL_MAP_LFE,
-    SF_CHANNEL_MAP_REAR_LEFT,
-    SF_CHANNEL_MAP_REAR_RIGHT,
-    SF_CHANNEL_MAP_FRONT_LEFT_OF_CENTER,
-    SF_CHANNEL_MAP_FRONT_RIGHT_OF_CENTER,
-    SF_CHANNEL_MAP_REAR_CENTER,
-    SF_CHANNEL_MAP_SIDE_LEFT,
-    SF_CHANNEL_MAP_SIDE_RIGHT,
-    SF_CHANNEL_MAP_TOP_CENTER,
-    SF_CHANNEL_MAP_TOP_FRONT_LEFT,
-    SF_CHANNEL_MAP_TOP_FRONT_CENTER,
-    SF_CHANNEL_MAP_TOP_FRONT_RIGHT,
-    SF_CHANNEL_MAP_TOP_REAR_LEFT,
-    SF_CHANNEL_MAP_TOP_REAR_CENTER,
-    SF_CHANNEL_MAP_TOP_REAR_RIGHT,
-};
-
-// The layouts that FLAC and Ogg files have by their number of channels alone, from 3 on (RFC 9639, Vorbis I 4.3.9).
-std::vector<int> impliedLayout(int container, int channels) {
-  constexpr int L = SF_CHANNEL_MAP_LEFT, R = SF_CHANNEL_MAP_RIGHT, C = SF_CHANNEL_MAP_CENTER, W = SF_CHANNEL_MAP_LFE,
-                BL = SF_CHANNEL_MAP_REAR_LEFT, BR = SF_CHANNEL_MAP_REAR_RIGHT, BC = SF_CHANNEL_MAP_REAR_CENTER,
-                SL = SF_CHANNEL_MAP_SIDE_LEFT, SR = SF_CHANNEL_MAP_SIDE_RIGHT;
-  static const std::array<std::vector<int>, 6> flac = {{{L, R, C},
-                                                        {L, R, BL, BR},
-                                                        {L, R, C, BL, BR},
-                                                        {L, R, C, W, BL, BR},
-                                                        {L, R, C, W, BC, SL, SR},
-                                                        {L, R, C, W, BL, BR, SL, SR}}};
-  static const std::array<std::vector<int>, 6> ogg = {{{L, C, R},
-                                                       {L, R, BL, BR},
-                                                       {L, C, R, BL, BR},
-                                                       {L, C, R, BL, BR, W},
-                                                       {L, C, R, SL, SR, BC, W},
-                                                       {L, C, R, SL, SR, BL, BR, W}}};
-  if (channels < 3 || channels > 8) return {};
-  const auto index = static_cast<std::size_t>(channels - 3);
-  if (container == SF_FORMAT_FLAC) return flac[index];
-  if (container == SF_FORMAT_OGG) return ogg[index];
-  return {};
-}
 
 template <class T>
 std::vector<char> bytesOf(const T* values, std::size_t count) {
@@ -164,8 +118,7 @@ void Metadata::readLayout(SNDFILE* file, const SF_INFO& info) {
   const bool isTold =
       sf_command(file, SFC_GET_CHANNEL_MAP_INFO, map.data(), static_cast<int>(map.size() * sizeof(int))) == SF_TRUE &&
       std::find(map.begin(), map.end(), SF_CHANNEL_MAP_INVALID) == map.end();
-  if (!isTold) map = impliedLayout(info.format & SF_FORMAT_TYPEMASK, info.channels);
-  if (map.size() > 2) values_[kLayout] = bytesOf(map.data(), map.size());
+  setLayout(isTold ? map : inWavOrder(impliedLayout(info.format, info.channels)));
 }
 
 void Metadata::readMarks(SNDFILE* file) {
@@ -228,6 +181,12 @@ void Metadata::readPicturesAndTags(const std::string& path, const SF_INFO& info)
     std::string name = tag.substr(0, tag.find('='));
     std::transform(name.begin(), name.end(), name.begin(), [](unsigned char c) { return std::tolower(c); });
     if (name == "metadata_block_picture" || name == "coverart") name = kPicture;
+    if (name == "waveformatextensible_channel_mask") {  // as ffmpeg and flac write it, for other layouts than usual
+      const ChannelLayout layout =
+          layoutOf(std::strtoul(tag.c_str() + std::min(name.size() + 1, tag.size()), nullptr, 16));
+      if (static_cast<int>(layout.size()) == info.channels) setLayout(layout);
+      continue;
+    }
     const bool isOurs = name == "encoder" || name == "encoder_options" || name == "software" || name == "description";
     if (!isOurs && name.find_first_not_of("abcdefghijklmnopqrstuvwxyz0123456789_ -") == std::string::npos) {
       values_.try_emplace(name);
@@ -241,19 +200,16 @@ Metadata Metadata::layoutAlone() const {
   return layout;
 }
 
-std::optional<std::uint32_t> Metadata::speakerMask() const {
-  const auto layout = values_.find(kLayout);
-  if (layout == values_.end()) return std::nullopt;
-  std::uint32_t mask = 0;
-  const int* last = std::begin(kSpeakers);
-  for (std::size_t i = 0; i < layout->second.size(); i += sizeof(int)) {
-    int speaker = 0;
-    std::memcpy(&speaker, &layout->second[i], sizeof speaker);
-    last = std::find(last, std::end(kSpeakers), speaker);
-    if (last == std::end(kSpeakers)) return std::nullopt;
-    mask |= 1U << (last - std::begin(kSpeakers));
-  }
-  return mask;
+ChannelLayout Metadata::layout() const {
+  const auto found = values_.find(kLayout);
+  if (found == values_.end()) return {};
+  ChannelLayout layout(found->second.size() / sizeof(int));
+  std::memcpy(layout.data(), found->second.data(), found->second.size());
+  return layout;
+}
+
+void Metadata::setLayout(const ChannelLayout& layout) {
+  if (layout.size() > 2) values_[kLayout] = bytesOf(layout.data(), layout.size());
 }
 
 void Metadata::putInto(SNDFILE* file) const {

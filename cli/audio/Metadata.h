@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/audio/channelLayout.h"
+
 // What a sound file says beside its sound: who is heard, when it was recorded, which channel is which, what is marked.
 //
 // Kept from one file to another as far as libsndfile can write it: titles and the like, the channel layout, the
@@ -23,9 +25,10 @@ class Metadata {
 
   bool empty() const noexcept { return values_.empty(); }
 
-  // The speakers of a WAV file of the extensible kind, in the order of its mask; nothing when the channels have none,
-  // or another order.
-  std::optional<std::uint32_t> speakerMask() const;
+  // Of three channels or more; empty when none is told. What is read from Ogg files is in WAV's order, as AudioReader
+  // gives their sound.
+  ChannelLayout layout() const;
+  void setLayout(const ChannelLayout& layout);
 
   // This without all but the channel layout.
   Metadata layoutAlone() const;

@@ -29,6 +29,8 @@ class EffectOptions {
 
   // How many dB the sound lies above a guitar's own level, as given or as the preset has it; nothing when neither says.
   std::optional<double> trim() const;
+  // Whether --trim was given.
+  bool isTrimGiven() const noexcept { return trim_ || automaticTrim_; }
   bool isTrimAutomatic() const noexcept { return automaticTrim_; }
 
   bool isOff() const noexcept { return off_; }

@@ -147,7 +147,7 @@ void runRender(Options& options) {
   settings.trim = options.effect.trim().value_or(0.0);
   settings.automaticTrim = options.effect.isTrimAutomatic();
   settings.advisesTrim =
-      !options.effect.trim() && !settings.automaticTrim && !options.effect.isOff() && !settings.normalize;
+      settings.trim == 0.0 && !options.effect.isTrimGiven() && !options.effect.isOff() && !settings.normalize;
   if (options.noTail) settings.tail = 0.0;
   if (!options.automation.empty()) settings.automation.emplace(options.automation, *module.createEffect(44100, 1));
   if (options.outDirectory.empty()) {

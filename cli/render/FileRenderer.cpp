@@ -165,7 +165,7 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   AudioFormat format = outputFormat(reader, out);
   // Only the extensible kind of WAV tells which channel is which.
   if (format.container() == SF_FORMAT_WAV && isLinear(format.format) &&
-      (metadata.speakerMask() || reader.format().container() == SF_FORMAT_WAVEX)) {
+      (speakerMask(metadata.layout()) || reader.format().container() == SF_FORMAT_WAVEX)) {
     format.format = SF_FORMAT_WAVEX | format.sampleFormat();
   }
   const double trim = trimFor(in);
@@ -195,9 +195,11 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   } else if (longest && writer.format().container() == SF_FORMAT_RF64 && format.container() != SF_FORMAT_RF64) {
     result.note = "longer than 4 GiB, so it is written as RF64, the WAV for long sounds";
   }
-  if (!writer.dropped().empty()) {
-    result.note.append(result.note.empty() ? "dropped: " : "; dropped: ").append(writer.dropped());
-  }
+  const auto add = [&note = result.note](const std::string& more) {
+    note.append(note.empty() || more.empty() ? "" : "; ").append(more);
+  };
+  add(reader.note());
+  if (!writer.dropped().empty()) add("dropped: " + writer.dropped());
   return result;
 }
 

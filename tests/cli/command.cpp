@@ -70,7 +70,7 @@ TEST_CASE("format, rate and channels are kept; a dry integer sample comes back a
       {wav | SF_FORMAT_FLOAT, "o.flac", flac | SF_FORMAT_PCM_24, false},
       {wav | SF_FORMAT_PCM_32, "o.ogg", SF_FORMAT_OGG | SF_FORMAT_VORBIS, false},
       {aiff | SF_FORMAT_PCM_S8, "o.wav", wav | SF_FORMAT_PCM_U8, true},
-      {SF_FORMAT_OGG | SF_FORMAT_VORBIS, "o.wav", wav | SF_FORMAT_PCM_24, false},
+      {SF_FORMAT_OGG | SF_FORMAT_VORBIS, "o.wav", SF_FORMAT_WAVEX | SF_FORMAT_PCM_24, false},
   };
   for (const auto& c : rows) {
     INFO("format ", c.format, ", out ", c.out);
@@ -100,6 +100,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
   } files[] = {
       {"there.wav", "precious"},
       {"text.wav", "no sound"},
+      {"my take.m4a", "no sound"},
       {"empty.wav", ""},
       {"bad.json", "{\n  \"parameters\": {\n    \"FUZ\": []\n  }\n}\n"},
       {"late.json",
@@ -122,7 +123,8 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"rendre in.wav o.wav", 2, "did you mean render"},
       {"render in.wav", 2, "IN and OUT"},
       {"render none.wav o.wav", 1, "none.wav"},
-      {"render text.wav o.wav", 1, "ffmpeg -i text.wav -f wav - | brumbler render - OUT.wav"},
+      {"render 'my take.m4a' o.wav", 1, "ffmpeg -i 'my take.m4a' -f wav - | brumbler render - OUT.wav"},
+      {"render bad.json o.wav", 1, "choose a recording"},
       {"render - o.wav < zero.wav", 1, "length of 0, but more follows"},
       {"render empty.wav o.wav", 1, "is empty"},
       {"render . o.wav", 1, "folder"},
@@ -144,7 +146,9 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"--rate 12", 2, "--rate"},
       {"render slow.wav o.wav --rate native", 1, "8000 Hz"},
       {"--trim loud", 2, "--trim"},
-      {"--tail 1 --no-tail", 2, "--tail"},
+      {"--tail 1 --no-tail", 2, "--tail and --no-tail contradict each other"},
+      {"--quiet=maybe", 2, "--quiet takes no value"},
+      {"compare in.wav", 2, "B must be given"},
       {"--module text.wav", 1, "text.wav"},
       {"info --module libm.so.6", 1, "libm.so.6"},
       {"info --module '" BRUMBLER_TESTMODULE "'", 1, "answers no effect record"},
@@ -298,7 +302,10 @@ TEST_CASE("levels and tails") {
   CHECK(largestDifference(loud, std::vector<double>(loud.size())) == doctest::Approx(0.501187).epsilon(1e-5));
 
   // The first try: a hot recording as it is.
-  CHECK((cli.run("render hot.wav h.wav") == 0 && cli.errText.find("--trim 18, or --trim auto") != std::string::npos));
+  for (const char* const options : {"", " --preset guitar-straight-in"}) {
+    CHECK(cli.run(std::string("render hot.wav h.wav --force") + options) == 0);
+    CHECK(cli.errText.find("--trim 18, or --trim auto") != std::string::npos);
+  }
   CHECK((cli.run("render hot.wav in.wav --out-dir hot") == 0 && cli.errText.find("1 of 2") != std::string::npos));
   for (const char* const known : {"in.wav", "hot.wav --trim 0", "hot.wav --off", "hot.wav --preset soft-edge"}) {
     render(cli, known);
