@@ -19,7 +19,7 @@ namespace {
 
 constexpr const char* kSetExample = "3,on=1,volume=4,fuzz=10,name=Lead, loud";
 
-struct Options {
+struct BankOptions {
   std::string file;
   std::string from;
   std::string module;
@@ -62,7 +62,7 @@ void applySet(HostedEffect& effect, const std::string& text) {
   }
 }
 
-void runSave(const Options& options) {
+void runSave(const BankOptions& options) {
   const EffectModule module(options.module);
   const auto effect = module.createEffect(44100, 1);
   if (!options.from.empty()) Bank(options.from, *effect).restore(*effect);
@@ -84,7 +84,7 @@ void addBankCommand(CLI::App& app) {
   bank->require_subcommand(1);
   bank->footer("Example: brumbler bank save mine.json --set 1,volume=4,fuzz=2,name=Warm");
   CLI::App* const save = bank->add_subcommand("save", "Write a bank for `brumbler render --bank`");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<BankOptions>();
   save->add_option("FILE.json", options->file, "The file to write; - is standard output")->type_name("")->required();
   save->add_option("--set", options->sets,
                    std::string("Values of a program, like '") + kSetExample +

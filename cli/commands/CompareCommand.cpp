@@ -22,7 +22,7 @@ constexpr double kAudible = 1e-5;         // -100 dBFS: where the sound begins
 constexpr double kLeastLikeness = 0.9;    // from which on two stretches are taken for the same sound
 constexpr double kLikenessMargin = 1e-6;  // by which a longer delay must be better than a shorter one
 
-struct Options {
+struct CompareOptions {
   std::string first;
   std::string second;
   double tolerance = 0.0;
@@ -172,7 +172,7 @@ void print(const Difference& d, const AudioFormat& format) {
   }
 }
 
-void runCompare(const Options& options) {
+void runCompare(const CompareOptions& options) {
   if (options.first == "-" && options.second == "-") {
     throw Failure("compare: only one of A and B can be standard input; name a file", Failure::usage);
   }
@@ -207,7 +207,7 @@ void runCompare(const Options& options) {
 
 void addCompareCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("compare", "Tell how far two sounds are apart; status 0 if not too far");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<CompareOptions>();
   command->add_option("A", options->first, "A sound; - is standard input")->type_name("")->required();
   command->add_option("B", options->second, "Another, of the same rate, channels and length")
       ->type_name("")

@@ -16,7 +16,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-struct Options {
+struct InfoOptions {
   std::string module;
   std::string bank;
   bool presets = false;
@@ -146,7 +146,7 @@ ordered_json describePresets() {
   return list;
 }
 
-void runInfo(const Options& options) {
+void runInfo(const InfoOptions& options) {
   if (options.presets) {
     if (options.json) {
       std::puts(describePresets().dump(2).c_str());
@@ -170,7 +170,7 @@ void runInfo(const Options& options) {
 
 void addInfoCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("info", "Show what the module answers about itself");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<InfoOptions>();
   command->add_flag("--json", options->json, "As JSON");
   command->add_flag("--presets", options->presets, "List the presets instead, which `brumbler render --preset` takes");
   command->add_option("--bank", options->bank, "Load these programs first")->type_name("FILE.json");

@@ -13,13 +13,13 @@
 
 namespace {
 
-struct Options {
+struct LiveOptions {
   EffectOptions effect;
   LiveSettings settings;
   bool noConnect = false;
 };
 
-void runLive(const Options& options) {
+void runLive(const LiveOptions& options) {
   const EffectModule module(options.effect.module());
   LiveSettings settings = options.settings;
   if (settings.learn && settings.midiMapPath.empty()) {
@@ -36,7 +36,7 @@ void runLive(const Options& options) {
 
 void addLiveCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("live", "Play live, as a JACK client");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<LiveOptions>();
   LiveSettings& settings = options->settings;
   options->effect.addTo(*command, EffectOptions::Trim::number);
   command->add_flag("--stereo", settings.stereo, "Two inputs and two outputs, an effect for each");

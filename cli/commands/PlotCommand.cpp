@@ -27,7 +27,7 @@ namespace fs = std::filesystem;
 constexpr std::size_t kMostCurves = 6;
 constexpr double kFloor = -100.0;  // dB below the fundamental, the bottom of the spectrum's picture
 
-struct Options {
+struct PlotOptions {
   std::string out, module;
   bool force = false;
   std::vector<std::string> files;
@@ -55,7 +55,7 @@ std::vector<double> parseKnobs(const std::string& option, const std::string& tex
   return values;
 }
 
-void checkFrequency(const Options& options, int rate) {
+void checkFrequency(const PlotOptions& options, int rate) {
   if (options.frequency * 2 >= rate) {
     throw Failure("--frequency " + std::to_string(options.frequency) + ": must lie below half the rate of " +
                       std::to_string(rate) + " Hz",
@@ -63,11 +63,11 @@ void checkFrequency(const Options& options, int rate) {
   }
 }
 
-TestSettings testSettings(const Options& options, double volume, double fuzz) {
+TestSettings testSettings(const PlotOptions& options, double volume, double fuzz) {
   return {options.rate, valueAtKnob(volume), valueAtKnob(fuzz)};
 }
 
-Picture drawCurve(const Options& options) {
+Picture drawCurve(const PlotOptions& options) {
   checkFrequency(options, options.rate);
   const EffectModule module(options.module);
   Picture picture;
@@ -85,7 +85,7 @@ Picture drawCurve(const Options& options) {
   return picture;
 }
 
-Picture drawResponse(const Options& options) {
+Picture drawResponse(const PlotOptions& options) {
   const EffectModule module(options.module);
   Picture picture;
   Picture::Panel& panel = picture.panels.emplace_back();
@@ -102,7 +102,7 @@ Picture drawResponse(const Options& options) {
   return picture;
 }
 
-Picture drawSpectrum(const Options& options) {
+Picture drawSpectrum(const PlotOptions& options) {
   int rate = options.rate;
   std::vector<double> samples;
   Picture picture;
@@ -154,7 +154,7 @@ Picture drawSpectrum(const Options& options) {
   return picture;
 }
 
-const SoundRange& checkedRange(const Options& options) {
+const SoundRange& checkedRange(const PlotOptions& options) {
   if (options.range.to && *options.range.to <= options.range.from) {
     throw Failure("--to " + shortText(*options.range.to) + ": must come after --from " + shortText(options.range.from),
                   Failure::usage);
@@ -171,9 +171,9 @@ class PlotCommands {
  public:
   explicit PlotCommands(CLI::App& plot) : plot_(plot) {}
 
-  CLI::App& add(const std::string& name, const std::string& help, Picture (*draw)(const Options&)) {
+  CLI::App& add(const std::string& name, const std::string& help, Picture (*draw)(const PlotOptions&)) {
     CLI::App* const command = plot_.add_subcommand(name, help);
-    options_ = std::make_shared<Options>();
+    options_ = std::make_shared<PlotOptions>();
     command->add_option("-o,--output", options_->out, "The picture to draw; its name ends in .png or .svg")
         ->type_name("FILE")
         ->required();
@@ -195,13 +195,13 @@ class PlotCommands {
     addKnob(command, "--volume", manyVolumes, "VOLUME", "1,2.5,5,7.5,10", options_->volumes);
     addKnob(command, "--fuzz", manyFuzzes, "FUZZ", "0,2.5,5,7.5,10", options_->fuzzes);
     addText(command, "--rate", "HZ", "Rate at which the effect runs, 16001 to 768000 (default 44100)",
-            [](Options& o, const std::string& text) { o.rate = parseWhole("--rate", text, 16001, 768000); });
+            [](PlotOptions& o, const std::string& text) { o.rate = parseWhole("--rate", text, 16001, 768000); });
     command.add_option("--module", options_->module, "The module brumbler.so to measure")->type_name("PATH");
   }
 
   void addFrequency(CLI::App& command) {
     addText(command, "--frequency", "HZ", "Frequency of the tone, a whole number from 20 (default 220)",
-            [](Options& o, const std::string& text) { o.frequency = parseWhole("--frequency", text, 20, 384000); });
+            [](PlotOptions& o, const std::string& text) { o.frequency = parseWhole("--frequency", text, 20, 384000); });
   }
 
   template <typename Take>
@@ -213,7 +213,7 @@ class PlotCommands {
         ->type_name(type);
   }
 
-  Options& options() noexcept { return *options_; }
+  PlotOptions& options() noexcept { return *options_; }
 
  private:
   void addKnob(CLI::App& command, const std::string& name, bool many, const std::string& knob,
@@ -231,7 +231,7 @@ class PlotCommands {
   }
 
   CLI::App& plot_;
-  std::shared_ptr<Options> options_;  // of the command added last
+  std::shared_ptr<PlotOptions> options_;  // of the command added last
 };
 
 }  // namespace
@@ -244,7 +244,7 @@ void addPlotCommand(CLI::App& app) {
   const auto seconds = [](const char* name, const std::string& text) {
     return parseNumber(name, text, 0.0, 1e6, "seconds");
   };
-  const auto from = [seconds](Options& o, const std::string& text) { o.range.from = seconds("--from", text); };
+  const auto from = [seconds](PlotOptions& o, const std::string& text) { o.range.from = seconds("--from", text); };
 
   CLI::App& curve = commands.add("curve", "Level out over level in, of a steady tone, at several FUZZ", drawCurve);
   commands.addKnobs(curve, false, true);
@@ -264,23 +264,23 @@ void addPlotCommand(CLI::App& app) {
   commands.addFrequency(spectrum);
   commands.addText(
       spectrum, "--level", "DBFS", "Level of the tone, -120 to 0 (default -20)",
-      [](Options& o, const std::string& text) { o.level = parseNumber("--level", text, -120.0, 0.0, "dBFS"); });
+      [](PlotOptions& o, const std::string& text) { o.level = parseNumber("--level", text, -120.0, 0.0, "dBFS"); });
   commands.addText(spectrum, "--from", "SECONDS", "Where in FILE the second that is looked at begins (default 0)",
                    from);
   spectrum.footer("Example: brumbler plot spectrum -o spectrum.png --fuzz 8 --frequency 110 --level -30");
 
-  const auto addSounds = [&](const char* name, const char* help, Picture (*draw)(const Options&)) -> CLI::App& {
+  const auto addSounds = [&](const char* name, const char* help, Picture (*draw)(const PlotOptions&)) -> CLI::App& {
     CLI::App& command = commands.add(name, help, draw);
     command.add_option("FILES", commands.options().files, "The sounds, one to six")->type_name("")->required();
     commands.addText(command, "--from", "SECONDS", "Where the picture begins (default 0)", from);
     commands.addText(command, "--to", "SECONDS", "Where it ends (default: with the sounds)",
-                     [seconds](Options& o, const std::string& text) { o.range.to = seconds("--to", text); });
+                     [seconds](PlotOptions& o, const std::string& text) { o.range.to = seconds("--to", text); });
     return command;
   };
-  addSounds("sounds", "Sounds below each other on one scale, and their spectra", [](const Options& o) {
+  addSounds("sounds", "Sounds below each other on one scale, and their spectra", [](const PlotOptions& o) {
     return drawSounds(o.files, checkedRange(o));
   }).footer("Example: brumbler plot sounds take.wav fuzzed.wav -o sounds.png");
-  addSounds("wave", "Sounds over each other, to compare their waves", [](const Options& o) {
+  addSounds("wave", "Sounds over each other, to compare their waves", [](const PlotOptions& o) {
     return drawWaves(o.files, checkedRange(o));
   }).footer("Example: brumbler plot wave take.wav fuzzed.wav --from 1.2 --to 1.25 -o wave.png");
 }

@@ -20,7 +20,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-struct Options {
+struct RenderOptions {
   std::vector<std::string> files;
   std::string outDirectory;
   std::string automation;
@@ -85,7 +85,7 @@ void checkType(const std::string& out, const RenderSettings& settings) {
   }
 }
 
-void checkPaths(const Options& options) {
+void checkPaths(const RenderOptions& options) {
   if (options.files.size() != 2) {
     throw Failure("render takes IN and OUT, or any number of files with --out-dir DIR; see brumbler render --help",
                   Failure::usage);
@@ -99,7 +99,7 @@ void checkPaths(const Options& options) {
   checkType(out, options.settings);
 }
 
-void renderOne(const Options& options, const EffectModule& module) {
+void renderOne(const RenderOptions& options, const EffectModule& module) {
   checkPaths(options);
   const std::string& in = options.files[0];
   const std::string& out = options.files[1];
@@ -138,7 +138,7 @@ void renderOne(const Options& options, const EffectModule& module) {
   std::fprintf(to, "%s\n", clippingText(result.clipped, options.settings).c_str());
 }
 
-void runRender(Options& options) {
+void runRender(RenderOptions& options) {
   const EffectModule module(options.effect.module());
   RenderSettings& settings = options.settings;
   const int block = settings.effect.block;
@@ -161,7 +161,7 @@ void runRender(Options& options) {
 
 void addRenderCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("render", "Play recordings through the effect");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<RenderOptions>();
   const auto addText = [command](const std::string& name, const std::string& help, const auto& take) {
     return command->add_option_function<std::string>(name, take, help);
   };

@@ -12,12 +12,12 @@
 
 namespace {
 
-struct Options {
+struct RiffOptions {
   std::string out;
   bool force = false;
 };
 
-void runRiff(const Options& options) {
+void runRiff(const RiffOptions& options) {
   const int container = options.out == "-" ? SF_FORMAT_WAV : containerFor(options.out);
   const AudioFormat wanted{Riff::kRate, 1, container | SF_FORMAT_PCM_24};
   const AudioFormat format = inContainer(wanted, container, options.out);
@@ -34,7 +34,7 @@ void runRiff(const Options& options) {
 
 void addRiffCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("riff", "Write an example to play with: a few bars of plucked strings");
-  const auto options = std::make_shared<Options>();
+  const auto options = std::make_shared<RiffOptions>();
   command->add_option("OUT", options->out, "The file to write; its name says the format")->type_name("")->required();
   command->add_flag("--force", options->force, "Replace the file if it exists");
   command->footer("Example: brumbler riff riff.wav");
