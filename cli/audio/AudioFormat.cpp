@@ -7,6 +7,7 @@
 #include <iterator>
 
 #include "cli/text/Failure.h"
+#include "cli/text/numbers.h"
 
 namespace {
 
@@ -133,8 +134,8 @@ AudioFormat inContainer(const AudioFormat& wanted, int container, const std::str
       if (canBeWritten(with(wanted, container, one->format))) return with(wanted, container, one->format);
     }
   }
-  throw Failure(path + ": this format cannot hold " + std::to_string(wanted.channels) + " channel(s) at " +
-                std::to_string(wanted.rate) + " Hz; choose another ending, like .wav");
+  throw Failure(path + ": this format cannot hold " + counted(static_cast<std::size_t>(wanted.channels), "channel") +
+                " at " + std::to_string(wanted.rate) + " Hz; choose another ending, like .wav");
 }
 
 std::string sampleFormatName(int format) {

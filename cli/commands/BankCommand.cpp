@@ -40,16 +40,18 @@ void applySet(HostedEffect& effect, const std::string& text) {
     const std::string key = text.substr(begin + 1, std::min(equals, end) - begin - 1);
     const auto known = std::find(keys.begin(), keys.end(), key);
     if (known == keys.end() || equals >= end) {
-      throw Failure(std::string("--set takes ") + kSetExample + "; \"" + key +
-                        "\": " + (known == keys.end() ? suggestName(key, keys) : "needs = and a value"),
+      throw Failure("--set: " +
+                        (known == keys.end() ? "there is no " + key + "; " + suggestName(key, keys)
+                                             : key + " needs = and a value") +
+                        "; write " + kSetExample,
                     Failure::usage);
     }
     if (key == "name") {
       const std::string name = text.substr(equals + 1);
       if (name.size() > Bank::kLongestName) {
-        throw Failure(
-            "--set: the name \"" + name + "\" has more than " + std::to_string(Bank::kLongestName) + " characters",
-            Failure::usage);
+        throw Failure("--set: the name \"" + name + "\" has more than " + std::to_string(Bank::kLongestName) +
+                          " bytes; letters outside of ASCII have two and more",
+                      Failure::usage);
       }
       effect.setProgramName(name.c_str());
       return;

@@ -26,7 +26,8 @@ Bank::Bank(const std::string& path, const HostedEffect& effect) : parameters_(pa
       if (!programs[i]["name"].is_string()) file.fail(path_i / "name", "must be a text in quotes");
       program.name = programs[i]["name"].get<std::string>();
       if (program.name->size() > kLongestName) {
-        file.fail(path_i / "name", "is too long; the effect keeps " + std::to_string(kLongestName) + " characters");
+        file.fail(path_i / "name", "is too long; the effect keeps " + std::to_string(kLongestName) +
+                                       " bytes (letters outside of ASCII have two and more)");
       }
     }
     for (std::size_t p = 0; p < parameters_.size(); ++p) {

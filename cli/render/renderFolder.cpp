@@ -14,6 +14,7 @@
 #include "cli/render/FileRenderer.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
+#include "cli/text/numbers.h"
 
 namespace {
 
@@ -79,18 +80,22 @@ class Batch {
     progress_.clear();
     if (!settings_.quiet) {
       const std::size_t done = files_.size() - failed_ - skipped_;
-      std::printf("%zu of %zu files in %s: %.2f s in %.2f s, %.0f times real time", done, files_.size(),
-                  directory_.c_str(), seconds_, secondsTaken, seconds_ / std::max(secondsTaken, 1e-6));
+      std::printf("%zu of %s", done, counted(files_.size(), "file").c_str());
+      if (done > 0) {
+        std::printf(" in %s: %.2f s in %.2f s, %.0f times real time", directory_.c_str(), seconds_, secondsTaken,
+                    seconds_ / std::max(secondsTaken, 1e-6));
+      }
       if (skipped_ > 0) std::printf(", %zu existed already", skipped_.load());
       std::puts(clippingText(clipped_, settings_).c_str());
       if (hot_ > 0) {
-        std::fprintf(stderr,
-                     "brumbler: note: %zu of %zu recordings lie far above a guitar's own level, so the fuzz is quieter "
-                     "than they are; --trim auto makes up for it\n",
-                     hot_, done);
+        std::fprintf(
+            stderr,
+            "brumbler: note: far above a guitar's own level, so that the fuzz is quieter: %zu of %s; --trim auto "
+            "makes up for it\n",
+            hot_, counted(done, "recording").c_str());
       }
     }
-    if (failed_ > 0) throw Failure(std::to_string(failed_) + " of " + std::to_string(files_.size()) + " files failed");
+    if (failed_ > 0) throw Failure(std::to_string(failed_) + " of " + counted(files_.size(), "file") + " failed");
   }
 
  private:

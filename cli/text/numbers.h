@@ -13,6 +13,11 @@ int parseWhole(const std::string& option, const std::string& text, int least, in
 // Six digits, without zeros at the end.
 std::string shortText(double value);
 
+// Like "1 file" and "3 files".
+inline std::string counted(std::size_t number, const std::string& what) {
+  return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
+}
+
 // Levels in dB of amplitudes, full scale being 1 and 0 dBFS.
 inline double amplitude(double decibels) noexcept { return std::pow(10.0, decibels / 20.0); }
 inline double decibels(double amplitude) noexcept { return 20.0 * std::log10(amplitude); }
