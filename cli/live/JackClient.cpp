@@ -25,6 +25,7 @@ constexpr RoleFacts kRoles[] = {{"--input", "port with sound", JACK_DEFAULT_AUDI
 
 // A device's ports appear one after the other; they are looked at when no other has come for so many calls of tend().
 constexpr int kCallsToSettle = 3;
+constexpr int kCallsToRetry = 25;  // a connection that the server refused
 
 // The library's complaints go to standard error otherwise, over the screen; what matters is told in our own words.
 void keepQuiet(const char* /*message*/) {}
@@ -305,11 +306,20 @@ void JackClient::lookAround() {
     for (const std::string& name : std::exchange(appeared_, {})) known_.erase(name);
   }
   std::vector<Connection> made;  // the server shows them in its next period
-  for (const Connection& one : wanted()) {
+  std::set<std::string> failed;
+  const std::vector<Connection> wishes = wanted();
+  for (const Connection& one : wishes) {
     const bool isMidi = ports_[one.first].role == kMidi;
-    const bool isTaken =
-        !isMidi && std::any_of(before.begin(), before.end(), [&](const Connection& b) { return b.first == one.first; });
-    if (known_.count(one.second) == 0 && !isTaken && connect(one)) made.push_back(one);
+    // By a port that is none of those it should have: of before, or chosen by hand.
+    const bool isTaken = !isMidi && std::any_of(before.begin(), before.end(), [&](const Connection& b) {
+      return b.first == one.first && std::find(wishes.begin(), wishes.end(), b) == wishes.end();
+    });
+    if (known_.count(one.second) != 0 || isTaken) continue;
+    if (connect(one)) {
+      made.push_back(one);
+    } else {
+      failed.insert(one.second);
+    }
   }
   std::erase_if(missing_, [&](const Connection& one) {
     if (there.count(one.second) == 0 || !connect(one)) return false;
@@ -318,6 +328,8 @@ void JackClient::lookAround() {
   });
   if (!isAlive()) return;
   known_ = there;
+  for (const std::string& name : failed) known_.erase(name);
+  if (!failed.empty()) callsToWait_ = kCallsToRetry;
   for (const Connection& one : missing_) known_.insert(one.second);
   std::set<Connection> all(made.begin(), made.end());
   for (const auto& more : {current(), missing_}) all.insert(more.begin(), more.end());

@@ -32,7 +32,7 @@ void measure(std::atomic<float>& meter, std::atomic<std::int64_t>& clipped, cons
     peak = std::max(peak, level);
     over += level >= 1.0F ? 1 : 0;
   }
-  raise(meter, peak);
+  raise(meter, std::min(peak, std::numeric_limits<float>::max()));
   if (over > 0) clipped.fetch_add(over, relaxed);
 }
 

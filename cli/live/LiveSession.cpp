@@ -25,7 +25,7 @@ namespace {
 
 constexpr auto kTick = std::chrono::milliseconds(40);
 constexpr auto kBetweenJoins = std::chrono::milliseconds(500);
-constexpr auto kBetweenLateLines = std::chrono::seconds(1);
+constexpr auto kBetweenLines = std::chrono::seconds(1);
 constexpr auto kMessageStays = std::chrono::seconds(6);
 constexpr timespec kLongestEnd = {3, 0};                       // of a server that does not answer
 constexpr auto kLongestFade = std::chrono::milliseconds(500);  // with the longest of periods
@@ -72,6 +72,12 @@ LiveSession::LiveSession(const EffectModule& module, LiveSettings settings)
   wet_.path = settings_.recordPath;
   for (const Take* take : {&dry_, &wet_}) {
     if (!take->path.empty()) TakeFile::check(take->path, settings_.replace);
+  }
+  const auto place = [](const std::string& path) {
+    return std::filesystem::weakly_canonical(std::filesystem::absolute(path));
+  };
+  if (!dry_.path.empty() && !wet_.path.empty() && place(dry_.path) == place(wet_.path)) {
+    throw Failure("--record and --record-dry name the same file; give each its own", Failure::usage);
   }
   settings_.effect.applyTo(*prototype_);
   loadPrograms();
@@ -294,7 +300,7 @@ void LiveSession::endTake(Take& take) {
   } catch (const std::exception& failure) {
     tellTakeFailure(failure.what());
   }
-  take = {take.path, nullptr, 0, false, take.part + 1};
+  take = {take.path, nullptr, 0, {}, false, take.part + 1};
 }
 
 void LiveSession::endTakes() {
@@ -310,7 +316,8 @@ void LiveSession::checkTakes() {
     if (!failure.empty() && !take->failureTold) {
       take->failureTold = true;
       say(failure);
-    } else if (failure.empty() && lost > take->lostTold) {
+    } else if (failure.empty() && lost > take->lostTold && Clock::now() - take->lostTime >= kBetweenLines) {
+      take->lostTime = Clock::now();
       say(take->recorder->file().path() + ": the disk is too slow; " +
           secondsText(lost - take->lostTold, take->recorder->rate()) + " are silent in the file, not in what you hear");
       take->lostTold = lost;
@@ -408,7 +415,7 @@ void LiveSession::say(const std::string& text) {
 void LiveSession::tellLatePeriods() {
   if (screen_ != nullptr) return;
   const int late = jack_.latePeriods();
-  if (late == lateTold_ || Clock::now() - lateTime_ < kBetweenLateLines) return;
+  if (late == lateTold_ || Clock::now() - lateTime_ < kBetweenLines) return;
   lateTime_ = Clock::now();
   const int more = late - std::exchange(lateTold_, late);
   say(std::to_string(more) + (more == 1 ? " period late, " : " periods late, ") + std::to_string(late) + " in all");

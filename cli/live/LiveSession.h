@@ -89,6 +89,7 @@ class LiveSession {
     std::string path;
     std::unique_ptr<TakeRecorder> recorder;
     std::int64_t lostTold = 0;  // frames
+    Clock::time_point lostTime;
     bool failureTold = false;
     int part = 1;
   };

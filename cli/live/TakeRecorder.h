@@ -5,6 +5,7 @@
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <exception>
 #include <mutex>
 #include <string>
 #include <thread>
@@ -101,7 +102,7 @@ class TakeRecorder {
       std::string reason;
       try {
         drain();
-      } catch (const Failure& error) {
+      } catch (const std::exception& error) {
         reason = error.what();
       }
       guard.lock();

@@ -407,6 +407,7 @@ TEST_CASE("no server, a pattern that fits nothing, a server that goes, one that 
     CHECK(studio.cli.run("live --name other --input 'no (such|port)'") == 1);
     CHECK(studio.cli.errText.find("there are: system:capture_1, system:capture_2, sender:guitar") != std::string::npos);
     CHECK(studio.cli.run("live --input '('") == 2);
+    CHECK(studio.cli.run("live --record a.wav --record-dry ./a.wav") == 2);
     const Process impatient({BRUMBLER_COMMAND, "live", "--name", "impatient", "--no-connect"}, studio.cli.folder,
                             "impatient");
     CHECK(impatient.says("Playing program 1"));
