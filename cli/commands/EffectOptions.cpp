@@ -85,7 +85,7 @@ void EffectOptions::addTrim(CLI::App& command, Trim kind) {
   command
       .add_option_function<std::string>(
           "--trim",
-          [this, takesAuto, &trim](const std::string& text) {
+          [this, takesAuto](const std::string& text) {
             automaticTrim_ = takesAuto && text == "auto";
             if (automaticTrim_) return;
             trim_ = parseNumber("--trim", text, trim.minimum, trim.maximum, takesAuto ? "dB, or auto" : "dB");

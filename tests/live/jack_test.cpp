@@ -362,8 +362,8 @@ TEST_CASE("a take fades at SIGTERM, goes on at another rate, and gets its name f
   const std::vector<double> dry = studio.cli.read("dry.wav").samples;
   const std::vector<double> wet = studio.cli.read("take.wav").samples;
   REQUIRE(dry.size() == wet.size());
-  const std::ptrdiff_t end =
-      std::find_if(wet.rbegin(), wet.rend(), [](double x) { return x != 0.0; }).base() - wet.begin();
+  const auto end = static_cast<std::size_t>(
+      std::find_if(wet.rbegin(), wet.rend(), [](double x) { return x != 0.0; }).base() - wet.begin());
   REQUIRE(end > 1000);
   CHECK(wet[end - 769] == 0.5);
   CHECK(wet[end - 384] == doctest::Approx(0.25));
@@ -457,10 +457,10 @@ TEST_CASE("the screen shows what plays and its keys turn it" *
       {"Space", "  OFF"},      {"Right Right Right", " 5.3"}, {"S-Right", " 6.3"},     {"2", "Lead"},
       {"Down Left", " 6.9"},   {"NPage", "Init 3"},           {"PPage PPage", "Warm"}, {"?", "Page Up"},
       {"w", "Wrote bank.json"}};
-  for (const auto& [keys, text] : rows) {
-    INFO("keys ", keys, ", screen ", screen);
-    run("send-keys " + keys);
-    CHECK(shows(text));
+  for (const auto& row : rows) {
+    INFO("keys ", row.first, ", screen ", screen);
+    run("send-keys " + row.first);
+    CHECK(shows(row.second));
   }
   run("send-keys q");
   CHECK(shows("ended"));
