@@ -1,113 +1,19 @@
 # SPDX-License-Identifier: MIT
-# Reads catalog/*.json (catalog/README.md says what is in them) into variables and makes the header catalog/catalog.h of
-# the build folder, for every target: no program is run. A change of a file configures anew.
-#
-# CATALOG_PARAMETERS and CATALOG_PRESETS hold the symbols; CATALOG_symbol_key and CATALOG_PRESET_symbol_key the values.
+# Makes the header catalog/catalog.h of the build folder from catalog/*.json, for every target. A change of a file runs
+# CMake again.
+find_program(BRUMBLER_PYTHON python3 REQUIRED)
+file(GLOB CATALOG_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalog/*.json)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CATALOG_FILES}
+  ${PROJECT_SOURCE_DIR}/catalog/generate.py ${PROJECT_SOURCE_DIR}/catalog/catalog.h.in)
 
-# The text or number at a path of keys. A number that CMake writes with all digits of its double, 0.29999999999999999,
-# gets its short form back.
-function(catalog_get result json)
-  string(JSON type TYPE "${json}" ${ARGN})
-  string(JSON value GET "${json}" ${ARGN})
-  if(type STREQUAL NUMBER)
-    string(REGEX REPLACE "(\\.[0-9]*[1-9])00000+[0-9]+$" "\\1" value "${value}")
-    if(value MATCHES "^(-?[0-9]+\\.[0-9]*)([0-8])99999+[0-9]+$")
-      math(EXPR last "${CMAKE_MATCH_2} + 1")
-      set(value ${CMAKE_MATCH_1}${last})
-    endif()
-    string(REGEX REPLACE "\\.0$" "" value "${value}")
+# Runs catalog/generate.py. A fault in the catalog ends CMake with the script's message.
+function(brumbler_generate)
+  execute_process(COMMAND ${BRUMBLER_PYTHON} ${PROJECT_SOURCE_DIR}/catalog/generate.py ${ARGN} ERROR_VARIABLE message
+    RESULT_VARIABLE status)
+  if(NOT status EQUAL 0)
+    message(FATAL_ERROR "${message}")
   endif()
-  set(${result} "${value}" PARENT_SCOPE)
 endfunction()
-
-# Sets `list` to the symbols of a file's entries and PREFIX_symbol_key to each value.
-function(catalog_read file prefix list)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
-  file(READ ${file} json)
-  string(JSON count LENGTH "${json}")
-  math(EXPR last "${count} - 1")
-  set(symbols "")
-  foreach(i RANGE ${last})
-    catalog_get(symbol "${json}" ${i} symbol)
-    if(NOT symbol MATCHES "^[a-z][a-z-]*$" OR symbol IN_LIST symbols)
-      message(FATAL_ERROR "${file}: the symbol \"${symbol}\" is not lower-case letters and hyphens, or is there twice")
-    endif()
-    list(APPEND symbols ${symbol})
-    string(JSON keys LENGTH "${json}" ${i})
-    math(EXPR last_key "${keys} - 1")
-    foreach(k RANGE ${last_key})
-      string(JSON key MEMBER "${json}" ${i} ${k})
-      catalog_get(value "${json}" ${i} ${key})
-      set(${prefix}_${symbol}_${key} "${value}" PARENT_SCOPE)
-    endforeach()
-  endforeach()
-  set(${list} "${symbols}" PARENT_SCOPE)
-endfunction()
-
-# Fails unless every entry of a list has the keys.
-function(catalog_require prefix list)
-  foreach(symbol IN LISTS ${list})
-    foreach(key IN LISTS ARGN)
-      if(NOT DEFINED ${prefix}_${symbol}_${key})
-        message(FATAL_ERROR "catalog: \"${symbol}\" has no \"${key}\"")
-      endif()
-    endforeach()
-  endforeach()
-endfunction()
-
-# The string as a literal of C++, and of Turtle.
-function(catalog_quote result text)
-  string(REPLACE "\\" "\\\\" text "${text}")
-  string(REPLACE "\"" "\\\"" text "${text}")
-  set(${result} "\"${text}\"" PARENT_SCOPE)
-endfunction()
-
-catalog_read(${PROJECT_SOURCE_DIR}/catalog/parameters.json CATALOG CATALOG_PARAMETERS)
-catalog_read(${PROJECT_SOURCE_DIR}/catalog/presets.json CATALOG_PRESET CATALOG_PRESETS)
-catalog_require(CATALOG CATALOG_PARAMETERS label scale minimum maximum default steps priority does)
-set(CATALOG_PRESET_PARAMETERS "")  # those that a preset has a value for
-foreach(symbol IN LISTS CATALOG_PARAMETERS)
-  if(NOT CATALOG_${symbol}_scale STREQUAL switch)
-    list(APPEND CATALOG_PRESET_PARAMETERS ${symbol})
-  endif()
-endforeach()
-catalog_require(CATALOG_PRESET CATALOG_PRESETS label ${CATALOG_PRESET_PARAMETERS})
-
-set(rows "")
-set(indices "")
-set(effect_parameters 0)
-foreach(symbol IN LISTS CATALOG_PARAMETERS)
-  set(p CATALOG_${symbol})
-  foreach(key name symbol label does)
-    catalog_quote(${key} "${${p}_${key}}")
-  endforeach()
-  if(DEFINED ${p}_name)
-    math(EXPR effect_parameters "${effect_parameters} + 1")
-  endif()
-  string(APPEND rows "    {${name}, ${symbol}, ${label}, ${does},\n     Scale::${${p}_scale}, ${${p}_minimum},"
-    " ${${p}_maximum}, ${${p}_default}, ${${p}_steps}},\n")
-  string(SUBSTRING ${${p}_symbol} 0 1 first)
-  string(SUBSTRING ${${p}_symbol} 1 -1 rest)
-  string(TOUPPER ${first} first)
-  list(APPEND indices k${first}${rest})
-endforeach()
-string(REPLACE "Scale::switch" "Scale::toggle" rows "${rows}")
-list(JOIN indices ", " indices)
-set(preset_rows "")
-foreach(preset IN LISTS CATALOG_PRESETS)
-  catalog_quote(label "${CATALOG_PRESET_${preset}_label}")
-  set(values "")
-  foreach(symbol IN LISTS CATALOG_PARAMETERS)
-    if(symbol IN_LIST CATALOG_PRESET_PARAMETERS)
-      list(APPEND values ${CATALOG_PRESET_${preset}_${symbol}})
-    else()
-      list(APPEND values ${CATALOG_${symbol}_default})
-    endif()
-  endforeach()
-  list(JOIN values ", " values)
-  string(APPEND preset_rows "    {\"${preset}\", ${label}, {${values}}},\n")
-endforeach()
-list(LENGTH CATALOG_PARAMETERS parameters)
 
 set(CATALOG_INCLUDE_DIR ${PROJECT_BINARY_DIR}/generated)
-configure_file(${CMAKE_CURRENT_LIST_DIR}/catalog.h.in ${CATALOG_INCLUDE_DIR}/catalog/catalog.h @ONLY)
+brumbler_generate(header ${CATALOG_INCLUDE_DIR}/catalog/catalog.h)

@@ -1,0 +1,157 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Writes what is made from catalog/*.json (catalog/README.md says what is in them).
+
+    generate.py header FILE                 the C++ header catalog/catalog.h
+    generate.py turtle FOLDER KEY=VALUE...  the LV2 bundle's Turtle, from the templates in lv2/
+
+A template's @KEY@ is replaced by VALUE. `turtle` needs VERSION and DESCRIPTION of the project, and SUFFIX, the file name
+extension of the bundle's library. A fault in the catalog ends the script with status 1 and a message that names the entry.
+"""
+import json
+import re
+import sys
+from pathlib import Path
+
+CATALOG = Path(__file__).resolve().parent
+LV2 = CATALOG.parent / "lv2"
+PARAMETER_KEYS = ["label", "scale", "minimum", "maximum", "default", "steps", "priority", "does"]
+
+
+def read(name, keys):
+    """The entries of a file. Each needs a unique symbol and a value for each of `keys`."""
+    try:
+        entries = json.loads((CATALOG / name).read_text("utf-8"))
+    except ValueError as fault:
+        sys.exit(f"catalog/{name}: {fault}")
+    symbols = set()
+    for entry in entries:
+        symbol = entry.get("symbol", "")
+        if not re.fullmatch("[a-z][a-z-]*", symbol) or symbol in symbols:
+            sys.exit(f'catalog/{name}: the symbol "{symbol}" is not lower-case letters and hyphens, or is there twice')
+        symbols.add(symbol)
+        for key in keys:
+            if key not in entry:
+                sys.exit(f'catalog/{name}: "{symbol}" has no "{key}"')
+    return entries
+
+
+def quote(text):
+    """A string literal of C++, and of Turtle."""
+    return '"' + text.replace("\\", "\\\\").replace('"', '\\"') + '"'
+
+
+def number(value):
+    return f"{value:.15g}"
+
+
+def decimal(value):
+    """A number for Turtle. Some hosts do not accept an integer as the value of a control."""
+    return number(value) if "." in number(value) else number(value) + ".0"
+
+
+def fill(template, values):
+    return re.sub("@([A-Z0-9_]+)@", lambda match: str(values[match[1]]), template.read_text("utf-8"))
+
+
+def header(file):
+    rows = ""
+    for p in PARAMETERS:
+        texts = ", ".join(quote(p.get(key, "")) for key in ["name", "symbol", "label", "does"])
+        scale = "toggle" if p["scale"] == "switch" else p["scale"]
+        numbers = ", ".join(number(p[key]) for key in ["minimum", "maximum", "default", "steps"])
+        rows += f"    {{{texts},\n     Scale::{scale}, {numbers}}},\n"
+    presets = ""
+    for preset in PRESETS:
+        values = ", ".join(number(preset.get(p["symbol"], p["default"])) for p in PARAMETERS)
+        presets += f'    {{"{preset["symbol"]}", {quote(preset["label"])}, {{{values}}}}},\n'
+    text = fill(CATALOG / "catalog.h.in", {
+        "INDICES": ", ".join("k" + p["symbol"].capitalize() for p in PARAMETERS),
+        "EFFECT_PARAMETERS": sum("name" in p for p in PARAMETERS),
+        "ROWS": rows,
+        "PARAMETERS": len(PARAMETERS),
+        "PRESET_ROWS": presets,
+    })
+    # Nothing is compiled again for a header that stays the same.
+    if not file.exists() or file.read_text("utf-8") != text:
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text, "utf-8")
+
+
+def audio_port(uri, direction, symbol):
+    """A port of audio. SIDE_left and SIDE_right belong to the group SIDE."""
+    name = symbol.replace("_", " ").capitalize()
+    side, _, place = symbol.partition("_")
+    group = [f"pg:group <{uri}#{side}>", f"lv2:designation pg:{place}"] if place else []
+    return [f"a lv2:AudioPort , lv2:{direction}Port", symbol, name, *group]
+
+
+def control_port(p):
+    """The port of a parameter. Only the switch has scale points: hosts show a port that has any as a list of them."""
+    steps = f"pprops:rangeSteps {p['steps']}"
+    scale = {
+        "switch": ["lv2:designation lv2:enabled", "lv2:portProperty lv2:toggled",
+                   'lv2:scalePoint [ rdfs:label "Off" ; rdf:value 0 ] , [ rdfs:label "On" ; rdf:value 1 ]'],
+        "knob": ["units:unit <urn:brumbler:fuzz#knob>", steps],
+        "decibels": ["units:unit units:db", steps],
+    }[p["scale"]]
+    return ["a lv2:ControlPort , lv2:InputPort", p["symbol"], p["label"], f"rdfs:comment {quote(p['does'])}",
+            *(f"lv2:{key} {decimal(p[key])}" for key in ["default", "minimum", "maximum"]),
+            f"pprops:displayPriority {p['priority']}", *scale]
+
+
+def port(index, fields):
+    kind, symbol, name, *more = fields
+    lines = [kind, f"lv2:index {index}", f"lv2:symbol {quote(symbol)}", f"lv2:name {quote(name)}",
+             f"lv2:shortName {quote(name)}", *more]
+    return "[\n\t\t" + " ;\n\t\t".join(lines) + "\n\t]"
+
+
+def stereo_group(uri, direction, symbol):
+    return (f'<{uri}#{symbol}>\n\ta pg:StereoGroup , pg:{direction}Group ;\n\tlv2:name "{symbol.capitalize()}" ;\n'
+            f'\tlv2:symbol "{symbol}"')
+
+
+def turtle(folder, project):
+    major, minor, micro = map(int, project["VERSION"].split("."))
+    plugins = manifest = presets = ""
+    for uri, name, about, sides in [("urn:brumbler:fuzz", "Brumbler", "", [""]),
+                                    ("urn:brumbler:fuzz:stereo", "Brumbler stereo", ", in stereo", ["_left", "_right"])]:
+        ports = [audio_port(uri, "Input", "in" + side) for side in sides]
+        ports += [audio_port(uri, "Output", "out" + side) for side in sides]
+        ports += [control_port(p) for p in PARAMETERS]
+        groups = f" ;\n\tpg:mainInput <{uri}#in> ;\n\tpg:mainOutput <{uri}#out> .\n\n" + " .\n\n".join(
+            [stereo_group(uri, "Input", "in"), stereo_group(uri, "Output", "out")])
+        plugins += fill(LV2 / "plugin.ttl.in", {
+            "URI": uri, "NAME": name, "ABOUT": project["DESCRIPTION"] + about,
+            # LV2's rule: even numbers are releases, and a new major version would get a new URI.
+            "LV2_MINOR": 2 * (minor + 1), "LV2_MICRO": 2 * micro,
+            "PORTS": " , ".join(port(i, fields) for i, fields in enumerate(ports)),
+            "GROUPS": groups if len(sides) > 1 else "",
+        })
+        manifest += (f"\n<{uri}>\n\ta lv2:Plugin ;\n\tlv2:binary <brumbler_lv2{project['SUFFIX']}> ;\n"
+                     "\trdfs:seeAlso <brumbler.ttl> .\n")
+        for preset in PRESETS:
+            head = f"\n<{uri}#{preset['symbol']}>\n\ta pset:Preset ;\n\tlv2:appliesTo <{uri}> ;\n"
+            manifest += head + "\trdfs:seeAlso <presets.ttl> .\n"
+            values = " ,\n\t\t".join(f'[ lv2:symbol "{symbol}" ; pset:value {decimal(preset[symbol])} ]'
+                                     for symbol in PRESET_SYMBOLS)
+            presets += f"{head}\trdfs:label {quote(preset['label'])} ;\n\tlv2:port {values} .\n"
+    parts = {"PLUGINS": plugins, "MANIFEST": manifest, "PRESETS": presets}
+    folder.mkdir(parents=True, exist_ok=True)
+    for name in ["manifest.ttl", "brumbler.ttl", "presets.ttl"]:
+        (folder / name).write_text(fill(LV2 / (name + ".in"), parts), "utf-8")
+
+
+PARAMETERS = read("parameters.json", PARAMETER_KEYS)
+PRESET_SYMBOLS = [p["symbol"] for p in PARAMETERS if p["scale"] != "switch"]  # what a preset has a value for
+PRESETS = read("presets.json", ["label", *PRESET_SYMBOLS])
+
+if __name__ == "__main__":
+    match sys.argv[1:]:
+        case ["header", path]:
+            header(Path(path))
+        case ["turtle", path, *values]:
+            turtle(Path(path), dict(value.split("=", 1) for value in values))
+        case _:
+            sys.exit(__doc__)

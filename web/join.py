@@ -1,0 +1,56 @@
+#!/usr/bin/env python3
+# SPDX-License-Identifier: MIT
+"""Joins the page's files into one: join.py WASM VERSION OUTPUT
+
+Modules become one script in the order below, in which none comes before what it needs. Comments that fill a line, empty
+lines and indentation are removed.
+"""
+import base64
+import hashlib
+import re
+import sys
+from pathlib import Path
+
+PAGE = Path(__file__).resolve().parent / "page"
+CATALOG = PAGE.parents[1] / "catalog"
+MOST_BYTES = 250_000
+
+
+def code(*names):
+    """The files, one after the other."""
+    return "".join(shrink((PAGE / name).read_text("utf-8")) for name in names)
+
+
+def shrink(text):
+    text = re.sub(r"\n *//[^\n]*", "", "\n" + text)
+    text = re.sub(r"/\*.*?\*/", "", text, flags=re.DOTALL)
+    text = re.sub(r"\nimport [^;]*;", "", text)
+    text = text.replace("\nexport ", "\n")
+    return re.sub(r" *\n[ \n]*", "\n", text)
+
+
+def policy_hash(text):
+    """The hash by which a Content-Security-Policy allows an inline script or style."""
+    return f"'sha256-{base64.b64encode(hashlib.sha256(text.encode()).digest()).decode()}'"
+
+
+wasm, version, output = sys.argv[1:]
+parts = {
+    "SCRIPT": code("effect.js", "bank.js", "recording.js", "render.js", "engine.js", "input.js", "knob.js", "midi.js",
+                   "pictures.js", "main.js"),
+    "WORKLET": code("effect.js", "worklet.js"),
+    "STYLE": code("style.css"),
+    "VERSION": version,
+    "WASM": base64.b64encode(Path(wasm).read_bytes()).decode(),
+    "CATALOG": '{{"parameters": {}, "presets": {}}}'.format(
+        *((CATALOG / name).read_text("utf-8") for name in ["parameters.json", "presets.json"])),
+}
+parts["SCRIPT_HASH"] = policy_hash(parts["SCRIPT"])
+parts["STYLE_HASH"] = policy_hash(parts["STYLE"])
+page = (PAGE / "brumbler.html").read_text("utf-8")
+page = page.replace("<!doctype html>", "<!doctype html>\n<!-- SPDX-License-Identifier: MIT -->", 1)
+page = re.sub("@([A-Z_]+)@", lambda match: parts[match[1]], page)
+size = Path(output).write_bytes(page.encode())
+if size > MOST_BYTES:
+    Path(output).unlink()
+    sys.exit(f"{output} would have {size} bytes; the most is {MOST_BYTES}")
