@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """Writes what is made from catalog/*.json (catalog/README.md says what is in them).
 
-    generate.py header FILE                 the C++ header catalog/catalog.h
+    generate.py header FOLDER               the C++ headers catalog.h and pedal.h
     generate.py turtle FOLDER KEY=VALUE...  the LV2 bundle's Turtle, from the templates in lv2/
 
 A template's @KEY@ is replaced by VALUE. `turtle` needs VERSION and DESCRIPTION of the project, and SUFFIX, the file name
@@ -54,7 +54,14 @@ def fill(template, values):
     return re.sub("@([A-Z0-9_]+)@", lambda match: str(values[match[1]]), template.read_text("utf-8"))
 
 
-def header(file):
+def write_header(file, text):
+    """Leaves a file that has the text already: nothing that includes it is compiled again."""
+    if not file.exists() or file.read_text("utf-8") != text:
+        file.parent.mkdir(parents=True, exist_ok=True)
+        file.write_text(text, "utf-8")
+
+
+def catalog_header():
     rows = ""
     for p in PARAMETERS:
         texts = ", ".join(quote(p.get(key, "")) for key in ["name", "symbol", "label", "does"])
@@ -65,17 +72,28 @@ def header(file):
     for preset in PRESETS:
         values = ", ".join(number(preset.get(p["symbol"], p["default"])) for p in PARAMETERS)
         presets += f'    {{"{preset["symbol"]}", {quote(preset["label"])}, {{{values}}}}},\n'
-    text = fill(CATALOG / "catalog.h.in", {
+    return fill(CATALOG / "catalog.h.in", {
         "INDICES": ", ".join("k" + p["symbol"].capitalize() for p in PARAMETERS),
         "EFFECT_PARAMETERS": sum("name" in p for p in PARAMETERS),
         "ROWS": rows,
         "PARAMETERS": len(PARAMETERS),
         "PRESET_ROWS": presets,
     })
-    # Nothing is compiled again for a header that stays the same.
-    if not file.exists() or file.read_text("utf-8") != text:
-        file.parent.mkdir(parents=True, exist_ok=True)
-        file.write_text(text, "utf-8")
+
+
+def pedal_header():
+    def constant(name):
+        return "k" + "".join(word.capitalize() for word in name.split("_"))
+    try:
+        pedal = json.loads((CATALOG / "pedal.json").read_text("utf-8"))
+        lengths = {constant(name): number(value) for name, value in pedal["geometry"].items()}
+        colours = {constant(name): f"0x{int(value[1:], 16):06x}" for name, value in pedal["colours"].items()}
+    except (ValueError, KeyError, TypeError) as fault:
+        sys.exit(f"catalog/pedal.json: {fault!r}")
+    return fill(CATALOG / "pedal.h.in", {
+        "GEOMETRY": "".join(f"inline constexpr double {name} = {value};\n" for name, value in lengths.items()),
+        "COLOURS": "".join(f"inline constexpr unsigned {name} = {value};\n" for name, value in colours.items()),
+    })
 
 
 def audio_port(uri, direction, symbol):
@@ -150,7 +168,8 @@ PRESETS = read("presets.json", ["label", *PRESET_SYMBOLS])
 if __name__ == "__main__":
     match sys.argv[1:]:
         case ["header", path]:
-            header(Path(path))
+            write_header(Path(path) / "catalog.h", catalog_header())
+            write_header(Path(path) / "pedal.h", pedal_header())
         case ["turtle", path, *values]:
             turtle(Path(path), dict(value.split("=", 1) for value in values))
         case _:

@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
-# Makes the header catalog/catalog.h of the build folder from catalog/*.json, for every target. A change of a file runs
+# Makes the headers catalog/catalog.h and catalog/pedal.h of the build folder from catalog/*.json, for every target. A change of a file runs
 # CMake again.
 find_program(BRUMBLER_PYTHON python3 REQUIRED)
 file(GLOB CATALOG_FILES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/catalog/*.json)
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CATALOG_FILES}
-  ${PROJECT_SOURCE_DIR}/catalog/generate.py ${PROJECT_SOURCE_DIR}/catalog/catalog.h.in)
+  ${PROJECT_SOURCE_DIR}/catalog/generate.py ${PROJECT_SOURCE_DIR}/catalog/catalog.h.in ${PROJECT_SOURCE_DIR}/catalog/pedal.h.in)
 
 # Runs catalog/generate.py. A fault in the catalog ends CMake with the script's message.
 function(brumbler_generate)
@@ -16,4 +16,4 @@ function(brumbler_generate)
 endfunction()
 
 set(CATALOG_INCLUDE_DIR ${PROJECT_BINARY_DIR}/generated)
-brumbler_generate(header ${CATALOG_INCLUDE_DIR}/catalog/catalog.h)
+brumbler_generate(header ${CATALOG_INCLUDE_DIR}/catalog)

@@ -7,6 +7,7 @@ lines and indentation are removed.
 """
 import base64
 import hashlib
+import json
 import re
 import sys
 from pathlib import Path
@@ -29,17 +30,26 @@ def shrink(text):
     return re.sub(r" *\n[ \n]*", "\n", text)
 
 
+def pedal_variables():
+    """catalog/pedal.json as variables of the style: --pedal-NAME."""
+    pedal = json.loads((CATALOG / "pedal.json").read_text("utf-8"))
+    values = {name: f"{value}px" for name, value in pedal["geometry"].items()} | pedal["colours"]
+    used = {name: value for name, value in values.items() if f"(--pedal-{name.replace('_', '-')})" in style}
+    return ":root{" + "".join(f"--pedal-{name.replace('_', '-')}:{value};" for name, value in used.items()) + "}"
+
+
 def policy_hash(text):
     """The hash by which a Content-Security-Policy allows an inline script or style."""
     return f"'sha256-{base64.b64encode(hashlib.sha256(text.encode()).digest()).decode()}'"
 
 
 wasm, version, output = sys.argv[1:]
+style = code("style.css")
 parts = {
     "SCRIPT": code("effect.js", "bank.js", "recording.js", "render.js", "engine.js", "input.js", "knob.js", "midi.js",
                    "pictures.js", "main.js"),
     "WORKLET": code("effect.js", "worklet.js"),
-    "STYLE": code("style.css"),
+    "STYLE": pedal_variables() + style,
     "VERSION": version,
     "WASM": base64.b64encode(Path(wasm).read_bytes()).decode(),
     "CATALOG": '{{"parameters": {}, "presets": {}}}'.format(
