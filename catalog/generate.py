@@ -118,6 +118,11 @@ def control_port(p):
             f"pprops:displayPriority {p['priority']}", *scale]
 
 
+def level_port(symbol, name, does):
+    return ["a lv2:ControlPort , lv2:OutputPort", symbol, name, f"rdfs:comment {quote(does)}", "lv2:minimum 0.0",
+            "lv2:maximum 1.0", "units:unit units:coef"]
+
+
 def port(index, fields):
     kind, symbol, name, *more = fields
     lines = [kind, f"lv2:index {index}", f"lv2:symbol {quote(symbol)}", f"lv2:name {quote(name)}",
@@ -138,6 +143,8 @@ def turtle(folder, project):
         ports = [audio_port(uri, "Input", "in" + side) for side in sides]
         ports += [audio_port(uri, "Output", "out" + side) for side in sides]
         ports += [control_port(p) for p in PARAMETERS]
+        ports += [level_port("in_level", "Input level", "The peak of the input, of the louder channel; 1 is full scale."),
+                  level_port("out_level", "Output level", "The peak of the output, of the louder channel; 1 is full scale.")]
         groups = f" ;\n\tpg:mainInput <{uri}#in> ;\n\tpg:mainOutput <{uri}#out> .\n\n" + " .\n\n".join(
             [stereo_group(uri, "Input", "in"), stereo_group(uri, "Output", "out")])
         plugins += fill(LV2 / "plugin.ttl.in", {

@@ -14,12 +14,13 @@
 #include "catalog/catalog.h"
 #include "host/HostedEffect.h"
 #include "lv2/BlockLength.h"
+#include "lv2/LevelMeter.h"
 #include "lv2/Trim.h"
 
 namespace {
 
-// The ports' numbers are the bundle's interface, they never change: the inputs, the outputs, and a control for each
-// parameter of the catalog.
+// The ports' numbers are the bundle's interface and never change: the inputs, the outputs, a control for each parameter
+// of the catalog, and the levels of input and output.
 constexpr std::size_t kNumControls = std::size(catalog::kParameters);
 constexpr std::array<float, kNumControls> kDefaults = [] {
   std::array<float, kNumControls> defaults{};
@@ -40,7 +41,7 @@ class Instance {
  public:
   // `rate` in Hz, `blockLength` in samples. Throws std::bad_alloc when there is no storage.
   Instance(std::int32_t rate, std::int32_t blockLength, std::size_t channels)
-      : rate_(rate), blockLength_(blockLength), channels_(channels) {
+      : rate_(rate), blockLength_(blockLength), channels_(channels), meters_{LevelMeter(rate), LevelMeter(rate)} {
     for (Channel& channel : channels_) {
       channel.block.reset(new double[static_cast<std::size_t>(blockLength)]);
       channel.effect = std::make_unique<HostedEffect>(getinterface, rate, blockLength);
@@ -59,6 +60,8 @@ class Instance {
     } else if (port < 2 * channels + kNumControls) {
       const std::size_t control = port - 2 * channels;
       controls_[control] = data != nullptr ? static_cast<const float*>(data) : &kDefaults[control];
+    } else if (port < 2 * channels + kNumControls + levels_.size()) {
+      levels_[port - 2 * channels - kNumControls] = static_cast<float*>(data);
     }
   }
 
@@ -79,6 +82,7 @@ class Instance {
     if (samples == 0 || !isConnected()) return;
     landParameters();
     if (fresh_) begin();
+    for (const Channel& channel : channels_) meters_[0].hear(channel.in, samples);
     for (std::uint32_t first = 0; first < samples;) {
       const auto length =
           static_cast<std::int32_t>(std::min(samples - first, static_cast<std::uint32_t>(blockLength_)));
@@ -89,6 +93,11 @@ class Instance {
         trim_.putBack(channel.block.get(), channel.out + first, length);
       }
       first += static_cast<std::uint32_t>(length);
+    }
+    for (const Channel& channel : channels_) meters_[1].hear(channel.out, samples);
+    for (std::size_t i = 0; i < levels_.size(); ++i) {
+      const float level = meters_[i].read(samples);
+      if (levels_[i] != nullptr) *levels_[i] = level;
     }
   }
 
@@ -128,6 +137,8 @@ class Instance {
   bool fresh_ = true;  // the effects have not heard a sample yet
   Trim trim_;
   std::array<const float*, kNumControls> controls_{};
+  std::array<LevelMeter, 2> meters_;  // of the input and the output
+  std::array<float*, 2> levels_{};    // where the host wants them; null where it does not
 };
 
 Instance* instanceOf(LV2_Handle handle) noexcept { return static_cast<Instance*>(handle); }

@@ -52,6 +52,9 @@ struct Bundle {
     for (std::uint32_t i = 0; i < kNumControls; ++i) {
       descriptor->connect_port(handle, 2 * channels + i, &control[i]);
     }
+    for (std::uint32_t i = 0; i < 2; ++i) {
+      descriptor->connect_port(handle, 2 * channels + kNumControls + i, &level[i]);
+    }
     descriptor->activate(handle);
   }
   ~Bundle() { descriptor->cleanup(handle); }
@@ -77,6 +80,7 @@ struct Bundle {
   const LV2_Descriptor* descriptor;
   LV2_Handle handle;
   float control[kNumControls] = {1.0F, 5.0F, 5.0F, 0.0F};
+  float level[2] = {-1.0F, -1.0F};  // in, out
 };
 
 Floats noise(std::size_t length, float peak, unsigned seed = 1) {
@@ -165,6 +169,32 @@ TEST_CASE("two channels are two bundles with one set of controls, though the hos
     CHECK(b == expectedLeft);
     CHECK(a == expectedRight);
   }
+}
+
+TEST_CASE("the meters hold the peak of the louder channel, let it fall, and stay from 0 to 1") {
+  Bundle bundle(64, 2);
+  bundle.control[kOn] = 0.0F;
+  Floats left(1001), right(1001);
+  const auto run = [&](float first, float last) {
+    left.assign(left.size(), 0.0F);
+    right.assign(right.size(), 0.0F);
+    left.front() = first;
+    right.back() = last;
+    bundle.connect(0, left.data(), right.data());  // crossed, in place
+    bundle.connect(1, right.data(), left.data());
+    bundle.descriptor->run(bundle.handle, static_cast<std::uint32_t>(left.size()));
+    return Floats(bundle.level, bundle.level + 2);
+  };
+  run(0.0F, 0.0F);
+  CHECK(run(0.0F, 0.0F) == Floats{0.0F, 0.0F});
+  CHECK(run(0.25F, -0.5F) == Floats{0.5F, 0.5F});
+  CHECK(run(-0.75F, 0.5F) == Floats{0.75F, 0.75F});
+  const Floats fallen = run(NAN, 0.0F);
+  CHECK((fallen[0] > 0.65F && fallen[0] < 0.75F && fallen[1] == fallen[0]));
+  CHECK(run(INFINITY, 0.0F)[0] == 1.0F);
+  CHECK(run(7.0F, 0.0F) == Floats{1.0F, 1.0F});
+  for (int i = 0; i < 400; ++i) run(0.0F, 0.0F);
+  CHECK(run(0.0F, 0.0F) == Floats{0.0F, 0.0F});
 }
 
 TEST_CASE("presets reach a host with the catalog's values, which are those that docs/lv2.md has measured") {

@@ -43,7 +43,7 @@ for each in "${!audio[@]}"; do
   lv2ls 2>ls.log | grep -qx "$each" || fail "$each: not found"
   lv2info "$each" >info 2>>ls.log
   ports=$(grep -Po '^\s+Symbol:\s+\K\S+' info | xargs)
-  [[ $ports == "${audio[$each]} on volume fuzz trim" ]] || fail "$each: ports: $ports"
+  [[ $ports == "${audio[$each]} on volume fuzz trim in_level out_level" ]] || fail "$each: ports: $ports"
   grep -q '^\s*Designation: http://lv2plug.in/ns/lv2core#enabled$' info || fail "On is not the host's bypass switch"
   [[ $(grep -c '^\s*Wall of fuzz$' info) == 1 ]] || fail "$each: presets: $(<info)"
   grep -q '^\s*Author: *Brumbler project$' info || fail "$each: no maintainer: $(<info)"
