@@ -8,7 +8,7 @@
 
 #ifdef BRUMBLER_LIVE
 #include "cli/commands/EffectOptions.h"
-#include "cli/live/LiveSession.h"
+#include "cli/session/LiveSession.h"
 #include "cli/text/numbers.h"
 
 namespace {

@@ -11,7 +11,7 @@
 #include "catalog/catalog.h"
 #include "cli/effect/EffectModule.h"
 #include "cli/live/LockFreeRing.h"
-#include "cli/live/MidiMap.h"
+#include "cli/midi/MidiMap.h"
 
 class TakeRecorder;
 

@@ -11,6 +11,7 @@
 
 #include "cli/live/LivePlayer.h"
 #include "cli/live/TakeRecorder.h"
+#include "cli/midi/MidiLearner.h"
 #include "tests/Storage.h"
 #include "tests/SystemCalls.h"
 #include "tests/cli/CommandLine.h"

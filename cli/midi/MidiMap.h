@@ -56,29 +56,3 @@ class MidiMap {
 
   std::array<LiveAction, 256> actions_{};  // by controller, then by note
 };
-
-// Learns a map: for each action in turn it takes the control that moves. One thread.
-class MidiLearner {
- public:
-  // Begins with what `map` has; what is skipped stays.
-  explicit MidiLearner(const MidiMap& map) : map_(map) {}
-
-  bool isDone() const noexcept { return step_ == MidiMap::kNumRoles; }
-  const MidiMap& map() const noexcept { return map_; }
-
-  // What the player is to do now, like "Move the control for Volume"; empty when done.
-  std::string request() const;
-
-  // A control moved, at `seconds` of any clock. A switch that lets go within half a second is taken for one that
-  // toggles. Answers what was learned, like "Volume: controller 7"; empty when this control is not taken.
-  std::string take(const MidiControl& control, double seconds);
-
-  // Leaves the action as it is.
-  void skip();
-
- private:
-  MidiMap map_;
-  std::size_t step_ = 0;
-  std::vector<MidiControl> taken_;
-  double lastSeconds_ = 0.0;  // when the last one was taken
-};

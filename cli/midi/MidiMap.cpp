@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/live/MidiMap.h"
+#include "cli/midi/MidiMap.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,11 +10,8 @@
 namespace {
 
 constexpr double kMostNumber = 127.0;
-constexpr double kLetsGoSeconds = 0.5;
 
 const char* kindName(MidiControl::Kind kind) { return kind == MidiControl::Kind::note ? "note" : "controller"; }
-
-bool isSwitchRole(LiveAction action) { return action != LiveAction::volume && action != LiveAction::fuzz; }
 
 MidiControl readControl(const JsonFile& file, const JsonFile::Path& path) {
   MidiControl control;
@@ -95,28 +92,4 @@ std::string MidiMap::text() const {
     }
   }
   return root.dump(2) + "\n";
-}
-
-std::string MidiLearner::request() const { return isDone() ? "" : MidiMap::kRoles.at(step_).request; }
-
-std::string MidiLearner::take(const MidiControl& control, double seconds) {
-  const auto isThis = [&control](const MidiControl& other) { return control.isSameControl(other); };
-  if (std::any_of(taken_.begin(), taken_.end(), isThis)) {
-    // Still the same movement: a knob that goes on, or a switch that springs back.
-    const bool springsBack = isThis(taken_.back()) && !control.isPressed() && seconds - lastSeconds_ < kLetsGoSeconds;
-    if (springsBack && map_.actionOf(control) == LiveAction::onOff) map_.assign(LiveAction::toggle, control);
-    return "";
-  }
-  if (isDone()) return "";
-  const MidiMap::Role& role = MidiMap::kRoles.at(step_);
-  if (isSwitchRole(role.action) && role.action != LiveAction::onOff && !control.isPressed()) return "";
-  map_.assign(role.action, control);
-  taken_.push_back(control);
-  lastSeconds_ = seconds;
-  ++step_;
-  return std::string(role.key) + ": " + control.text();
-}
-
-void MidiLearner::skip() {
-  if (!isDone()) ++step_;
 }

@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/live/LivePlayer.h"
+#include "cli/live/TakeRecorder.h"
+#include "cli/session/LiveMessages.h"
+
+// The takes of a session: what comes in and what goes out, each in a file of its own, and in a further file
+// (take-2.wav) for each change of the sample rate. The control thread. Must outlive every thread that plays.
+class LiveTakes {
+ public:
+  // Empty paths: not recorded. Throws Failure when a take cannot be written there.
+  LiveTakes(std::string dryPath, std::string wetPath, bool replace, LivePlayer& player, LiveMessages& messages);
+
+  // Records from now on, at the player's rate: takes of another rate end and go on in further files. Throws Failure
+  // when the first file of a take cannot be written.
+  void start();
+
+  // Call it a few times a second: tells what the disk could not take, and follows a change of the sample rate.
+  void check();
+
+  // Completes the files; nothing records any more. The caller tells failure(); others are told here.
+  void end();
+
+  // The first failure; empty when all that was played is in its file.
+  const std::string& failure() const noexcept { return failure_; }
+
+  // A line for the screen for each take that is recorded.
+  std::vector<std::string> lines() const;
+
+ private:
+  using Clock = std::chrono::steady_clock;
+  struct Take {
+    std::string path;
+    std::unique_ptr<TakeRecorder> recorder;
+    std::int64_t lostTold = 0;  // frames
+    Clock::time_point lostTime;
+    bool failureTold = false;
+    int part = 1;
+  };
+
+  void end(Take& take, bool isLast);
+  void fail(const std::string& text, bool isTold);
+
+  std::array<Take, 2> takes_;  // in, out
+  bool replace_;
+  bool hasStarted_ = false;
+  std::string failure_;
+  LivePlayer& player_;
+  LiveMessages& messages_;
+};
