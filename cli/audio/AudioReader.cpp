@@ -22,8 +22,9 @@ namespace {
 
 // Programs that write a header before they know the length put something near the largest 32-bit number of bytes.
 constexpr std::int64_t kUnknownLengthBytes = 0x7FFFF000;
-constexpr std::int64_t kMostHeaderBytes = 24;  // of a chunk
-constexpr std::int64_t kFewFrames = 512;       // whose lack at the end is told, and no reason to refuse
+constexpr std::int64_t kMostHeaderBytes = 24;        // of a chunk
+constexpr int kSlowest = 1000, kFastest = 10000000;  // Hz, of a recording
+constexpr std::int64_t kFewFrames = 512;             // whose lack at the end is told, and no reason to refuse
 
 std::string seconds(std::int64_t frames, int rate) {
   char text[32];
@@ -159,6 +160,10 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   if (file_ != nullptr && info.frames == 0 && rereadable_ && !raw) openUnclosed(path, info, status.st_size);
   if (file_ == nullptr) {
     throw Failure(name_ + ": " + whyUnreadable(path, rereadable_, rereadable_ && status.st_size == 0));
+  }
+  if (info.samplerate < kSlowest || info.samplerate > kFastest) {
+    throw Failure(name_ + ": its header gives a rate of " + std::to_string(info.samplerate) +
+                  " Hz; rates from 1 kHz to 10 MHz are possible. Repair the header, or say what it holds with --raw");
   }
   info_ = info;
   format_ = {info.samplerate, info.channels, info.format};

@@ -28,14 +28,16 @@ int bytesPerSample(const AudioFormat& format) {
   }
 }
 
-std::int64_t mostFrames32(const AudioFormat& format) {
-  return kMostBytes32 / (std::int64_t{bytesPerSample(format)} * format.channels);
+std::int64_t mostFrames32(const AudioFormat& format, const Metadata& metadata) {
+  const auto beside = static_cast<std::int64_t>(metadata.size());
+  return (kMostBytes32 - beside) / (std::int64_t{bytesPerSample(format)} * format.channels);
 }
 
 // WAV changes to its 64-bit kind where the length asks for it, or is not known.
-AudioFormat forLength(AudioFormat format, std::optional<std::int64_t> frames) {
+AudioFormat forLength(AudioFormat format, std::optional<std::int64_t> frames, const Metadata& metadata) {
   const bool isWav = format.container() == SF_FORMAT_WAV || format.container() == SF_FORMAT_WAVEX;
-  if (isWav && (!frames || *frames > mostFrames32(format))) format.format = SF_FORMAT_RF64 | format.sampleFormat();
+  if (isWav && (!frames || *frames > mostFrames32(format, metadata)))
+    format.format = SF_FORMAT_RF64 | format.sampleFormat();
   return format;
 }
 
@@ -110,7 +112,7 @@ AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, boo
     writeStreamHeader(frames.value_or(0));
     openLibrary(SF_FORMAT_RAW | format.sampleFormat() | (bigEndian ? SF_ENDIAN_BIG : SF_ENDIAN_LITTLE));
   } else {
-    format_ = forLength(format, frames);
+    format_ = forLength(format, frames, metadata_);
     checkLength(frames.value_or(0));
     pending_.emplace(path, replace);
     descriptor_ = pending_->descriptor();
@@ -182,7 +184,7 @@ void AudioWriter::writeBytes(const void* bytes, std::size_t count) {
 // The library would write a wrong length without a word.
 void AudioWriter::checkLength(std::int64_t frames) const {
   const bool has32Bits = format_.container() == SF_FORMAT_AIFF || format_.container() == SF_FORMAT_AU;
-  if (has32Bits && frames > mostFrames32(format_)) {
+  if (has32Bits && frames > mostFrames32(format_, metadata_)) {
     throw Failure(name_ + ": this format ends at 4 GiB; choose .wav, .caf or .flac");
   }
 }
@@ -220,18 +222,34 @@ void AudioWriter::finish() {
   const int result = sf_close(file_.release());
   if (writeError_ != 0) fail(systemError(writeError_));
   if (result != SF_ERR_NO_ERROR) fail(sf_error_number(result));
-  if (!metadata_.empty()) dropped_ = metadata_.missingFrom(written());
-  if (pending_) pending_->commit();
+  if (!pending_) {
+    const bool hasLayout = format_.container() == SF_FORMAT_WAVEX;
+    dropped_ = metadata_.missingFrom(hasLayout ? metadata_.layoutAlone() : Metadata());
+    return;
+  }
+  const std::string path = "/proc/self/fd/" + std::to_string(descriptor_);
+  try {
+    metadata_.addTo(descriptor_, path, format_.format);
+  } catch (const Failure& failure) {
+    fail(failure.what());
+  }
+  checkAndCompare(path);
+  pending_->commit();
 }
 
-// Read back, so that it is what the library wrote, whatever it said.
-Metadata AudioWriter::written() const {
-  if (!pending_) return format_.container() == SF_FORMAT_WAVEX ? metadata_.layoutAlone() : Metadata();
-  const int copy = dup(descriptor_);
+// Reads the file's end and all that is beside the sound: neither library tells of everything that it failed to write.
+void AudioWriter::checkAndCompare(const std::string& path) {
   SF_INFO info = {};
-  if (copy < 0 || lseek(copy, 0, SEEK_SET) != 0) return {};
-  const std::unique_ptr<SNDFILE, Close> file(sf_open_fd(copy, SFM_READ, &info, SF_TRUE));
-  return file != nullptr ? Metadata(file.get(), info, "/proc/self/fd/" + std::to_string(descriptor_)) : Metadata();
+  lseek(descriptor_, 0, SEEK_SET);
+  const std::unique_ptr<SNDFILE, Close> file(sf_open_fd(descriptor_, SFM_READ, &info, SF_FALSE));
+  if (file == nullptr) fail(std::string("it could not be read back: ") + sf_strerror(nullptr));
+  std::vector<double> frame(static_cast<std::size_t>(format_.channels));
+  const bool isExact = info.format != (SF_FORMAT_MPEG | SF_FORMAT_MPEG_LAYER_III);
+  const bool isWhole = info.channels == format_.channels && (info.frames == framesWritten_ || !isExact) &&
+                       (info.frames == 0 || (sf_seek(file.get(), info.frames - 1, SEEK_SET) == info.frames - 1 &&
+                                             sf_readf_double(file.get(), frame.data(), 1) == 1));
+  if (!isWhole) fail("its end could not be read back");
+  dropped_ = metadata_.missingFrom(Metadata(file.get(), info, path));
 }
 
 void AudioWriter::fail(const std::string& reason) const {

@@ -34,8 +34,8 @@ class AudioWriter {
   // Whole frames. Throws Failure when they cannot be written.
   void write(std::span<const double> samples);
 
-  // Completes the file and gives it its name. Throws Failure, leaving no file, when that fails. Without this call the
-  // file is removed.
+  // Completes the file, reads it back, and gives it its name. Throws Failure, leaving no file, when any of that fails.
+  // Without this call the file is removed.
   void finish();
 
   // What of the metadata is not in the finished file, in a reader's words; empty when nothing is missing.
@@ -53,7 +53,7 @@ class AudioWriter {
   static SF_VIRTUAL_IO operations() noexcept;
   void openLibrary(int format);
   void writeStreamHeader(std::int64_t frames);
-  Metadata written() const;
+  void checkAndCompare(const std::string& path);
   void checkLength(std::int64_t frames) const;
   void writeBytes(const void* bytes, std::size_t count);
   [[noreturn]] void fail(const std::string& reason) const;

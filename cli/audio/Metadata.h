@@ -3,31 +3,32 @@
 
 #include <sndfile.h>
 
-#include <cstdint>
 #include <map>
-#include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
+#include "cli/audio/Tags.h"
 #include "cli/audio/channelLayout.h"
+#include "cli/audio/chunks.h"
 
 // What a sound file says beside its sound: who is heard, when it was recorded, which channel is which, what is marked.
 //
-// Kept from one file to another as far as libsndfile can write it: titles and the like, the channel layout, the
-// Broadcast-WAV and radio (cart) entries, cue points, instrument with loops, iXML. The names of cue points, tempo,
-// cover pictures and tags of other names are seen, but cannot be written.
+// From WAV to WAV (RF64 too), AIFF to AIFF and CAF to CAF the known chunks go over byte by byte, but for the loudness
+// in a Broadcast-WAV's entries, which becomes "not measured". Tags and pictures go over between all formats that have
+// them.
 class Metadata {
  public:
   Metadata() = default;
 
-  // Of an open file. `path` is looked into for what the library does not tell; empty for a stream.
+  // Of an open file. `path` is where it is; empty for a stream, of which only the layout and some tags are known.
   Metadata(SNDFILE* file, const SF_INFO& info, const std::string& path);
 
-  bool empty() const noexcept { return values_.empty(); }
+  std::size_t size() const;  // bytes that it adds to a file, at most
 
   // Of three channels or more; empty when none is told. What is read from Ogg files is in WAV's order, as AudioReader
   // gives their sound.
-  ChannelLayout layout() const;
+  const ChannelLayout& layout() const noexcept { return layout_; }
   void setLayout(const ChannelLayout& layout);
 
   // This without all but the channel layout.
@@ -36,17 +37,22 @@ class Metadata {
   // Into a file that was opened for writing, before its first sample.
   void putInto(SNDFILE* file) const;
 
-  // What is here and not there, in a reader's words, like "cue points, cover picture"; empty when nothing is missing.
+  // Into the same file of libsndfile's `format` once it is complete; it is open as `descriptor`, and at `path`, too.
+  // Throws Failure, without a file name, when that fails.
+  void addTo(int descriptor, const std::string& path, int format) const;
+
+  // What is here and not there, in a reader's words, like "cover picture, cue points"; empty when nothing is missing.
   std::string missingFrom(const Metadata& other) const;
 
  private:
-  using Bytes = std::vector<char>;
-
-  void readTags(SNDFILE* file);
-  void readLayout(SNDFILE* file, const SF_INFO& info);
   void readMarks(SNDFILE* file);
-  void readChunks(SNDFILE* file, const SF_INFO& info);
-  void readPicturesAndTags(const std::string& path, const SF_INFO& info);
+  bool isInHeader(const Chunk& chunk) const;
+  std::set<std::string> names() const;
 
-  std::map<std::string, Bytes> values_;  // by what a reader calls it; the library's own record
+  Tags tags_;
+  ChannelLayout layout_;
+  ChunkFamily family_ = ChunkFamily::none;
+  std::vector<Chunk> chunks_;               // to be kept within the family
+  std::map<int, std::vector<char>> marks_;  // libsndfile's own records, by the command that sets them
+  std::set<std::string> others_;            // names of what cannot be kept
 };

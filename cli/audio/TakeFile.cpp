@@ -29,8 +29,9 @@ TakeFile::TakeFile(const std::string& path, int rate, int channels, bool replace
   check(path, replace);
   const fs::path target(path);
   for (int number = 1; descriptor_ < 0; ++number) {
-    const std::string suffix = number == 1 ? "" : "-" + std::to_string(number);
-    unfinishedPath_ = fs::path(target).replace_extension(".unfinished" + suffix + ".wav").string();
+    std::string ending = ".unfinished";
+    if (number > 1) ending.append("-").append(std::to_string(number));
+    unfinishedPath_ = fs::path(target).replace_extension(ending.append(".wav")).string();
     descriptor_ = ::open(unfinishedPath_.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
     if (descriptor_ < 0 && errno != EEXIST) {
       throw Failure(path + ": cannot be written (" + systemError(errno) + "); check the folder and its permissions");

@@ -43,7 +43,7 @@ AudioFormat parseRaw(const std::string& text) {
   if (second != std::string::npos) {
     for (const Code& code : kCodes) {
       if (text.substr(second + 1) != code.name) continue;
-      return {parseWhole("--raw: the rate", text.substr(0, first), 1, 10000000),
+      return {parseWhole("--raw: the rate", text.substr(0, first), 1000, 10000000),
               parseWhole("--raw: the channels", text.substr(first + 1, second - first - 1), 1, 1024),
               SF_FORMAT_RAW | SF_ENDIAN_LITTLE | code.format};
     }

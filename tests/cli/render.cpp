@@ -274,7 +274,7 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
     // clang-format off
   } rows[] = {
       {"all.wav o.wav", "o.wav", ""},
-      {"o.wav p.rf64", "p.rf64", "cue points, instrument and loops"},
+      {"o.wav p.rf64", "p.rf64", ""},
       {"p.rf64 p.wav --bits 24", "p.wav", ""},
       {"all.wav o.caf", "o.caf", "broadcast entries, cue points, instrument and loops"},
       {"all.wav o.aiff", "o.aiff", "broadcast entries, cue points, instrument and loops"},
@@ -288,8 +288,9 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
   // clang-format on
   for (const auto& row : rows) {
     CAPTURE(row.arguments);
-    REQUIRE(cli.run(std::string("render ") + row.arguments) == 0);
+    const int status = cli.run(std::string("render ") + row.arguments);
     CAPTURE(cli.errText);
+    REQUIRE(status == 0);
     const std::size_t note = cli.errText.find("dropped: ");
     const std::string dropped = note == std::string::npos ? "" : cli.errText.substr(note + 9);
     CHECK(dropped.substr(0, dropped.find('\n')) == row.dropped);
@@ -315,13 +316,40 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
   CHECK(sf_command(file.get(), SFC_GET_INSTRUMENT, &instrumentBack, sizeof instrumentBack) == SF_TRUE);
   CHECK((instrumentBack.loop_count == 1 && instrumentBack.loops[0].end == 500));
 
-  // A picture and a tag of another name, which the library does not tell of.
+  // A picture and a tag of another name.
   std::string flac = cli.readText("o.flac");
-  flac.insert(42, std::string("\x06\0\0\x20", 4) + std::string(32, '\0'));  // behind the stream's own block
-  flac.replace(flac.find("=Lead") - 5, 5, "moods");                         // was the title
+  const std::size_t comment = flac.find("=Lead") - 5;
+  flac.replace(comment, 5, "moods");  // was the title
+  flac.insert(42,
+              std::string("\x06\0\0\x29", 4) + std::string(31, '\0') + "\ta picture");  // behind the stream's own block
   cli.writeText("picture.flac", flac);
-  REQUIRE(cli.run("render picture.flac t.wav") == 0);
-  CHECK(cli.errText.find("note: t.wav: dropped: cover picture, moods\n") != std::string::npos);
+  std::string from = "picture.flac ";
+  for (const std::string name : {"t.wav", "t.flac", "t.aiff", "t.ogg", "t.rf64"}) {
+    REQUIRE(cli.run("render " + from + name) == 0);
+    CHECK(cli.errText.find("dropped") == std::string::npos);
+    from = name + " ";
+    REQUIRE(cli.run("render " + name + " t.caf --force") == 0);
+    CAPTURE(cli.errText);
+    CHECK(cli.errText.find("dropped: cover picture, moods\n") != std::string::npos);
+  }
+
+  // Chunks of any size, and such as are not known.
+  std::string wav = cli.readText("q.wav");
+  const auto append = [&wav](const std::string& id, std::size_t size) {
+    const std::string length = {static_cast<char>(size), static_cast<char>(size >> 8), static_cast<char>(size >> 16),
+                                0};
+    wav += id + length + std::string(size, 'x');
+  };
+  append("iXML", 200000);
+  append("chna", 40);
+  append("umid", 64);
+  cli.writeText("chunks.wav", wav);
+  for (const std::string name : {"u.wav", "u.rf64", "u.aiff"}) {
+    REQUIRE(cli.run("render chunks.wav " + name) == 0);
+    CHECK(cli.errText.find(name == "u.aiff" ? "dropped: chna, umid\n" : "dropped: umid\n") != std::string::npos);
+    CHECK(cli.readText(name).find("iXML") != std::string::npos);
+    CHECK(!cli.read(name).samples.empty());
+  }
 }
 
 TEST_CASE("surround sound comes out of the speakers that it was for") {
