@@ -3,6 +3,7 @@
 #include <CLI/CLI.hpp>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <exception>
 #include <memory>
 #include <string>
@@ -11,6 +12,7 @@
 #include "cli/commands/Commands.h"
 #include "cli/files/PendingFile.h"
 #include "cli/help/HelpFormatter.h"
+#include "cli/help/completion.h"
 #include "cli/help/usageError.h"
 #include "cli/text/Failure.h"
 
@@ -34,12 +36,16 @@ int run(int argc, char** argv) {
   addBankCommand(app);
   addPlotCommand(app);
   addCompareCommand(app);
-  addManualCommands(app);
+  app.set_help_all_flag("--help-all", "Print the help of all subcommands and exit");
+  if (argc > 1 && std::strcmp(argv[1], "complete") == 0) {  // hidden: the shells' completion scripts call it
+    printCompletions(app, {argv + 2, argv + argc});
+    return 0;
+  }
   try {
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
-    return complain(explainUsageError(app, {argv + 1, argv + argc}, error), Failure::usage);
+    return complain(explainUsageError(app, error), Failure::usage);
   }
   return 0;
 }

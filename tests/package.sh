@@ -72,8 +72,8 @@ broken_links() {
 holds "the documents' and units' links hold" nothing "$(broken_links "$share/doc/brumbler")"
 holds "the manual page has no fault" nothing "$(LC_ALL=C.UTF-8 MANROFFSEQ= man --warnings -l "$share"/man/man1/brumbler.1.gz 2>&1 >/dev/null)"
 completes() {
-  bash -c 'source "$1" && COMP_WORDS=(brumbler rend) COMP_CWORD=1 && _brumbler && [[ ${COMPREPLY[*]} == render ]]' - \
-    "$share/bash-completion/completions/brumbler"
+  bash -c 'source "$1" && COMP_WORDS=(brumbler rend) COMP_CWORD=1 && _brumbler "$2" && [[ ${COMPREPLY[*]} == render ]]' - \
+    "$share/bash-completion/completions/brumbler" "$root/usr/bin/brumbler"
 }
 holds "bash completes" completes
 if command -v zsh >/dev/null; then holds "zsh reads its completion" zsh -n "$share/zsh/vendor-completions/_brumbler"; fi

@@ -13,4 +13,3 @@ void addBankCommand(CLI::App& app);
 void addPlotCommand(CLI::App& app);
 void addCompareCommand(CLI::App& app);
 void addLiveCommand(CLI::App& app);
-void addManualCommands(CLI::App& app);  // after all others, which they describe

@@ -22,3 +22,25 @@ std::string HelpFormatter::make_option_desc(const CLI::Option* option) const {
   }
   return text;
 }
+
+std::string HelpFormatter::make_expanded(const CLI::App* app) const {
+  std::string name = app->get_name();
+  for (const CLI::App* above = app->get_parent(); above != nullptr; above = above->get_parent()) {
+    name.insert(0, above->get_name() + " ");
+  }
+  // help2man takes a line that ends in a colon, with an indented one below it, for the heading of a subsection.
+  std::string text = "\n" + name + ":\n  " + app->get_description() + ".\n\n";
+  for (const bool positional : {true, false}) {
+    for (const CLI::Option* option : app->get_options()) {
+      const bool listed = option->get_positional() == positional && option != app->get_help_ptr();
+      if (listed) text += make_option(option, positional);
+    }
+  }
+  // A paragraph for each example, and not under "Examples:", which would be a section of its own.
+  std::istringstream examples(app->get_footer());
+  std::string line;
+  if (examples >> line) text += "\nFor example:\n";
+  while (std::getline(examples >> std::ws, line)) text += "\n  " + line + "\n";
+  for (const CLI::App* one : app->get_subcommands([](const CLI::App*) { return true; })) text += make_expanded(one);
+  return text;
+}

@@ -99,6 +99,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
     const char *name, *content;
   } files[] = {
       {"there.wav", "precious"},
+      {"-dash.wav", "no sound"},
       {"text.wav", "no sound"},
       {"my take.m4a", "no sound"},
       {"empty.wav", ""},
@@ -119,7 +120,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
     int status;
     const char* culprit;
   } rows[] = {
-      {"", 2, "subcommand: render"},
+      {"", 2, "A subcommand is required"},
       {"rendre in.wav o.wav", 2, "did you mean render"},
       {"render in.wav", 2, "IN and OUT"},
       {"render none.wav o.wav", 1, "none.wav"},
@@ -138,17 +139,17 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"--fuzz 0,5", 2, "--fuzz"},
       {"--fuz 1", 2, "did you mean --fuzz"},
       {"render -dash.wav o.wav", 2, "write ./-dash.wav"},
-      {"--fuzz 1 --fuzz 2", 2, "--fuzz is given twice"},
-      {"--fuzz", 2, "--fuzz needs a value"},
-      {"info extra", 2, "extra is a word too many"},
+      {"--fuzz 1 --fuzz 2", 2, "--fuzz takes one value"},
+      {"--fuzz", 2, "--fuzz takes one value"},
+      {"info extra", 2, "unexpected argument extra; see brumbler info --help"},
       {"--program 17", 2, "--program takes a whole number from 1 to 16"},
       {"--block 0", 2, "--block"},
       {"--rate 12", 2, "--rate"},
       {"render slow.wav o.wav --rate native", 1, "8000 Hz"},
       {"--trim loud", 2, "--trim"},
-      {"--tail 1 --no-tail", 2, "--tail and --no-tail contradict each other"},
-      {"--quiet=maybe", 2, "--quiet takes no value"},
-      {"compare in.wav", 2, "B must be given"},
+      {"--tail 1 --no-tail", 2, "--tail excludes --no-tail"},
+      {"--quiet=maybe", 2, "--quiet = maybe"},
+      {"compare in.wav", 2, "B is required"},
       {"--module text.wav", 1, "text.wav"},
       {"info --module libm.so.6", 1, "libm.so.6"},
       {"info --module '" BRUMBLER_TESTMODULE "'", 1, "answers no effect record"},
@@ -185,6 +186,45 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
     CHECK(cli.files() == before);
   }
   CHECK(fs::file_size(cli.folder / "there.wav") == 8);
+}
+
+TEST_CASE("completion offers what can follow, for words as bash or zsh splits them") {
+  CommandLine cli;
+  cli.writeText("mine.json", R"({"programs": [{"name": "Lead tone"}, {"name": "Bass"}]})");
+  const struct {
+    const char *words, *expected;  // the first line; the candidates follow, comma between, without descriptions
+  } rows[] = {
+      {"''", "words,render,live,info,riff,bank,plot,compare"},
+      {"plot w", "words,wave"},
+      {"render --out-", "words,--out-dir,--out-type"},
+      {"render --bits ''", "words,16,24,32,float"},
+      {"render --bits =", "words,16,24,32,float"},
+      {"render --bits = 2", "words,24"},
+      {"render --bits=f", "words,float"},
+      {"render --trim ''", "words,auto"},
+      {"render --preset wall", "words,wall-of-fuzz"},
+      {"render --out-type fl", "words,flac"},
+      {"render --program 1", "words,1,10,11,12,13,14,15,16"},
+      {"render --bank mine.json --program L", "words,Lead tone"},
+      {"render --bank none.json --program ''", "words"},
+      {"render --fuzz ''", "words"},
+      {"render i", "files"},
+      {"render --module ''", "files"},
+      {"render --out-dir ''", "folders"},
+      {"live --bank ''", "json"},
+      {"bank save ''", "json"},
+      {"none ''", "words,render,live,info,riff,bank,plot,compare"},
+  };
+  for (const auto& row : rows) {
+    CAPTURE(row.words);
+    CHECK(cli.run(std::string("complete ") + row.words, "LC_ALL=C") == 0);
+    std::istringstream lines(cli.outText);
+    std::string found;
+    for (std::string line; std::getline(lines, line);) {
+      found.append(found.empty() ? "" : ",").append(line, 0, line.find('\t'));
+    }
+    CHECK(found == row.expected);
+  }
 }
 
 TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
