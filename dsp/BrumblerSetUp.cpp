@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The sample-rate set-up: joins the host's rate to everything of the signal path that depends on it, and builds that.
 #include <algorithm>
-#include <cmath>
 #include <iterator>
 #include <limits>
 #include <new>
@@ -13,6 +12,7 @@
 #include "dsp/growBuffer.h"
 #include "effect/Brumbler.h"
 #include "host/SharedValue.h"
+#include "math/nearest.h"
 
 Clipper Brumbler::clip[1];
 double Brumbler::clipSampleRate = -1.0;
@@ -115,7 +115,7 @@ void Brumbler::setUpFor(float rate) {
 bool Brumbler::buildProcessing() {
   constexpr double kMostRate = 2147483647.0;
   sampleRateInt = static_cast<int32>(std::min(curSampleRate, kMostRate));
-  toneK = std::tan(kToneRadians / curSampleRate);
+  toneK = nearest::tan(kToneRadians / curSampleRate);
   toneZ1 = 0.0;
   toneZ2 = 0.0;
 

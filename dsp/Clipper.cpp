@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "dsp/Clipper.h"
 
-#include <cmath>
+#include "math/nearest.h"
 
 namespace {
 
@@ -10,7 +10,7 @@ constexpr double kGuardExponent = -36.0;  // kSlope * kHalfWidth
 
 // tanh(-exponent / 2)
 double curve(double exponent) noexcept {
-  const double e = std::exp(exponent);
+  const double e = nearest::exp(exponent);
   return (1.0 - e) / (1.0 + e);
 }
 

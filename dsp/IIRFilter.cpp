@@ -5,12 +5,14 @@
 #include <cmath>
 #include <iterator>
 
+#include "math/nearest.h"
+
 namespace {
 
 constexpr double kSqrt2 = 1.4142135623730951;
 constexpr double kSmootherPower = 0.5011872337;  // power response of the smoother at its corner, -3 dB
 
-double fromDecibels(double decibels) noexcept { return std::pow(10.0, decibels / 20.0); }
+double fromDecibels(double decibels) noexcept { return nearest::exp10(decibels / 20.0); }
 
 }  // namespace
 
@@ -45,7 +47,7 @@ void IIRFilter::setBiquad(double b0, double b1, double b2, double c0, double c1)
 void IIRFilter::designSmoother(double frequency, double sampleRate) noexcept {
   constexpr double G = kSmootherPower;
   const double w = (pi * 2.0) * frequency / sampleRate;
-  const double c = std::cos(w);
+  const double c = nearest::cos(w);
   const double p = ((G * c - 1.0) + std::sqrt((c - 1.0) * G * ((G * c - 2.0) + G))) / (G - 1.0);
   setBiquad(p, 0.0, 0.0, 1.0 - p, 0.0);
   biquad = 0;
@@ -61,9 +63,9 @@ void IIRFilter::FDexcute(filterPrm_tag* parameters) noexcept {
 
   const double q = prm.q;
   const double g = prm.gain;
-  const double k = std::tan((pi * prm.freq) / prm.sampleRate);
-  const double kl = std::tan((pi * prm.freqLow) / prm.sampleRate);
-  const double kh = std::tan((pi * prm.freqHigh) / prm.sampleRate);
+  const double k = nearest::tan((pi * prm.freq) / prm.sampleRate);
+  const double kl = nearest::tan((pi * prm.freqLow) / prm.sampleRate);
+  const double kh = nearest::tan((pi * prm.freqHigh) / prm.sampleRate);
   const double k2 = k * k;
 
   switch (type) {

@@ -4,15 +4,17 @@
 #include <algorithm>
 #include <cmath>
 
+#include "math/nearest.h"
+
 namespace {
 
 constexpr float kSqrt2 = 1.41421354F;
 
 float arcTangentCurve(float x, float steepness, float centre) noexcept {
-  const float end = std::atan(steepness);
+  const float end = nearest::atan(steepness);
   const float w = (x - centre) * 2.0F * steepness;
   const double twice = end + end;
-  return static_cast<float>((std::atan(static_cast<double>(w)) + end) / twice);
+  return static_cast<float>((nearest::atan(static_cast<double>(w)) + end) / twice);
 }
 
 float polynomial(float x, const float* coefs, int count) noexcept {
@@ -32,9 +34,10 @@ float Taper::curveAt(float x) const noexcept {
   switch (curve) {
     case TAPER_POWER: {
       const float base = x - shift;
-      return static_cast<float>(offset + scale * std::pow(static_cast<double>(base), static_cast<double>(exponent)));
+      return static_cast<float>(offset +
+                                scale * nearest::pow(static_cast<double>(base), static_cast<double>(exponent)));
     }
-    case TAPER_SQRT2: return std::pow(x, kSqrt2);
+    case TAPER_SQRT2: return nearest::pow(x, kSqrt2);
     case TAPER_ATAN: return arcTangentCurve(x, scale, shift);
     case TAPER_POLY: return polynomial(x, coefs, numCoefs);
     default: return x;

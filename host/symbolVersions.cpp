@@ -8,8 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// The version in which the processor's port of the library began. The old pow, exp, powf and fmod give the same values
-// as the new ones; they only set errno in another place.
+// The version in which the processor's port of the library began.
 #if !defined(__GLIBC__)
 #elif defined(__x86_64__) && defined(__LP64__)
 #define FIRST_VERSION "GLIBC_2.2.5"
@@ -31,24 +30,12 @@
 
 extern "C" {
 
-BIND_FIRST(exp);
-BIND_FIRST(fmod);
 BIND_FIRST(memcpy);
-BIND_FIRST(pow);
-BIND_FIRST(powf);
 BIND_FIRST(pthread_once);
-double FIRST(exp)(double);
-double FIRST(fmod)(double, double);
 void* FIRST(memcpy)(void*, const void*, std::size_t);
-double FIRST(pow)(double, double);
-float FIRST(powf)(float, float);
 [[gnu::weak]] int FIRST(pthread_once)(int*, void (*)());
 
-double __wrap_exp(double x) { return FIRST(exp)(x); }
-double __wrap_fmod(double x, double y) { return FIRST(fmod)(x, y); }
 void* __wrap_memcpy(void* to, const void* from, std::size_t size) { return FIRST(memcpy)(to, from, size); }
-double __wrap_pow(double x, double y) { return FIRST(pow)(x, y); }
-float __wrap_powf(float x, float y) { return FIRST(powf)(x, y); }
 
 // Before 2.34 it was in a library of its own, which a process with one thread need not have loaded.
 int __wrap_pthread_once(int* control, void (*routine)()) {

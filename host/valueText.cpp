@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "host/AudioEffect.h"
+#include "math/nearest.h"
 
 namespace {
 
@@ -41,7 +42,8 @@ class BoundedText {
   int32 left_;
 };
 
-char lastDigit(double value) noexcept { return static_cast<char>('0' + static_cast<int>(std::fmod(value, 10.0))); }
+// Of the integer part of `value`, which is at most kPositiveLimit.
+char lastDigit(double value) noexcept { return static_cast<char>('0' + static_cast<int32>(value) % 10); }
 
 // Rounds to two decimals the way the display does: half a unit of the last place away from zero, in single precision.
 float biased(float value) noexcept {
@@ -108,7 +110,7 @@ void AudioEffect::float2string(float value, char* text, int32 maxLen) {
 
 void AudioEffect::dB2string(float value, char* text, int32 maxLen) {
   if (value > 0.0F) {
-    float2string(static_cast<float>(20.0 * std::log10(static_cast<double>(value))), text, maxLen);
+    float2string(static_cast<float>(20.0 * nearest::log10(static_cast<double>(value))), text, maxLen);
   } else {
     BoundedText(text, maxLen).append("-Inf");
   }

@@ -8,6 +8,7 @@
 #include "dsp/Clipper.h"
 #include "dsp/FlushToZero.h"
 #include "dsp/IIRFilter.h"
+#include "math/nearest.h"
 
 // The whole effect once more, plain and slow: one sample at a time through one section at a time, every number in the
 // order in which it is defined, with the product's sections and curve table, which have tests of their own. What the
@@ -21,7 +22,7 @@ class PlainChain {
   // Everything as after a set-up for `rate` Hz.
   void setUp(double rate) {
     rate_ = rate;
-    toneK_ = std::tan(5026.54824574367 / rate);
+    toneK_ = nearest::tan(5026.54824574367 / rate);
     toneZ1_ = toneZ2_ = 0.0;
     constexpr double kA[2][5] = {{4.7526378444, -9.0699840367, 8.6870494094, -4.1753030355, 0.80557726604},
                                  {4.7749840241, -9.149843144, 8.7941651284, -4.2391684132, 0.81984751763}};

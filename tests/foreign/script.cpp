@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 // Renders a fixed script of blocks and changes and compares the result with the one of another target:
 //   script OUTPUT REFERENCE
-// Writes raw doubles. Status 1 when a sample differs from REFERENCE by more than 1e-12 of the peak, 77 without
-// REFERENCE.
+// Writes raw doubles. Status 1 if a sample is not the same double as in REFERENCE, 77 without REFERENCE.
 #include <algorithm>
+#include <bit>
 #include <cmath>
 #include <fstream>
 
@@ -18,15 +18,19 @@ double dice() {
   return (state >> 8) / 16777216.0;
 }
 
+// The usual ones, and others at which C libraries' functions differ from one another.
+constexpr int kRates[] = {44100, 48000, 96000, 88200, 192000, 8000,  16000, 22050, 32000, 6000,
+                          11127, 18900, 24576, 37800, 44056,  44144, 47952, 50400, 62500, 352800};
+
 std::vector<double> render() {
   const Module module;
   std::vector<double> all;
-  for (const int rate : {44100, 48000, 96000, 8000}) {
+  for (const int rate : kRates) {
     const Effect effect(module.entry());
     answer = rate;
     effect.dispatch(10, 0, 0, nullptr, static_cast<float>(rate));
     double ringing = 0;
-    for (int block = 0; block < 60; ++block) {
+    for (int block = 0; block < 40; ++block) {
       const auto length = static_cast<std::size_t>(dice() * 400);
       std::vector<double> in(length), out(length);
       if (block % 9 == 0) ringing = dice() < 0.5 ? 0.5 * dice() : 1e-4 * dice();
@@ -54,14 +58,12 @@ int main(int /*argc*/, char** argv) {
   if (!file) return 77;
   file.read(reinterpret_cast<char*>(reference.data()), bytes + 1);
   const bool sameLength = file.gcount() == bytes;  // or the release build's tests must run again
-  double peak = 0, most = 0;
+  double peak = 0;
   std::size_t equal = 0;
   for (std::size_t i = 0; i < sound.size(); ++i) {
     peak = std::max(peak, std::fabs(reference[i]));
-    most = std::isfinite(sound[i]) ? std::max(most, std::fabs(sound[i] - reference[i])) : INFINITY;
-    equal += sound[i] == reference[i] ? 1 : 0;
+    equal += std::bit_cast<std::uint64_t>(sound[i]) == std::bit_cast<std::uint64_t>(reference[i]) ? 1 : 0;
   }
-  std::printf("%zu of %zu samples are the same double; the others differ by at most %.3g of the peak\n", equal,
-              sound.size(), most / peak);
-  return sameLength && peak > 0.01 && most <= 1e-12 * peak ? 0 : 1;
+  std::printf("%zu of %zu samples are the same double\n", equal, sound.size());
+  return sameLength && peak > 0.01 && equal == sound.size() ? 0 : 1;
 }
