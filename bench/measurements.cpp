@@ -8,8 +8,8 @@
 
 #include "bench/allocatedBytes.h"
 #include "bench/subjects.h"
-#include "dsp/SignalPath.h"
-#include "dsp/laneCount.h"
+#include "dsp/path/SignalPath.h"
+#include "dsp/path/laneCount.h"
 
 namespace {
 

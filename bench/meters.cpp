@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the level meters of the LV2 bundle cost, against the effect in blocks of 64 samples: the least of many short runs.
+// What the level meters of the LV2 bundle cost, against the effect in blocks of 64 samples: the least of many short
+// runs.
 //   cmake --build --preset release --target brumbler_meters_bench && build/release/brumbler_meters_bench
 #include <algorithm>
 #include <chrono>

@@ -8,9 +8,9 @@
 
 #include "dsp/BrumblerHistories.h"
 #include "dsp/FlushToZero.h"
-#include "dsp/Intake.h"
 #include "dsp/SwitchFader.h"
-#include "dsp/runBlock.h"
+#include "dsp/path/Intake.h"
+#include "dsp/path/runBlock.h"
 #include "effect/Brumbler.h"
 
 namespace {

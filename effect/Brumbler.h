@@ -3,7 +3,7 @@
 
 #include <optional>
 
-#include "dsp/SignalStages.h"
+#include "dsp/path/SignalStages.h"
 #include "effect/RecursiveMutex.h"
 #include "host/Q_TypeBase.h"
 

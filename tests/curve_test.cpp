@@ -4,8 +4,8 @@
 #include <cmath>
 #include <memory>
 
-#include "dsp/ClipStage.h"
 #include "dsp/Taper.h"
+#include "dsp/path/ClipStage.h"
 
 TEST_CASE("the curve table is tanh(18 u), odd to the bit") {
   const auto clipper = std::make_unique<Clipper>();  // zeroed, as the shared one starts

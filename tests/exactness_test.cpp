@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "dsp/FlushToZero.h"
-#include "dsp/SignalPath.h"
-#include "dsp/laneCount.h"
+#include "dsp/path/SignalPath.h"
+#include "dsp/path/laneCount.h"
 #include "tests/PlainChain.h"
 #include "tests/Player.h"
 

@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "dsp/ClipStage.h"
 #include "dsp/IIRFilter.h"
-#include "dsp/SignalStages.h"
-#include "dsp/ToneStage.h"
+#include "dsp/path/ClipStage.h"
+#include "dsp/path/SignalStages.h"
+#include "dsp/path/ToneStage.h"
 
 // One sample through one stage after the other: nothing to open or close. Not inlined: what a loop around it would keep
 // in registers has to be loaded and stored all the same for one or two samples, and made them an eighth slower.

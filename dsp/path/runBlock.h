@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "dsp/Mixer.h"
-#include "dsp/SignalPath.h"
+#include "dsp/path/Mixer.h"
+#include "dsp/path/SignalPath.h"
 
 // A whole block: `length` samples, at least 1, from mixer.dry through all stages and the mixer, in the form that is
 // fastest for the length. The same doubles in every form. False when something passed that must not stay: a sample too

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "dsp/ClipCurve.h"
-#include "dsp/ToneStage.h"
+#include "dsp/path/ToneStage.h"
 
 class IIRFilter;
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "dsp/ClipStage.h"
 #include "dsp/IIRFilter.h"
-#include "dsp/SignalStages.h"
-#include "dsp/ToneStage.h"
-#include "dsp/VolumeGlide.h"
+#include "dsp/path/ClipStage.h"
+#include "dsp/path/SignalStages.h"
+#include "dsp/path/ToneStage.h"
+#include "dsp/path/VolumeGlide.h"
 
 // The signal path as one short loop after another, each over all samples of a piece: the form for processors without
 // vectors of doubles and with few registers (32-bit ARM), where a stage alone fits what a loop of all does not.

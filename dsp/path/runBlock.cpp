@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "dsp/runBlock.h"
+#include "dsp/path/runBlock.h"
 
 #include <algorithm>
 
-#include "dsp/Intake.h"
-#include "dsp/StageByStage.h"
-#include "dsp/laneCount.h"
-#include "dsp/runSample.h"
+#include "dsp/path/Intake.h"
+#include "dsp/path/StageByStage.h"
+#include "dsp/path/laneCount.h"
+#include "dsp/path/runSample.h"
 
 namespace {
 

@@ -5,11 +5,11 @@
 #include <cstdint>
 #include <type_traits>
 
-#include "dsp/ClipStage.h"
-#include "dsp/SectionLanes.h"
-#include "dsp/SignalStages.h"
-#include "dsp/ToneStage.h"
-#include "dsp/VolumeGlide.h"
+#include "dsp/path/ClipStage.h"
+#include "dsp/path/SectionLanes.h"
+#include "dsp/path/SignalStages.h"
+#include "dsp/path/ToneStage.h"
+#include "dsp/path/VolumeGlide.h"
 
 // Counts the steps of a block, which end behind its last sample: the longest block has 2^31 - 1.
 using Step = std::int64_t;

@@ -4,7 +4,7 @@
 #include <cmath>
 
 #include "dsp/Lanes.h"
-#include "dsp/VolumeGlide.h"
+#include "dsp/path/VolumeGlide.h"
 
 // Puts a block out: the effect signal at VOLUME or the dry input, each times the fade's gain. An effect sample that is
 // not finite becomes 0.
