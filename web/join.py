@@ -14,7 +14,7 @@ from pathlib import Path
 
 PAGE = Path(__file__).resolve().parent / "page"
 CATALOG = PAGE.parents[1] / "catalog"
-MOST_BYTES = 250_000
+MOST_BYTES = 280_000
 
 
 def code(*names):
@@ -47,7 +47,8 @@ wasm, version, output = sys.argv[1:]
 style = code("style.css")
 parts = {
     "SCRIPT": code("effect.js", "bank.js", "recording.js", "render.js", "engine.js", "input.js", "knob.js", "midi.js",
-                   "pictures.js", "main.js"),
+                   "pictures.js", "controls.js", "sound.js", "listen.js", "guitar.js", "trim.js", "programs.js", "store.js", "foot.js",
+                   "main.js"),
     "WORKLET": code("effect.js", "worklet.js"),
     "STYLE": pedal_variables() + style,
     "VERSION": version,

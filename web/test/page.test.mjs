@@ -383,7 +383,7 @@ test('what goes wrong is said beside the control', async (t) => {
     ['a context that stops', `const { resume } = AudioContext.prototype;
       AudioContext.prototype.resume = function () { setTimeout(() => this.suspend(), 700); return resume.call(this); }`, 'play',
       'recording-note', /holds the sound/],
-    ['nothing kept', 'Storage.prototype.setItem = () => { throw new DOMException("", "QuotaExceededError"); }', 'on', 'bank-note', /keeps nothing/, PHONE],
+    ['nothing kept', 'Storage.prototype.setItem = () => { throw new DOMException("", "QuotaExceededError"); }', 'on', 'bank-note', /stores nothing/, PHONE],
   ];
   for (const [name, before, id, note, says, viewport] of rows) {
     await t.test(name, async () => {

@@ -1,0 +1,171 @@
+// SPDX-License-Identifier: MIT
+import { button, download, element, input, onClick, onFile, say, showPressed } from './controls.js';
+import { Playback, Trouble } from './engine.js';
+import { Waveform, levelText } from './pictures.js';
+import { openRecording, peakOf } from './recording.js';
+import { render } from './render.js';
+
+const KEY_STEPS = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -5, PageUp: 5 }; // seconds
+
+/** The recording: opening, playing and saving it. */
+export class Listen {
+  /** @param {import('./main.js').Page} page */
+  constructor(page) {
+    this.page = page;
+    /** @type {import('./recording.js').Recording | undefined} */
+    this.recording = undefined;
+    /** @type {Playback | undefined} */
+    this.playback = undefined;
+    this.place = 0; // seconds from the start of the recording, while nothing plays
+    this.starting = false; // Play was pressed and nothing sounds yet
+    this.saving = false;
+    this.opened = 0; // recordings that were chosen
+    this.loops = true;
+    this.waveform = new Waveform(element('wave'));
+  }
+
+  get plays() {
+    return this.playback?.plays ?? false;
+  }
+
+  wire() {
+    const showLoop = () => (showPressed('loop', this.loops), this.playback?.setLoop(this.loops));
+    showLoop();
+    onClick('play', () => this.play());
+    onClick('save', () => this.save());
+    onClick('riff', () => (say('recording-note', ''), this.openRiff()));
+    onClick('loop', () => ((this.loops = !this.loops), showLoop(), this.page.store.keep()));
+    onFile('file', (file) => void this.open(file));
+    input('position').addEventListener('input', () => this.seek(Number(input('position').value)));
+    input('position').addEventListener('keydown', (event) => {
+      const step = /** @type {Record<string, number>} */ (KEY_STEPS)[event.key];
+      if (step === undefined) return;
+      event.preventDefault();
+      this.seek(Math.min(Math.max(this.position + step, 0), Number(input('position').max)));
+    });
+  }
+
+  async play() {
+    const { recording } = this;
+    const { guitar, sound } = this.page;
+    if (!recording || this.starting) return;
+    if (this.plays) {
+      this.stop();
+      return;
+    }
+    this.starting = true;
+    try {
+      if (guitar.live) guitar.unplug();
+      say('recording-note', '');
+      const engine = await sound.engineAt(recording.rate, 0.02);
+      await engine.wake();
+      if (engine === sound.engine && recording === this.recording) {
+        this.playback ??= new Playback(engine, recording, () => this.page.showPlaying());
+        this.playback.setLoop(this.loops);
+        this.playback.offset = this.position;
+        this.playback.play();
+      }
+    } catch (error) {
+      const why = error instanceof Trouble ? error.message : 'The sound cannot start in this browser.';
+      if (!guitar.plugging && !guitar.live) say('recording-note', why, true); // else the guitar has taken over
+    }
+    this.starting = false;
+    this.page.showPlaying();
+  }
+
+  stop() {
+    this.playback?.stop();
+    this.page.showPlaying();
+  }
+
+  /** Seconds from the start of the recording, where it plays or would. */
+  get position() {
+    return this.playback?.position ?? this.place;
+  }
+
+  /** @param {number} seconds */
+  seek(seconds) {
+    this.place = seconds;
+    this.playback?.seek(seconds);
+    this.showPosition();
+  }
+
+  showPosition() {
+    const { recording } = this;
+    if (!recording) return;
+    const length = recording.channels[0].length / recording.rate;
+    this.place = this.position;
+    const clock = (/** @type {number} */ t) => `${Math.floor(t / 60)}:${String(Math.floor(t % 60)).padStart(2, '0')}`;
+    const text = `${clock(this.place)} of ${clock(length)}`;
+    const position = input('position');
+    position.max = String(length);
+    position.value = String(this.place);
+    if (element('time').textContent !== text) {
+      element('time').textContent = text;
+      position.setAttribute('aria-valuetext', text);
+    }
+    this.waveform.draw(this.place / length);
+  }
+
+  /** @param {import('./recording.js').Recording} recording */
+  load(recording) {
+    const { page } = this;
+    this.playback?.stop();
+    this.playback = undefined;
+    this.place = 0;
+    this.recording = recording;
+    page.trim.fit(page.module.automaticTrim(peakOf(recording.channels)));
+    element('name').textContent = recording.name;
+    this.waveform.show(recording.channels);
+    this.showPosition();
+    page.showPlaying();
+  }
+
+  /** @param {File} file */
+  async open(file) {
+    const chosen = (this.opened += 1);
+    say('recording-note', `Reading ${file.name} …`);
+    try {
+      const recording = await openRecording(file);
+      if (chosen !== this.opened) return;
+      if (recording.channels[0].length === 0) throw new Error('empty');
+      this.load(recording);
+      const kind = { 1: 'mono', 2: 'stereo' }[recording.channels.length] ?? `${recording.channels.length} channels`;
+      say('recording-note', `${recording.rate} Hz, ${kind}, Trim set to fit its peak.`);
+    } catch {
+      if (chosen === this.opened) say('recording-note', `${file.name} is not a recording that this browser can read. Try WAV, FLAC, MP3 or Ogg.`, true);
+    }
+  }
+
+  openRiff() {
+    this.opened += 1;
+    const { rate, samples } = this.page.module.riff();
+    this.load({ name: 'Riff', rate, channels: [samples] });
+  }
+
+  async save() {
+    if (!this.recording || this.saving) return;
+    const { page, recording } = this;
+    const progress = /** @type {HTMLProgressElement} */ (element('progress'));
+    this.saving = true;
+    button('save').ariaDisabled = 'true'; // it keeps the keyboard focus
+    progress.hidden = false;
+    progress.value = 0;
+    try {
+      const begun = performance.now();
+      const settings = { ...page.settings, trim: page.trim.recording };
+      const { wav, seconds, peak } = await render(page.module, recording, settings, (done) => (progress.value = done));
+      const name = `${recording.name}-fuzzed.wav`;
+      download(wav, name);
+      const taken = (performance.now() - begun) / 1000;
+      const over = peak > 1 ? ' It goes above full scale: lower Volume, or the level in your editor; nothing is lost.' : '';
+      say('recording-note', `Saved ${name}: ${seconds.toFixed(1)} s in ${taken.toFixed(1)} s, 32-bit float, peak ${levelText(peak)}.${over}`);
+    } catch (error) {
+      const why = error instanceof RangeError ? 'It is too long for a WAV or for this browser.' : 'It cannot be rendered.';
+      say('recording-note', `Nothing was saved. ${why}`, true);
+    }
+    this.saving = false;
+    button('save').ariaDisabled = 'false';
+    progress.hidden = true;
+  }
+}

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: MIT
+import { element, say } from './controls.js';
+import { Engine, HELD } from './engine.js';
+import { Meter, Scope, clippedByConverter, clipsConverter } from './pictures.js';
+
+const RINGING = 2500; // milliseconds for which the picture continues after the sound
+
+/** The engine that plays at present, and the picture of it. */
+export class Sound {
+  /** @param {import('./main.js').Page} page @param {ArrayBuffer} wasm */
+  constructor(page, wasm) {
+    this.page = page;
+    this.wasm = wasm;
+    /** @type {Engine | undefined} */
+    this.engine = undefined;
+    this.stopping = 0;
+    /** The last engine that was asked for. @type {Promise<unknown>} */
+    this.engines = Promise.resolve();
+    this.scope = new Scope(
+      element('picture'),
+      { input: new Meter(element('input'), clippedByConverter), output: new Meter(element('output'), clipsConverter) },
+      () => page.listen.showPosition(),
+    );
+  }
+
+  /** Sends a message to the effect, if one runs. @param {object} message */
+  tell(message) {
+    this.engine?.tell(message);
+  }
+
+  /**
+   * An engine at `rate` Hz: the present one if it fits. Requests are served one at a time, because there is only one.
+   * @param {number | undefined} rate undefined: the device's
+   * @param {number} hint seconds of latency
+   */
+  engineAt(rate, hint) {
+    const engine = this.engines.then(() => this.fittingEngine(rate, hint));
+    this.engines = engine.catch(() => {});
+    return engine;
+  }
+
+  /** @param {number | undefined} rate @param {number} hint */
+  async fittingEngine(rate, hint) {
+    const { engine } = this;
+    const { settings } = this.page;
+    if (engine && engine.context.state !== 'closed' && engine.hint === hint && (!rate || engine.context.sampleRate === rate)) {
+      engine.tell({ settings });
+      return engine;
+    }
+    this.close();
+    this.engine = await Engine.open({
+      rate,
+      wasm: this.wasm,
+      worklet: element('worklet').textContent ?? '',
+      settings,
+      hint,
+      onFault: () => say('effect-note', 'The effect stopped working; you hear the dry sound. Reload the page.', true),
+      onHalt: () => this.halt(),
+    });
+    return this.engine;
+  }
+
+  close() {
+    this.scope.stop();
+    this.page.listen.playback = undefined;
+    this.engine?.close();
+    this.engine = undefined;
+  }
+
+  /** Draws while something plays, and a little longer. */
+  animate() {
+    const { listen, guitar } = this.page;
+    clearTimeout(this.stopping);
+    if (this.engine) this.scope.start(this.engine);
+    if (!listen.plays && !guitar.live) this.stopping = setTimeout(() => this.rest(), RINGING);
+  }
+
+  rest() {
+    const { listen, guitar } = this.page;
+    if (listen.starting || listen.plays || guitar.plugging || guitar.live) return;
+    this.scope.stop();
+    this.engine?.sleep();
+  }
+
+  /** The browser has stopped the sound by itself. */
+  halt() {
+    const { listen, guitar } = this.page;
+    if (guitar.live) {
+      guitar.unplug(HELD, true);
+    } else if (listen.plays) {
+      listen.stop();
+      say('recording-note', HELD, true);
+    }
+  }
+}
