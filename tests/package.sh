@@ -43,7 +43,7 @@ into_root() {
   fakeroot dpkg --root="$root" --force-script-chrootless --force-depends --log=/dev/null "$@" >"$work/dpkg.log" 2>&1 ||
     { cat "$work/dpkg.log" && return 1; }
 }
-holds "dpkg installs" into_root --install brumbler{,-lv2,-module}_*.deb
+holds "dpkg installs" into_root --install brumbler{,-lv2,-lv2-ui,-module}_*.deb
 holds "the units' user is made" grep -q '^brumbler:' "$root/etc/passwd"
 holds "removing stops the units" grep -q "deb-systemd-invoke stop .*'brumbler-live.service'" "$root/var/lib/dpkg/info/brumbler.prerm"
 DPKG_ROOT=$root DPKG_MAINTSCRIPT_PACKAGE=brumbler fakeroot deb-systemd-helper enable brumbler-live.service >/dev/null
@@ -81,7 +81,7 @@ holds "the bundle's metadata are valid" appstreamcli validate --no-net --no-colo
 if command -v lv2_validate >/dev/null; then
   bundle=$(echo "$root"/usr/lib/*/lv2)
   holds "lv2ls lists both" test "$(LV2_PATH=$bundle lv2ls | wc -l)" = 2
-  holds "lv2_validate" lv2_validate "$bundle"/brumbler.lv2/*.ttl
+  holds "lv2_validate" lv2_validate "$bundle"/*/*.ttl
 fi
 if command -v chromium >/dev/null; then
   page=$(chromium --headless --no-sandbox --disable-gpu --user-data-dir="$work/chromium" --virtual-time-budget=5000 \
@@ -94,7 +94,7 @@ if [[ -e $tested ]]; then
   holds "the page is the one that its own tests open" cmp "$share/brumbler/brumbler.html" "$tested"
 fi
 
-holds "dpkg removes" into_root --purge brumbler brumbler-lv2 brumbler-module
+holds "dpkg removes" into_root --purge brumbler brumbler-lv2-ui brumbler-lv2 brumbler-module
 holds "nothing stays behind" nothing "$(find "$root" -not -type d -not -path "$root/var/*" -not -regex "$root/etc/\(passwd\|group\|g?shadow\|.pwd.lock\)-?")"
 
 # The archive, unpacked to some folder.
