@@ -3,7 +3,7 @@
 # g++-multilib; clang builds for every processor and needs of the cross packages only headers and libraries.
 set(CMAKE_CXX_COMPILER clang++)
 set(CMAKE_CXX_COMPILER_TARGET ${BRUMBLER_TRIPLE})
-add_link_options(-fuse-ld=lld)
+add_link_options(--ld-path=/usr/bin/${BRUMBLER_TRIPLE}-ld)
 set(CMAKE_FIND_ROOT_PATH /usr/${BRUMBLER_TRIPLE})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

@@ -1,9 +1,9 @@
 # SPDX-License-Identifier: MIT
 # What a configure without a preset gives, and what a compiler that is too old is told:
-#   cmake -DSOURCE=FOLDER -DBUILD=FOLDER -DCOMPILER=PROGRAM -P configure.cmake
+#   cmake -DSOURCE=FOLDER -DBUILD=FOLDER -DCOMPILER=PROGRAM -DGENERATOR=NAME -P configure.cmake
 function(expect_build_type type)
   file(REMOVE_RECURSE ${BUILD})
-  execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD} -DCMAKE_CXX_COMPILER=${COMPILER} -DBUILD_TESTING=OFF
+  execute_process(COMMAND ${CMAKE_COMMAND} -S ${SOURCE} -B ${BUILD} -G ${GENERATOR} -DCMAKE_CXX_COMPILER=${COMPILER} -DBUILD_TESTING=OFF
     -DBRUMBLER_CLI=OFF -DBRUMBLER_LV2=OFF ${ARGN} OUTPUT_QUIET COMMAND_ERROR_IS_FATAL ANY)
   load_cache(${BUILD} READ_WITH_PREFIX GOT_ CMAKE_BUILD_TYPE)
   if(NOT GOT_CMAKE_BUILD_TYPE STREQUAL type)
