@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# 64-bit ARM: clang and lld over Debian's cross libraries. Tests run under qemu.
+# 64-bit ARM: clang and GNU ld over Debian's cross libraries. Tests run under qemu.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_SYSTEM_PROCESSOR aarch64)
 set(BRUMBLER_TRIPLE aarch64-linux-gnu)

@@ -3,6 +3,7 @@
 # g++-multilib; clang builds for every processor and needs of the cross packages only headers and libraries.
 set(CMAKE_CXX_COMPILER clang++)
 set(CMAKE_CXX_COMPILER_TARGET ${BRUMBLER_TRIPLE})
+# GNU ld: LLVM's linker asks for the newest version of the C library that any of its symbols has, needed or not.
 add_link_options(--ld-path=/usr/bin/${BRUMBLER_TRIPLE}-ld)
 set(CMAKE_FIND_ROOT_PATH /usr/${BRUMBLER_TRIPLE})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)

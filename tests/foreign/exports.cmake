@@ -3,12 +3,10 @@
 #   cmake -DMODULE=FILE -DREADELF=PROGRAM -DSLOTS=SOURCE -DOWN_RUNTIME=BOOL -P exports.cmake
 # OWN_RUNTIME: the module brings its C++ runtime, as all but the sanitizer builds do.
 execute_process(COMMAND ${READELF} --file-header ${MODULE} OUTPUT_VARIABLE header COMMAND_ERROR_IS_FATAL ANY)
-# The C library that the module asks for at most: where the processor's port began, or what the checks need that
-# distributions compile in (2.4). LLVM's linker takes the newest version whatever the objects say; ours are checks only.
+# The newest C library that the module may ask for: the one with which the processor's port began, or 2.4, which the
+# hardening needs that distributions compile in.
 set(newest 999)
-execute_process(COMMAND ${READELF} --string-dump=.comment ${MODULE} OUTPUT_VARIABLE comment COMMAND_ERROR_IS_FATAL ANY)
-if(comment MATCHES "LLD")
-elseif(header MATCHES "Machine: +AArch64")
+if(header MATCHES "Machine: +AArch64")
   set(newest 2.17)
 elseif(header MATCHES "Machine: +(Advanced Micro Devices X86-64|Intel 80386|ARM)\n")
   set(newest 2.4)
@@ -20,6 +18,10 @@ foreach(symbol IN LISTS symbols)
   string(REGEX MATCHALL "[^ ]+" columns "${symbol}")
   list(LENGTH columns length)
   if(length LESS 8)  # the nameless first one
+    continue()
+  endif()
+  list(GET columns 4 binding)
+  if(binding STREQUAL "LOCAL")  # GNU ld lists sections on 32-bit and 64-bit ARM
     continue()
   endif()
   list(GET columns 6 section)
