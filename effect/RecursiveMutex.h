@@ -7,8 +7,12 @@
 #include <pthread.h>
 #endif
 
-// A mutex that the thread which holds it may take again. Unlike std::recursive_mutex it throws nothing and brings no
-// part of the C++ runtime's threading into the module. Where there are no threads it does nothing.
+// A mutex that the thread which holds it may take again, and that inherits priority: while a thread waits for it, the
+// one that holds it runs with the waiting thread's priority, so that a low-priority thread in setParameter() cannot
+// hold up the audio thread (bench/priority.cpp). Where the system has no priority inheritance, a mutex without.
+//
+// Unlike std::recursive_mutex it throws nothing and brings no part of the C++ runtime's threading into the module.
+// Where there are no threads it does nothing. Construction allocates nothing.
 class RecursiveMutex {
  public:
   class Guard;
@@ -21,17 +25,9 @@ class RecursiveMutex {
   void lock() noexcept {}
   void unlock() noexcept {}
 #else
-#ifdef PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP  // asks less of the C library: older ones have no more
-  RecursiveMutex() noexcept = default;
-#else
   RecursiveMutex() noexcept {
-    pthread_mutexattr_t attributes;
-    pthread_mutexattr_init(&attributes);
-    pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    pthread_mutex_init(&mutex_, &attributes);
-    pthread_mutexattr_destroy(&attributes);
+    if (!initialise(PTHREAD_PRIO_INHERIT)) initialise(PTHREAD_PRIO_NONE);
   }
-#endif
   RecursiveMutex(const RecursiveMutex&) = delete;
   RecursiveMutex& operator=(const RecursiveMutex&) = delete;
   ~RecursiveMutex() { pthread_mutex_destroy(&mutex_); }
@@ -40,7 +36,18 @@ class RecursiveMutex {
   void unlock() noexcept { pthread_mutex_unlock(&mutex_); }
 
  private:
-#ifdef PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP
+  // False if the system cannot; the mutex is then as it was.
+  bool initialise(int protocol) noexcept {
+    pthread_mutexattr_t attributes;
+    if (pthread_mutexattr_init(&attributes) != 0) return false;
+    const bool done = pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE) == 0 &&
+                      pthread_mutexattr_setprotocol(&attributes, protocol) == 0 &&
+                      pthread_mutex_init(&mutex_, &attributes) == 0;
+    pthread_mutexattr_destroy(&attributes);
+    return done;
+  }
+
+#ifdef PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP  // usable as it is where the attributes cannot be had
   pthread_mutex_t mutex_ = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 #else
   pthread_mutex_t mutex_;

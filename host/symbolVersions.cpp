@@ -4,7 +4,9 @@
 // function comes in by the linker's --wrap (SYMBOL_VERSIONS in CMakeLists.txt): its callers call __wrap_NAME.
 #include <dlfcn.h>
 #include <link.h>
+#include <pthread.h>
 
+#include <cerrno>
 #include <cstddef>
 #include <cstdint>
 
@@ -20,24 +22,56 @@
 #define FIRST_VERSION "GLIBC_2.4"
 #endif
 
+#if defined(__i386__)
+#define SETTYPE_VERSION "GLIBC_2.1"
+#else
+#define SETTYPE_VERSION FIRST_VERSION
+#endif
+#if defined(__i386__) || defined(__x86_64__)
+#define SETPROTOCOL_VERSION "GLIBC_2.4"
+#else
+#define SETPROTOCOL_VERSION FIRST_VERSION
+#endif
+
 #ifdef FIRST_VERSION
-#define BIND_FIRST(name) __asm__(".symver __first_" #name "," #name "@" FIRST_VERSION)
+#define BIND(name, version) __asm__(".symver __first_" #name "," #name "@" version)
 #define FIRST(name) __first_##name
 #else  // whatever the linker takes
-#define BIND_FIRST(name) static_assert(true)
+#define BIND(name, version) static_assert(true)
 #define FIRST(name) __real_##name
 #endif
 
 extern "C" {
 
-BIND_FIRST(memcpy);
-BIND_FIRST(pthread_once);
+BIND(memcpy, FIRST_VERSION);
+BIND(pthread_mutexattr_destroy, FIRST_VERSION);
+BIND(pthread_mutexattr_init, FIRST_VERSION);
+BIND(pthread_mutexattr_setprotocol, SETPROTOCOL_VERSION);
+BIND(pthread_mutexattr_settype, SETTYPE_VERSION);
+BIND(pthread_once, FIRST_VERSION);
 void* FIRST(memcpy)(void*, const void*, std::size_t);
+[[gnu::weak]] int FIRST(pthread_mutexattr_destroy)(pthread_mutexattr_t*);
+[[gnu::weak]] int FIRST(pthread_mutexattr_init)(pthread_mutexattr_t*);
+[[gnu::weak]] int FIRST(pthread_mutexattr_setprotocol)(pthread_mutexattr_t*, int);
+[[gnu::weak]] int FIRST(pthread_mutexattr_settype)(pthread_mutexattr_t*, int);
 [[gnu::weak]] int FIRST(pthread_once)(int*, void (*)());
 
 void* __wrap_memcpy(void* to, const void* from, std::size_t size) { return FIRST(memcpy)(to, from, size); }
 
-// Before 2.34 it was in a library of its own, which a process with one thread need not have loaded.
+// Before 2.34 these were in a library of their own, which a process with one thread need not have loaded. Without it
+// there are no attributes: the caller goes on without.
+int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes) {
+  return FIRST(pthread_mutexattr_init) != nullptr ? FIRST(pthread_mutexattr_init)(attributes) : ENOSYS;
+}
+int __wrap_pthread_mutexattr_settype(pthread_mutexattr_t* attributes, int type) {
+  return FIRST(pthread_mutexattr_settype)(attributes, type);
+}
+int __wrap_pthread_mutexattr_setprotocol(pthread_mutexattr_t* attributes, int protocol) {
+  return FIRST(pthread_mutexattr_setprotocol)(attributes, protocol);
+}
+int __wrap_pthread_mutexattr_destroy(pthread_mutexattr_t* attributes) {
+  return FIRST(pthread_mutexattr_destroy)(attributes);
+}
 int __wrap_pthread_once(int* control, void (*routine)()) {
   if (FIRST(pthread_once) != nullptr) return FIRST(pthread_once)(control, routine);
   if (*control == 0) routine();
