@@ -7,9 +7,10 @@
 // The gain law: one FUZZ value sets the clamp thresholds, the drive into the curve, the low boost and the low cut. More
 // FUZZ lowers the thresholds from 0.011 to 0.001 and widens the part of the curve that they span from a third to all.
 void Brumbler::setGain() {
-  const double F = fuzz;
+  const float f = playedFuzz();
+  const double F = f;
   clipThrPos = 0.01 * (1.0 - F) * (1.0 - F) + 0.001;
-  clipDrive = fuzzTaper->evaluate(fuzz) / (18.0 * clipThrPos);
+  clipDrive = fuzzTaper->evaluate(f) / (18.0 * clipThrPos);
   clipThrNeg = (0.0 - clipThrPos) * 0.8;
 
   filterPrm_tag peak{FT_PEQ, 110.0, 0.0, 0.0, 0.8, 0.8 * F * F * F * F, curSampleRate};

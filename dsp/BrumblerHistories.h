@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Joins the effect's fields to whoever looks at all that a block leaves to the next one.
+// All values that a block leaves to the next one.
 #pragma once
 
 #include "dsp/IIRFilter.h"
@@ -12,9 +12,8 @@ void Brumbler::forEachHistory(Function function) {
     function(section.z1);
     function(section.z2);
   };
-  for (IIRFilter* section : {fuzzPeak, lowPeak, fuzzHighpass, dcBlock}) ofSection(*section);
-  for (int32 s = 0; s < adjustCount; ++s) ofSection(*adjustFilters[s]);
-  for (int32 s = 0; s < revCount; ++s) ofSection(*revFilters[s]);
+  for (IIRFilter* section : stages->pre) ofSection(*section);
+  for (IIRFilter* section : stages->post) ofSection(*section);
   for (auto& ofLowpass : ovsState) {
     for (double& history : ofLowpass) function(history);
   }

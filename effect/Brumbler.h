@@ -28,8 +28,8 @@ struct Taper;
 // record's fields, the flag and channel setters, setEditor) from one thread at a time. Input and output of a block are
 // one array or two that do not overlap.
 //
-// Bad input: a block with a sample or parameter that is no sound number is spoiled, the next one starts from silent
-// histories. What the effect, switched on, puts out is always finite.
+// Bad input: if a block contains a NaN, an infinity or a sample beyond 1e36, its output is unspecified but finite, and
+// the next block starts from silent histories. VOLUME plays as -0.8 to 10 and FUZZ as -1.7 to 1.7 at most; NaN plays as 0.
 //
 // Storage: everything is allocated by construction, setSampleRate and setBlockSize. A block no longer than the
 // announced length allocates nothing; a longer one grows the work buffers once. When storage runs out the effect passes
@@ -92,6 +92,7 @@ class Brumbler : public Q_TypeBase {
   void setGain();
   void joinStages();
   ClipCurve<double> clipCurve() const noexcept;
+  float playedFuzz() const noexcept;
   template <typename Function>
   void forEachHistory(Function function);  // dsp/BrumblerHistories.h
   bool lookIsDue(int32 length) noexcept;
@@ -145,8 +146,9 @@ class Brumbler : public Q_TypeBase {
   double clipThrNeg = 0.0;
   int32 workBufLen = 0;  // samples that gainBuffer holds, and the switch buffer at least
 
-  std::optional<SignalStages> stages;  // all of the above for the signal path, once set up
-  int32 samplesToLook = 64;            // until the next look at the histories
+  std::optional<SignalStages> stages;         // all of the above for the signal path, once set up
+  static constexpr int32 kLookInterval = 64;  // samples, at least, between two looks at the histories
+  int32 samplesToLook = kLookInterval;
 
   friend struct FieldOffsets;
   friend struct LayoutCheck;

@@ -39,8 +39,8 @@ class RandomSession {
 
  private:
   static constexpr int kRates[] = {44100, 48000, 88200, 96000, 22050, 192000};
-  static constexpr float kOddVolumes[] = {0.0F, 1.0F, -0.857F, -0.3F, 2.5F, 100.0F, 1e30F};
-  static constexpr float kOddFuzzes[] = {0.0F, 1.0F, -9.0F, -0.6F, 2.5F, 3.0F, 7.0F, 9.0F};
+  static constexpr float kOddVolumes[] = {0.0F, 1.0F, -0.8F, -0.3F, 2.5F, 10.0F, -0.0F};
+  static constexpr float kOddFuzzes[] = {0.0F, 1.0F, -1.7F, -0.6F, -0.0F, 1.2F, 1.5F, 1.7F};
 
   int pick(int below) { return std::uniform_int_distribution<int>(0, below - 1)(random_); }
   float uniform() { return std::uniform_real_distribution<float>(0.0F, 1.0F)(random_); }

@@ -53,32 +53,71 @@ TEST_CASE("a bad sample spoils its block and no more") {
   }
 }
 
-// What is odd and yet stable stays instead: exactness_test.cpp.
-TEST_CASE("a bad parameter spoils the blocks that it holds for and no more") {
+// What lies within the limits plays as it is: exactness_test.cpp.
+TEST_CASE("a parameter beyond its limit plays as the limit, NaN as 0, and says what was set") {
   const struct {
     int32 index;
-    float bad;
-  } rows[] = {{1, std::nanf("")}, {1, HUGE_VALF},  {1, -HUGE_VALF}, {1, -1e38F}, {1, -0.858F}, {2, std::nanf("")},
-              {2, HUGE_VALF},     {2, -HUGE_VALF}, {2, 1e38F},      {2, -9.01F}, {2, 9.5F}};
+    float value, playsAs;
+  } rows[] = {{1, std::nanf(""), 0.0F}, {1, HUGE_VALF, 10.0F},    {1, -HUGE_VALF, -0.8F}, {1, 1e30F, 10.0F},
+              {1, -0.81F, -0.8F},       {2, std::nanf(""), 0.0F}, {2, HUGE_VALF, 1.7F},   {2, -HUGE_VALF, -1.7F},
+              {2, 9.0F, 1.7F},          {2, -1.71F, -1.7F}};
   for (const auto& row : rows) {
-    const int32 index = row.index;
-    const float bad = row.bad;
     for (const int length : kLengths) {
-      INFO("index ", index, ", bad ", bad, ", length ", length);
-      Player player, fresh;
-      player.play(pluckedStrings(length));
-      player.set(index, bad);
-      for (int block = 1; block < 30; ++block) {
-        CHECK(allFinite(player.play(pluckedStrings(length, 44100.0, block * length))));
+      INFO("index ", row.index, ", value ", row.value, ", length ", length);
+      Player player, twin;
+      for (int block = 0; block < 9; ++block) {
+        player.set(row.index, block % 3 == 0 ? 0.5F : row.value);
+        twin.set(row.index, block % 3 == 0 ? 0.5F : row.playsAs);
+        const Sound in = pluckedStrings(length, 44100.0, block * length);
+        CHECK(sameBytes(player.play(in), twin.play(in)));
       }
-      player.set(index, 0.5F);
-      if (index != 1) fresh.play(Sound{});  // a bad VOLUME comes back from zero
-      for (int next = 0; next < 3; ++next) {
-        const Sound clean = pluckedStrings(length, 44100.0, 3000 * next);
-        CHECK(sameBytes(player.play(clean), fresh.play(clean)));
+      const float value = player.effect().getParameter(row.index);
+      CHECK((value == row.value || value != value));
+    }
+  }
+}
+
+// A second of it, then half a second back at a setting of the knob, beside an effect that stayed there. What differs by
+// less than a tenth of the peak lies 20 dB below it.
+TEST_CASE("20 ms after VOLUME or FUZZ was far outside 0 to 1 the effect plays nearly as if it had not been") {
+  const struct {
+    int32 index;
+    float value;
+  } visits[] = {{1, 1e30F}, {1, 10.0F}, {1, 3.0F}, {1, -0.8F}, {2, 9.0F}, {2, 1.7F}, {2, -1.7F}, {2, 1.4F}};
+  for (const auto& visit : visits) {
+    for (const float home : {0.2F, 0.5F, 1.0F}) {
+      for (const int rate : {8000, 44100, 96000}) {
+        INFO("index ", visit.index, ", value ", visit.value, ", home ", home, ", rate ", rate);
+        Player player(rate), undisturbed(rate);
+        for (Player* each : {&player, &undisturbed}) each->set(visit.index, home);
+        double most = 0.0, peak = 0.0;
+        for (int n = 0; n < rate * 3 / 2; n += 64) {
+          player.set(visit.index, n < rate ? visit.value : home);
+          const Sound in = pluckedStrings(64, rate, n);
+          const Sound played = player.play(in), expected = undisturbed.play(in);
+          for (std::size_t i = 0; i < in.size(); ++i) {
+            peak = std::max(peak, std::fabs(expected[i]));
+            if (n >= rate + rate / 50) most = std::max(most, std::fabs(played[i] - expected[i]));
+          }
+        }
+        CHECK(most < 0.1 * peak);
       }
     }
   }
+}
+
+// The decision rests on each sample, so it does not matter with which others it comes.
+TEST_CASE("samples up to 1e36 are valid in any number, whatever the block length") {
+  Sound in(4000, 0.0);
+  for (std::size_t i = 0; i < in.size(); ++i) in[i] = i % 2 == 0 ? 9.9e35 : -9.9e35;
+  Player whole, parts;
+  for (Player* each : {&whole, &parts}) each->play(Sound{});
+  Sound played = whole.play(in), joined;
+  for (int n = 0; n < 4000; n += 8) {
+    const Sound part = parts.play(Sound(in.begin() + n, in.begin() + n + 8));
+    joined.insert(joined.end(), part.begin(), part.end());
+  }
+  CHECK(sameBytes(played, joined));
 }
 
 TEST_CASE("a history that no sound leaves is gone after 64 samples, whichever it is") {

@@ -3,21 +3,20 @@
 
 #include "dsp/Lanes.h"
 
-// What may come in. Guitars give less than 1e3; what lies beyond this would clip for seconds after the fault that made
-// it.
+// The largest magnitude of a valid sample. Guitars give less than 1e3; a fault that gives more than this would make the
+// effect clip for seconds.
 constexpr double kLargestSample = 1e36;
 
-// Takes samples in, and notes whether one is too large to leave a trace, or no number (or whether all of them together
-// are too large: no signal comes near that). Denormal ones go as zeros: nothing of them would reach the
-// output, they vanish where the interpolated sample is added to the centre of the curve, but as operands they cost some
-// processors a hundred cycles each.
+// Reads samples, and notes whether one is invalid: NaN, or beyond kLargestSample. Denormal samples are read as zeros:
+// they would not reach the output, because they vanish where the interpolated sample is added to the centre of the
+// curve, but arithmetic with them costs some processors a hundred cycles each time.
 class Intake {
  public:
   // One sample (T double), or two (Lanes).
   template <typename T>
   [[gnu::always_inline]] T take(const double* in) noexcept {
     const T samples = withoutDenormals(load<T>(in));
-    sum_.add(magnitudes(samples));
+    invalid_.add(magnitudes(samples));
     return samples;
   }
   // `length` samples, to `piece`.
@@ -25,9 +24,20 @@ class Intake {
     forEachLanes(0, length, [&]<typename T>(int i) { store<T>(piece + i, take<T>(in + i)); });
   }
 
-  // Whether all were sound.
-  bool good() const noexcept { return sum_.total() <= kLargestSample; }  // false for not-a-numbers
+  // Whether all samples were valid.
+  bool good() const noexcept { return !invalid_.any(); }
 
  private:
-  LaneSum sum_;
+  // Notes each magnitude that is not within the limit; NaN is not.
+  class Invalid {
+   public:
+    void add(Lanes sizes) noexcept { pairs_ |= ~(sizes <= bothLanes(kLargestSample)); }
+    void add(double size) noexcept { single_ |= !(size <= kLargestSample); }
+    bool any() const noexcept { return single_ || (kHasLanes && (pairs_[0] | pairs_[1]) != 0); }
+
+   private:
+    Bits pairs_ = {0, 0};
+    bool single_ = false;
+  };
+  Invalid invalid_;
 };

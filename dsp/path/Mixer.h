@@ -6,26 +6,32 @@
 #include "dsp/Lanes.h"
 #include "dsp/path/VolumeGlide.h"
 
-// Puts a block out: the effect signal at VOLUME or the dry input, each times the fade's gain. An effect sample that is
-// not finite becomes 0.
+// What a block's output needs.
+enum class Mix {
+  rest,   // nothing fades and VOLUME rests: two products a sample
+  glide,  // VOLUME glides
+  fade,   // each sample has a gain and a source of its own; VOLUME may glide
+};
+
+// Writes a block's output: the effect signal at VOLUME or the dry input, each times the fade's gain. An effect sample
+// that is not finite becomes 0.
 struct Mixer {
   const double* dry;
   double* out;  // may be `dry`
   VolumeGlide volume;
   double outputGain;
-  bool rests;                 // nothing fades and VOLUME stands: two products a sample
-  bool fades;                 // else VOLUME glides
-  bool on;                    // whether the effect signal plays, when nothing fades
-  const float* switchValues;  // else it plays where the value is 1,
-  const double* gains;        // each sample with a gain of its own
+  Mix mix;
+  bool on;                    // whether the effect signal plays; not for Mix::fade
+  const float* switchValues;  // Mix::fade: the effect signal plays where the value is 1
+  const double* gains;        // Mix::fade: the gain of each sample
 
   // Writes the samples from `first` up to `end`, whose effect signal is effect[0] onwards. False when one was not
   // finite.
   [[gnu::always_inline]] bool run(const double* effect, int first, int end) const noexcept {
     LaneSum sum;
-    if (rests) {
+    if (mix == Mix::rest) {
       forEachLanes(first, end, [&]<typename T>(int i) { sum.add(rest<T>(load<T>(effect + (i - first)), i)); });
-    } else if (fades) {
+    } else if (mix == Mix::fade) {
       forEachLanes(first, end, [&]<typename T>(int i) { sum.add(fade<T>(load<T>(effect + (i - first)), i)); });
     } else {
       forEachLanes(first, end, [&]<typename T>(int i) { sum.add(glide<T>(load<T>(effect + (i - first)), i)); });
@@ -35,8 +41,8 @@ struct Mixer {
 
   // Writes sample i; returns its effect signal at its loudness, of which settle() wants the sum.
   [[gnu::always_inline]] double put(double effect, int i) const noexcept {
-    if (rests) return rest(effect, i);
-    return fades ? fade(effect, i) : glide(effect, i);
+    if (mix == Mix::rest) return rest(effect, i);
+    return mix == Mix::fade ? fade(effect, i) : glide(effect, i);
   }
 
   // `sum` over the samples from `first` up to `end`, which are written. False when one was not finite.
@@ -50,7 +56,7 @@ struct Mixer {
  private:
   [[gnu::noinline]] void silenceNotFinite(int first, int end) const noexcept {
     for (int i = first; i < end; ++i) {
-      if ((fades ? switchValues[i] == 1.0F : on) && !std::isfinite(out[i])) out[i] = 0.0;
+      if ((mix == Mix::fade ? switchValues[i] == 1.0F : on) && !std::isfinite(out[i])) out[i] = 0.0;
     }
   }
 

@@ -10,11 +10,12 @@
 
 namespace {
 
-constexpr int kPiece = 256;  // samples that are worked on at once, on the stack
+constexpr int kPiece = 256;  // samples worked on at once, on the stack
 
-// From this many samples up the forms for long blocks pay. By counted instructions: no length takes more of them than
-// one sample through one section at a time would. By time they pay on x86 with clang++ from 8 (bench/README.md).
-#if defined(__aarch64__) || defined(__i386__)
+// From this many samples up the forms for long blocks are used. Chosen by counted instructions, so that no length takes
+// more of them than one sample through one section at a time would; by time they already pay from 8 on x86 with clang++
+// (bench/README.md).
+#if defined(__aarch64__) || defined(__i386__) || defined(__arm__)
 constexpr int kLongBlock = 16;
 #elif defined(__x86_64__) && defined(__clang__)
 constexpr int kLongBlock = 12;
@@ -22,14 +23,14 @@ constexpr int kLongBlock = 12;
 constexpr int kLongBlock = 8;
 #endif
 
-// The tone stage for sample i of a gliding block. Not inlined: a block at rest would load all its constants.
+// The tone stage for sample i of a gliding block. noinline: else a block at rest would load all its constants.
 [[gnu::noinline]] ToneCoefficients<double> glidingTone(const SignalStages& stages, const VolumeGlide& volume,
                                                        int i) noexcept {
   return ToneCoefficients<double>::forVolume(stages.toneK, volume.at<double>(i));
 }
 
-// For fewer than kLongBlock samples. A sample goes from end to end in registers: where everything waits for everything,
-// a way through memory made a block of one 5 % slower.
+// For fewer than kLongBlock samples. A sample stays in registers from end to end: each operation waits for the one
+// before, so a store and a load in between made a block of one sample 5 % slower.
 bool runShort(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
   const VolumeGlide& volume = mixer.volume;
   const ToneCoefficients<double>* coefficients = &stages.tone;
@@ -50,30 +51,21 @@ bool runShort(const SignalStages& stages, const Mixer& mixer, int length) noexce
 // The path's steps from `first` up to `end`.
 void run(SignalPath<2>& path, double* steps, Step first, Step end) noexcept { path.run(steps, first, end); }
 
-// Flattened, so that what it calls becomes part of it and AVX2 code. clang++ flattens one level; the rest of what it
-// calls, away from the inner loop, is code for any x86-64 there. So nothing of AVX2 is left for other processors to
-// stumble over.
-//
-// clang++ orders instructions for a processor of long ago unless told otherwise, with which four lanes were slower than
-// two; and as the opening and closing of the skew stay code for any x86-64, four pay only in longer blocks.
-#if defined(__x86_64__)
+// Four lanes, with g++ alone. Flattened, so that all that it calls becomes part of it and is compiled for AVX2: no
+// function compiled for AVX2 can then be linked in place of one that other processors run. With clang++ four lanes took
+// 0.93 to 0.96 of the time of two, in long blocks only, and are left out.
+#if defined(__x86_64__) && !defined(__clang__)
 #define BRUMBLER_FOUR_LANES
-#if defined(__clang__)
-constexpr int kFourLanesBlock = 256;
-[[gnu::target("avx2,tune=znver3"), gnu::flatten, gnu::noinline]]
-#else
-constexpr int kFourLanesBlock = 8;
-[[gnu::target("avx2"), gnu::flatten, gnu::noinline]]
-#endif
-void run(SignalPath<4>& path, double* steps, Step first, Step end) noexcept {
+[[gnu::target("avx2"), gnu::flatten, gnu::noinline]] void run(SignalPath<4>& path, double* steps, Step first,
+                                                              Step end) noexcept {
   path.run(steps, first, end);
 }
 #endif
 
-// For any length, faster from kLongBlock samples up. The outputs come kDelay steps after the inputs; behind the last
-// input follow kDelay steps more.
+// For any length, faster from kLongBlock samples up. The outputs come kDelay steps after the inputs, so kDelay more
+// steps follow the last input.
 //
-// Not inlined, nor is the next form: short blocks would save registers for them.
+// noinline, as is the next form: inlined into runBlock(), they would make the short-block path spill its registers.
 template <int width>
 [[gnu::noinline]] bool runLong(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
   constexpr int kDelay = SignalPath<width>::kDelay;
@@ -88,7 +80,7 @@ template <int width>
     Intake intake;
     intake.take(mixer.dry + std::min<Step>(first, length), inputs, piece);
     good &= intake.good();
-    std::fill(piece + inputs, piece + count, 0.0);  // any number will do, but not a slow one
+    std::fill(piece + inputs, piece + count, 0.0);  // any value will do, but not a denormal one, which is slow
     run(path, piece, first, end);
     const int skipped = static_cast<int>(std::max<Step>(kDelay - first, 0));
     good &= mixer.run(piece + skipped, static_cast<int>(first - kDelay) + skipped, static_cast<int>(end - kDelay));
@@ -96,7 +88,7 @@ template <int width>
   return good;
 }
 
-// The same on processors without vectors of doubles.
+// The same for processors without vectors of doubles.
 [[maybe_unused, gnu::noinline]] bool runStageByStage(const SignalStages& stages, const Mixer& mixer,
                                                      int length) noexcept {
   constexpr int kMost = StageByStage::kPiece;
@@ -127,7 +119,7 @@ bool runBlock(const SignalStages& stages, const Mixer& mixer, int length) noexce
   if (length < kLongBlock) return runShort(stages, mixer, length);
   if constexpr (!kHasLanes) return runStageByStage(stages, mixer, length);
 #ifdef BRUMBLER_FOUR_LANES
-  if (laneCount == 4 && length >= kFourLanesBlock) return runLong<4>(stages, mixer, length);
+  if (laneCount == 4) return runLong<4>(stages, mixer, length);
 #endif
   return runLong<2>(stages, mixer, length);
 }
