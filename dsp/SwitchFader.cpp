@@ -22,6 +22,7 @@ SwitchFader* SwitchFader::create(double sampleRate, float onOff) noexcept {
   fader->lengthD = std::clamp(std::floor(kFadeSeconds * sampleRate), 1.0, kMostSamples);
   fader->length = static_cast<std::int32_t>(fader->lengthD);
   fader->lastSwitch = onOff;
+  fader->switchBuf = nullptr;  // as {} does, which clang-tidy 19 does not see
   fader->fadeIn = new (std::nothrow) double[static_cast<std::size_t>(fader->length)];
   fader->fadeOut = new (std::nothrow) double[static_cast<std::size_t>(fader->length)];
   if (fader->fadeIn == nullptr || fader->fadeOut == nullptr) {

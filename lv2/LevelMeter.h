@@ -40,7 +40,7 @@ class LevelMeter {
     for (; i + 16 <= length; i += 16) {
       for (std::size_t k = 0; k < 4; ++k) {
         Bits bits;
-        std::memcpy(&bits, samples + i + 4 * k, sizeof bits);
+        std::memcpy(&bits, samples + i + std::size_t{4} * k, sizeof bits);
         bits &= 0x7fffffff;
         Lanes magnitudes;
         std::memcpy(&magnitudes, &bits, sizeof bits);
