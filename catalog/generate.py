@@ -3,7 +3,7 @@
 """Writes what is made from catalog/*.json (catalog/README.md says what is in them).
 
     generate.py header FOLDER               the C++ headers catalog.h and pedal.h
-    generate.py turtle FOLDER KEY=VALUE...  the LV2 bundle's Turtle, from the templates in lv2/
+    generate.py turtle FOLDER KEY=VALUE...  the LV2 bundle's Turtle and its style for MOD, from the templates in lv2/
 
 A template's @KEY@ is replaced by VALUE. `turtle` needs VERSION and DESCRIPTION of the project, and SUFFIX, the file name
 extension of the bundle's library. A fault in the catalog ends the script with status 1 and a message that names the entry.
@@ -81,18 +81,25 @@ def catalog_header():
     })
 
 
-def pedal_header():
-    def constant(name):
-        return "k" + "".join(word.capitalize() for word in name.split("_"))
+def read_pedal():
+    """Lengths and colours by name."""
     try:
         pedal = json.loads((CATALOG / "pedal.json").read_text("utf-8"))
-        lengths = {constant(name): number(value) for name, value in pedal["geometry"].items()}
-        colours = {constant(name): f"0x{int(value[1:], 16):06x}" for name, value in pedal["colours"].items()}
+        lengths = {name: number(value) for name, value in pedal["geometry"].items()}
+        colours = {name: f"#{int(value[1:], 16):06x}" for name, value in pedal["colours"].items()}
     except (ValueError, KeyError, TypeError) as fault:
         sys.exit(f"catalog/pedal.json: {fault!r}")
+    return lengths, colours
+
+
+def pedal_header():
+    def constants(kind, values):
+        names = {name: "k" + "".join(word.capitalize() for word in name.split("_")) for name in values}
+        return "".join(f"inline constexpr {kind} {names[name]} = {value};\n" for name, value in values.items())
+    lengths, colours = read_pedal()
     return fill(CATALOG / "pedal.h.in", {
-        "GEOMETRY": "".join(f"inline constexpr double {name} = {value};\n" for name, value in lengths.items()),
-        "COLOURS": "".join(f"inline constexpr unsigned {name} = {value};\n" for name, value in colours.items()),
+        "GEOMETRY": constants("double", lengths),
+        "COLOURS": constants("unsigned", {name: value.replace("#", "0x") for name, value in colours.items()}),
     })
 
 
@@ -135,9 +142,21 @@ def stereo_group(uri, direction, symbol):
             f'\tlv2:symbol "{symbol}"')
 
 
+def modgui(uri):
+    """The plug-in's own page in MOD and PiPedal, with a knob for each parameter but the switch."""
+    labels = {p["symbol"]: p["label"] for p in PARAMETERS}
+    knobs = " ,\n\t\t\t".join(f'[ lv2:index {i} ; lv2:symbol "{symbol}" ; lv2:name {quote(labels[symbol])} ]'
+                              for i, symbol in enumerate(["fuzz", "volume", "trim"]))
+    files = "".join(f" ;\n\t\tmodgui:{key} <modgui/{name}-brumbler.{extension}>" for key, name, extension in [
+        ("iconTemplate", "icon", "html"), ("stylesheet", "stylesheet", "css"), ("screenshot", "screenshot", "png"),
+        ("thumbnail", "thumbnail", "png")])
+    return (f'\n<{uri}>\n\tmodgui:gui [\n\t\tmodgui:resourcesDirectory <modgui>{files} ;\n\t\tmodgui:brand "Brumbler" ;\n'
+            f'\t\tmodgui:label "Brumbler" ;\n\t\tmodgui:port {knobs}\n\t] .\n')
+
+
 def turtle(folder, project):
     major, minor, micro = map(int, project["VERSION"].split("."))
-    plugins = manifest = presets = ""
+    plugins = manifest = presets = modguis = ""
     for uri, name, about, sides in [("urn:brumbler:fuzz", "Brumbler", "", [""]),
                                     ("urn:brumbler:fuzz:stereo", "Brumbler stereo", ", in stereo", ["_left", "_right"])]:
         ports = [audio_port(uri, "Input", "in" + side) for side in sides]
@@ -155,16 +174,19 @@ def turtle(folder, project):
             "GROUPS": groups if len(sides) > 1 else "",
         })
         manifest += (f"\n<{uri}>\n\ta lv2:Plugin ;\n\tlv2:binary <brumbler_lv2{project['SUFFIX']}> ;\n"
-                     "\trdfs:seeAlso <brumbler.ttl> .\n")
+                     "\trdfs:seeAlso <brumbler.ttl> , <modgui.ttl> .\n")
+        modguis += modgui(uri)
         for preset in PRESETS:
             head = f"\n<{uri}#{preset['symbol']}>\n\ta pset:Preset ;\n\tlv2:appliesTo <{uri}> ;\n"
             manifest += head + "\trdfs:seeAlso <presets.ttl> .\n"
             values = " ,\n\t\t".join(f'[ lv2:symbol "{symbol}" ; pset:value {decimal(preset[symbol])} ]'
                                      for symbol in PRESET_SYMBOLS)
             presets += f"{head}\trdfs:label {quote(preset['label'])} ;\n\tlv2:port {values} .\n"
-    parts = {"PLUGINS": plugins, "MANIFEST": manifest, "PRESETS": presets}
-    folder.mkdir(parents=True, exist_ok=True)
-    for name in ["manifest.ttl", "brumbler.ttl", "presets.ttl"]:
+    parts = {"PLUGINS": plugins, "MANIFEST": manifest, "PRESETS": presets, "MODGUI": modguis}
+    for values in read_pedal():
+        parts |= {name.upper(): value for name, value in values.items()}
+    (folder / "modgui").mkdir(parents=True, exist_ok=True)
+    for name in ["manifest.ttl", "brumbler.ttl", "presets.ttl", "modgui.ttl", "modgui/stylesheet-brumbler.css"]:
         (folder / name).write_text(fill(LV2 / (name + ".in"), parts), "utf-8")
 
 

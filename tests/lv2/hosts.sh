@@ -7,11 +7,12 @@
 set -euo pipefail
 
 bundle=$1 command=$2
+window=${bundle%/*}/brumbler-ui.lv2
 plugin=urn:brumbler:fuzz
 declare -A audio=([$plugin]='in out' [$plugin:stereo]='in_left in_right out_left out_right')
 
 missing=()
-for tool in lv2_validate sord_validate lv2ls lv2info lv2apply lv2bench valgrind sox nm; do
+for tool in lv2_validate sord_validate lv2ls lv2info lv2apply lv2bench valgrind sox nm objdump; do
   command -v "$tool" >/dev/null || missing+=("$tool")
 done
 [[ -x $command ]] || missing+=("$command")
@@ -27,13 +28,21 @@ fail() { echo "FAILED: $*" >&2; exit 1; }
 mkdir lv2 && ln -s "$bundle" lv2/brumbler.lv2
 export LV2_PATH=$work/lv2:/usr/lib/lv2
 
-echo '- the object exports its one entry'
-[[ $(nm -D --defined-only "$bundle"/*.so | awk '{print $3}') == lv2_descriptor ]] || fail "other exports"
+echo '- each object exports its one entry'
+exports() { nm -D --defined-only "$1"/*.so | awk '{print $3}'; }
+[[ $(exports "$bundle") == lv2_descriptor ]] || fail "other exports"
+if [[ -d $window ]]; then
+  [[ $(exports "$window") == lv2ui_descriptor ]] || fail "the window: other exports"
+  needs=$(objdump -p "$window"/*.so | awk '/NEEDED/ {print $2}' | grep -Ev '^(libxcb|libcairo|libm|libc|ld-linux.*)\.so\.' || true)
+  [[ -z $needs ]] || fail "the window needs $needs"
+fi
 
 echo '- lv2_validate, sord_validate'
-schemas=(/usr/lib/lv2/{schemas,core,units,port-props,presets,buf-size,options,port-groups,urid}.lv2/*.ttl)
+# Without modgui.ttl, whose vocabulary has no schema.
+mapfile -t turtle < <(find "$bundle/" "$window/" -name '*.ttl' -not -name modgui.ttl 2>/dev/null)
+schemas=(/usr/lib/lv2/{schemas,core,units,port-props,presets,buf-size,options,port-groups,ui,urid}.lv2/*.ttl)
 for validate in lv2_validate "sord_validate ${schemas[*]}"; do
-  $validate "$bundle"/*.ttl >validated 2>&1 || fail "$(<validated)"
+  $validate "${turtle[@]}" >validated 2>&1 || fail "$(<validated)"
   grep -q '^Found 0 errors' validated || fail "$(<validated)"
   ! grep '^error' validated || fail "a file cannot be read"
 done
@@ -51,6 +60,32 @@ for each in "${!audio[@]}"; do
   awk 'BEGIN {RS = "\n\tPort "} /Scale Points/ && !/#toggled/ {exit 1}' info || fail "$each: scale points: $(<info)"
 done
 [[ ! -s ls.log ]] || fail "lilv complains: $(<ls.log)"
+
+echo '- the page for MOD finds its files, ports and knobs'
+for file in $(grep -o 'modgui/[a-z.-]*' "$bundle/modgui.ttl" | sort -u) modgui/{box,knob}.png; do
+  [[ -s $bundle/$file ]] || fail "no $file"
+done
+for file in icon-brumbler.html stylesheet-brumbler.css; do
+  ! grep -n '@[A-Z_]*@' "$bundle/modgui/$file" || fail "$file was not filled in"
+  [[ $(tr -cd '{' <"$bundle/modgui/$file" | wc -c) == $(tr -cd '}' <"$bundle/modgui/$file" | wc -c) ]] || fail "$file: braces"
+done
+while read -r picture; do
+  grep -q "/resources/$picture{{{ns}}}" "$bundle/modgui/stylesheet-brumbler.css" || fail "$picture is not used"
+done <<<$'box.png\nknob.png'
+for name in brumbler-pedal mod-brumbler-knobs mod-knob-image mod-light mod-footswitch; do
+  for file in icon-brumbler.html stylesheet-brumbler.css; do
+    grep -q "$name" "$bundle/modgui/$file" || fail "$file does not know $name"
+  done
+done
+for role in drag-handle input-control-port bypass bypass-light input-audio-port output-audio-port; do
+  grep -q "mod-role=\"$role\"" "$bundle/modgui/icon-brumbler.html" || fail "icon-brumbler.html: no $role"
+done
+while read -r symbol; do
+  grep -q "lv2:symbol \"$symbol\"" "$bundle/brumbler.ttl" || fail "modgui.ttl: no port $symbol"
+done < <(grep -o 'lv2:symbol "[a-z]*"' "$bundle/modgui.ttl" | cut -d'"' -f2 | sort -u)
+# A strip of 65 frames, each as wide as it is high.
+read -r width height < <(od -An -j16 -N8 --endian=big -tu4 "$bundle/modgui/knob.png")
+((width == 65 * height)) || fail "knob.png: $width x $height"
 
 echo '- lv2apply gives what the command gives'
 sox -n -r 48000 -e float -b 32 in.wav synth 2 pluck E2 synth 2 pluck mix B2 fade 0 2 0.1 gain -n -20
