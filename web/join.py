@@ -47,7 +47,7 @@ wasm, version, output = sys.argv[1:]
 style = code("style.css")
 parts = {
     "SCRIPT": code("effect.js", "bank.js", "recording.js", "render.js", "engine.js", "input.js", "knob.js", "midi.js",
-                   "pictures.js", "controls.js", "sound.js", "listen.js", "guitar.js", "trim.js", "programs.js", "store.js", "foot.js",
+                   "pictures.js", "controls.js", "level.js", "undo.js", "sound.js", "listen.js", "guitar.js", "trim.js", "programs.js", "store.js", "foot.js",
                    "main.js"),
     "WORKLET": code("effect.js", "worklet.js"),
     "STYLE": pedal_variables() + style,

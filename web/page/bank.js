@@ -30,10 +30,13 @@ export function initialValue(parameter) {
   return parameter.scale === 'switch' ? parameter.default : valueAtKnob(parameter.default);
 }
 
+/** A text whose lone surrogates, which no file can hold, are U+FFFD. @param {string} text */
+const wellFormed = (text) => text.replace(/\p{Surrogate}/gu, '\ufffd');
+
 /** The longest beginning of a name that the effect keeps whole. @param {string} name */
 export function fittingName(name) {
   let fitting = '';
-  for (const character of name) {
+  for (const character of wellFormed(name)) {
     if (new TextEncoder().encode(fitting + character).length > LONGEST_NAME) break;
     fitting += character;
   }
@@ -89,8 +92,8 @@ export function readBank(text, before, parameters) {
       const p = parameters.findIndex((parameter) => parameter.name === key);
       if (key === 'name') {
         if (typeof value !== 'string') fail(`${where}: the name must be a text in quotes.`);
-        if (fittingName(value) !== value) fail(`${where}: a name has at most ${LONGEST_NAME} bytes; letters with accents take two.`);
-        program.name = value;
+        program.name = fittingName(value);
+        if (program.name !== wellFormed(value)) fail(`${where}: a name has at most ${LONGEST_NAME} bytes; letters with accents take two.`);
       } else if (p < 0) {
         fail(`${where} has an unknown "${key}".`);
       } else if (parameters[p].scale === 'switch') {

@@ -16,6 +16,9 @@ export function say(id, text, bad = false) {
   element(id).classList.toggle('bad', bad);
 }
 
+/** @param {number} value dB */
+export const decibelText = (value) => `${value.toFixed(1).replace('-', '−')} dB`;
+
 /** Calls `act` when the button is pressed. @param {string} id @param {() => unknown} act */
 export const onClick = (id, act) => button(id).addEventListener('click', () => void act());
 

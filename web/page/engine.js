@@ -1,6 +1,11 @@
 // SPDX-License-Identifier: MIT
 // The sound of the page: a source, the effect in its worklet, the loudspeakers, and analysers before and behind it.
 
+import { ceiling } from './level.js';
+
+const FADE = 0.005; // seconds, of everything that starts or stops
+export const FADED = 50; // milliseconds, after which a fade is certainly over
+
 /** What the page can say about a failure; `message` is a sentence for the player. */
 export class Trouble extends Error {}
 
@@ -15,7 +20,10 @@ export class Engine {
     this.context = context;
     this.hint = hint;
     this.output = new GainNode(context);
-    this.output.connect(context.destination);
+    this.level = new GainNode(context);
+    const { first, last } = ceiling(context);
+    this.output.connect(this.level).connect(first);
+    last.connect(context.destination);
     this.dry = this.analysers();
     this.wet = this.analysers();
     /** @type {AudioWorkletNode | undefined} */
@@ -76,18 +84,24 @@ export class Engine {
   }
 
   /**
-   * Lets a source of `channels` channels into the effect. The function it answers takes it out again.
+   * Fades a source of `channels` channels into the effect. The function it returns fades it out again and disconnects it.
    * @param {AudioNode} source
    * @param {number} channels
    */
   plug(source, channels) {
     const node = /** @type {AudioWorkletNode} */ (this.node);
     node.channelCount = Math.min(channels, 2);
-    source.connect(node);
-    const splitter = this.tap(source, this.dry);
+    const fader = new GainNode(this.context, { gain: 0 });
+    fader.gain.setValueAtTime(0, this.context.currentTime);
+    fader.gain.linearRampToValueAtTime(1, this.context.currentTime + FADE);
+    source.connect(fader).connect(node);
+    const splitter = this.tap(fader, this.dry);
     return () => {
-      source.disconnect();
-      splitter.disconnect();
+      const { gain } = fader;
+      gain.cancelScheduledValues(0);
+      gain.setValueAtTime(gain.value, this.context.currentTime);
+      gain.linearRampToValueAtTime(0, this.context.currentTime + FADE);
+      setTimeout(() => [source, fader, splitter].forEach((part) => part.disconnect()), FADED);
     };
   }
 
@@ -113,8 +127,8 @@ export class Engine {
 
   close() {
     this.awake = false;
-    this.output.disconnect();
-    if (this.context.state !== 'closed') void this.context.close();
+    this.output.gain.setTargetAtTime(0, this.context.currentTime, FADE / 3);
+    setTimeout(() => this.context.state !== 'closed' && void this.context.close(), FADED);
   }
 }
 
@@ -178,8 +192,8 @@ export class Playback {
     this.offset = this.position;
     const { source } = this;
     this.source = undefined;
-    source?.stop();
     this.unplug();
+    source?.stop(this.engine.context.currentTime + FADE);
     this.unplug = () => {};
   }
 

@@ -26,10 +26,15 @@ export class Foot {
 
   wire() {
     onClick('midi', () => this.connect());
+    onClick('forget', () => {
+      for (const controller of Object.keys(this.learnt)) delete this.learnt[Number(controller)];
+      this.page.store.keep();
+      say('midi-note', 'Forgotten. The controllers are the usual ones again.');
+    });
     select('learn').addEventListener('change', () => {
       const target = /** @type {any} */ (select('learn').value || undefined);
       this.midi.learning = target;
-      if (target) say('midi-note', 'Move the control that is to turn it.');
+      if (target) say('midi-note', 'Move a knob, pedal or switch: it will turn this.');
     });
 
     // The space bar is the foot switch, unless a control has the focus that it presses or types into. A control that

@@ -2,6 +2,7 @@
 import { element, onClick, say, select } from './controls.js';
 import { LiveInput, inputTrouble, listInputs, openInput } from './input.js';
 
+const UNKNOWN_TRIM = 12; // dB, for a device that nothing is known of: what interfaces usually give
 const WARNING = 3; // seconds from plugging a device in for the first time to the first sound
 
 /** The guitar: plugging it in and out, its input, jack and latency. */
@@ -12,18 +13,39 @@ export class Guitar {
     /** @type {LiveInput | undefined} */
     this.live = undefined;
     this.plugging = false; // Plug in was pressed and nothing sounds yet
-    this.warned = false;
+    /** What belongs to each device, by its key: Trim in dB, the jack, and whether the player was warned. */
+    this.known = /** @type {Record<string, {trim: number, jack: string, warned: boolean}>} */ ({});
+    this.device = { id: '', label: '' }; // that the player has chosen; no id: the system's own
+    this.key = '';
   }
 
   wire() {
     onClick('plug', () => this.plugIn());
     select('device').addEventListener('change', async () => {
+      const { value, selectedOptions } = select('device');
+      this.device = { id: value, label: value === '' ? '' : (selectedOptions[0]?.label ?? '') };
+      this.page.store.keep();
       if (!this.live) return;
       await this.plugIn();
       await this.plugIn();
     });
-    select('jack').addEventListener('change', () => this.live?.choose(/** @type {any} */ (select('jack').value)));
+    select('jack').addEventListener('change', () => {
+      const jack = select('jack').value;
+      this.live?.choose(/** @type {any} */ (jack));
+      if (this.live) this.own.jack = jack;
+      this.page.store.keep();
+    });
     navigator.mediaDevices?.addEventListener?.('devicechange', () => void this.showInputs());
+  }
+
+  /** What belongs to the device that is plugged in. */
+  get own() {
+    return (this.known[this.key] ??= { trim: UNKNOWN_TRIM, jack: 'first', warned: false });
+  }
+
+  /** @param {number} decibels */
+  keepTrim(decibels) {
+    this.own.trim = decibels;
   }
 
   async plugIn() {
@@ -37,7 +59,7 @@ export class Guitar {
     /** @type {MediaStream | undefined} */
     let stream;
     try {
-      stream = await openInput(select('device').value);
+      stream = await openInput(this.device.id);
       this.page.listen.playback?.stop();
       const live = await this.openLive(stream);
       live.track.addEventListener('ended', () => {
@@ -47,7 +69,7 @@ export class Guitar {
       await this.showInputs();
       if (live.track.readyState === 'ended') return; // unplugged meanwhile
       select('jack').disabled = live.single;
-      if (live.single) select('jack').value = 'first';
+      select('jack').value = live.single ? 'first' : this.own.jack;
       live.choose(/** @type {any} */ (select('jack').value));
       this.plugging = false;
       this.page.showPlaying();
@@ -71,22 +93,26 @@ export class Guitar {
     if (own !== 44100 && own !== 48000) {
       live = await open(48000).catch(() => open(undefined)); // not every browser converts inputs
     }
+    // The system's own input may be another device at each visit: the label tells.
+    this.key = `${live.track.getSettings().deviceId ?? ''} ${live.track.label}`;
     this.live = live;
+    this.page.trim.input = this.own.trim;
+    if (!this.own.warned) live.engine.output.gain.value = 0;
     this.page.trim.tell();
     return live;
   }
 
-  /** Stays silent until the player had time to read the warning, once. @param {LiveInput} live */
+  /** Stays silent until the player had time to read the warning, once for each device. @param {LiveInput} live */
   async warn(live) {
     const { output, context } = live.engine;
-    if (!this.warned) {
-      output.gain.value = 0;
+    if (!this.own.warned) {
+      say('plug-note', `Headphones on, or loudspeakers off! A microphone beside them howls. Sound in ${WARNING} seconds.`);
       for (let left = WARNING; left > 0 && this.live === live; --left) {
-        say('plug-note', `Headphones on, or loudspeakers off! Through a microphone they howl. Sound in ${left} s …`);
+        element('latency').textContent = `${left} …`; // outside the note, which is read aloud at each change
         await new Promise((resolve) => setTimeout(resolve, 1000));
       }
       if (this.live !== live) return;
-      this.warned = true;
+      this.own.warned = true;
       this.page.store.keep();
       output.gain.setTargetAtTime(1, context.currentTime, 0.2);
     }
@@ -97,7 +123,7 @@ export class Guitar {
   showLatency(live) {
     const rate = live.engine.context.sampleRate;
     const off = rate === 44100 || rate === 48000 ? '' : ` The effect is made for 44100 and 48000 Hz; this is ${rate}.`;
-    say('plug-note', `Plugged in. If hard strokes reach −12 dBFS at the input, set Trim to 12 dB; at −24, to 0.${off}`);
+    say('plug-note', `Plugged in. Press Auto and play hard for five seconds: it sets Trim.${off}`);
     const tell = () => {
       if (this.live !== live) return;
       const { seconds, whole } = live.latency;
@@ -122,7 +148,6 @@ export class Guitar {
 
   async showInputs() {
     const list = select('device');
-    const chosen = list.value;
     const devices = await listInputs();
     list.replaceChildren(
       new Option('The system’s own', ''),
@@ -130,7 +155,12 @@ export class Guitar {
         .filter((device) => device.deviceId !== 'default')
         .map((device, i) => new Option(device.label || `Input ${i + 1}`, device.deviceId)),
     );
-    list.value = chosen;
-    if (list.selectedIndex < 0) list.value = '';
+    const { id, label } = this.device;
+    list.value = id;
+    if (list.selectedIndex >= 0) return;
+    // Before it allows an input, the browser names none; after that, this one is not connected.
+    const named = devices.some((device) => device.label !== '');
+    list.append(new Option(named ? `${label} (not connected)` : label, id));
+    list.value = id;
   }
 }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The guitar: an audio input of this machine, as the browser hands it over.
-import { Trouble } from './engine.js';
+import { FADED, Trouble } from './engine.js';
 
 /** @type {Record<string, string>} */
 const REASONS = {
@@ -76,18 +76,21 @@ export class LiveInput {
       this.splitter.connect(merger, 0, 0);
       this.splitter.connect(merger, 1, 1);
       const out = this.engine.plug(merger, 2);
-      this.unplug = () => (out(), this.splitter.disconnect());
+      this.unplug = out;
     } else {
       const mono = new GainNode(context, { channelCount: 1, channelCountMode: 'explicit' });
       this.splitter.connect(mono, jack === 'second' ? 1 : 0);
       const out = this.engine.plug(mono, 1);
-      this.unplug = () => (out(), this.splitter.disconnect());
+      this.unplug = out;
     }
   }
 
   close() {
     this.unplug();
-    this.source.disconnect();
-    this.stream.getTracks().forEach((track) => track.stop());
+    // Once it has faded out.
+    setTimeout(() => {
+      this.source.disconnect();
+      this.stream.getTracks().forEach((track) => track.stop());
+    }, FADED);
   }
 }

@@ -33,10 +33,10 @@ export class Knob {
     this.range.addEventListener('keydown', (event) => this.onKey(event));
     this.dial.addEventListener('wheel', (event) => this.onWheel(event), { passive: false });
     this.dial.addEventListener('pointerdown', (event) => this.onPress(event));
-    this.field.addEventListener('change', () => this.type());
+    this.field.addEventListener('blur', () => this.type());
     this.field.addEventListener('focus', () => this.field.select());
     this.field.addEventListener('keydown', (event) => {
-      if (event.key === 'Escape') this.show(this.value);
+      if (event.key === 'Escape') this.show(this.value); // so that leaving the field applies nothing
       if (event.key === 'Escape' || event.key === 'Enter') this.range.focus();
     });
     this.show(this.value);
@@ -58,7 +58,9 @@ export class Knob {
     this.onTurn(this.value);
   }
 
+  /** Applies what was typed; called whenever the field is left. */
   type() {
+    if (this.field.value === this.scale.text(this.value)) return;
     const number = Number.parseFloat(this.field.value.replace(',', '.').replace('−', '-'));
     if (Number.isFinite(number)) this.turn(number, 0.01);
     else this.show(this.value);

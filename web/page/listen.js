@@ -110,15 +110,17 @@ export class Listen {
   /** @param {import('./recording.js').Recording} recording */
   load(recording) {
     const { page } = this;
+    const { plays } = this;
     this.playback?.stop();
     this.playback = undefined;
     this.place = 0;
     this.recording = recording;
-    page.trim.fit(page.module.automaticTrim(peakOf(recording.channels)));
+    page.trim.fit(peakOf(recording.channels));
     element('name').textContent = recording.name;
     this.waveform.show(recording.channels);
     this.showPosition();
     page.showPlaying();
+    if (plays) void this.play();
   }
 
   /** @param {File} file */

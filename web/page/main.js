@@ -1,18 +1,17 @@
 // SPDX-License-Identifier: MIT
 import { valueAtKnob } from './bank.js';
-import { element, onClick, showPressed } from './controls.js';
+import { button, decibelText, element, onClick, showPressed } from './controls.js';
 import { Effect, Module } from './effect.js';
 import { Foot } from './foot.js';
 import { Guitar } from './guitar.js';
 import { Knob } from './knob.js';
+import { Level } from './level.js';
 import { Listen } from './listen.js';
 import { Programs } from './programs.js';
 import { Sound } from './sound.js';
 import { Store } from './store.js';
 import { Trim } from './trim.js';
-
-/** @param {number} value dB */
-const trimText = (value) => `${value.toFixed(1).replace('-', '−')} dB`;
+import { Undo } from './undo.js';
 
 /** The page: its parts, which reach one another through it, and the settings that they share. */
 export class Page {
@@ -29,6 +28,8 @@ export class Page {
     this.view = 'wave';
 
     this.store = new Store(this);
+    this.undo = new Undo(this);
+    this.level = new Level(this);
     this.programs = new Programs(this);
     this.trim = new Trim(this);
     this.listen = new Listen(this);
@@ -36,7 +37,7 @@ export class Page {
     this.foot = new Foot(this);
     this.sound = new Sound(this, wasm);
     this.store.recall();
-    for (const part of [this.store, this.programs, this.listen, this.guitar, this.foot, this]) part.wire();
+    for (const part of [this.store, this.undo, this.level, this.trim, this.programs, this.listen, this.guitar, this.foot, this]) part.wire();
     this.show();
   }
 
@@ -55,8 +56,8 @@ export class Page {
     const index = this.turned.findIndex((parameter) => parameter.symbol === symbol);
     const { minimum, maximum, steps, does, scale, ...rest } = this.turned[index];
     const text = (/** @type {number} */ value) =>
-      scale === 'knob' ? this.texts.display(index, valueAtKnob(value)) : trimText(value);
-    element(symbol).title = does;
+      scale === 'knob' ? this.texts.display(index, valueAtKnob(value)) : decibelText(value);
+    element(`${symbol}-does`).textContent = does;
     const step = (maximum - minimum) / (steps - 1);
     return new Knob(element(symbol), { least: minimum, most: maximum, step, initial: rest.default, text }, turn);
   }
@@ -64,10 +65,12 @@ export class Page {
   show() {
     this.programs.show();
     this.trim.show();
+    this.level.show();
   }
 
   showPlaying() {
-    showPressed('play', this.listen.plays);
+    button('play').classList.toggle('plays', this.listen.plays);
+    element('play-text').textContent = this.listen.plays ? 'Stop' : 'Play';
     showPressed('plug', this.guitar.live !== undefined);
     this.trim.show();
     this.sound.animate();

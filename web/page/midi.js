@@ -38,6 +38,7 @@ export class Midi {
   receive([status, number, value]) {
     if (status >> 4 === 0xc) this.on.program(number);
     if (status >> 4 !== 0xb) return;
+    if (number >= 120) return; // channel mode messages: no controllers
     if (this.learning !== undefined) {
       this.learnt[number] = this.learning;
       this.on.learn(this.learning, number);

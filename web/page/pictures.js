@@ -100,11 +100,11 @@ export class Meter {
     this.lamp.setAttribute('aria-pressed', String(is));
   }
 
-  /** @param {number} peak of full scale, since the last call @param {number} now milliseconds */
-  show(peak, now) {
+  /** @param {number} peak of full scale, since the last call @param {number} now milliseconds @param {number} clipping what the lamp looks at */
+  show(peak, now, clipping = peak) {
     this.level = Math.max(peak, this.level * 0.86);
     if (peak >= this.hold || now - this.held > 1500) [this.hold, this.held] = [peak, now];
-    if (this.clips(peak)) this.clipped(true);
+    if (this.clips(clipping)) this.clipped(true);
     const place = (/** @type {number} */ level) => Math.max(0, Math.min(1, 1 - decibels(level + 1e-9) / FLOOR));
     this.root.style.setProperty('--level', String(place(this.level)));
     this.root.style.setProperty('--hold', String(place(this.hold)));
@@ -186,7 +186,9 @@ export class Scope {
     if (this.still.matches && now - this.drawn < 500) return;
     this.drawn = now;
     meters.input.show(peaks.input, now);
-    meters.output.show(peaks.output, now);
+    // What is heard, after Level; the lamp also tells when the effect itself goes above full scale, as a saved file would.
+    const heard = peaks.output * engine.level.gain.value;
+    meters.output.show(Math.min(heard, 1), now, Math.max(peaks.output, heard / 2));
     peaks.input = peaks.output = 0;
     this.onFrame();
     if (this.still.matches) return;

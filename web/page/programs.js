@@ -3,6 +3,8 @@ import { PROGRAMS, bankText, fittingName, initialValue, knobAtValue, readBank, v
 import { button, download, input, onClick, onFile, say, select } from './controls.js';
 import { FUZZ, ON, VOLUME } from './effect.js';
 
+const CHANGES = ['On', 'Volume', 'Fuzz']; // by parameter
+
 /** The sixteen programs, the presets and the bank files; the knobs Fuzz and Volume and the foot switch. */
 export class Programs {
   /** @param {import('./main.js').Page} page */
@@ -21,12 +23,30 @@ export class Programs {
     select('program').addEventListener('change', () => this.choose(Number(select('program').value)));
     for (const { label, symbol } of this.page.presets) select('preset').append(new Option(label, symbol));
     select('preset').addEventListener('change', () => this.usePreset(select('preset').value));
-    input('program-name').addEventListener('change', () => {
-      this.now.name = fittingName(input('program-name').value) || 'Init';
-      this.show();
-      this.page.store.keep();
-    });
+    // A name belongs to the program that was selected when the player began to type.
+    input('program-name').addEventListener('focus', () => (this.named = this.selected));
+    input('program-name').addEventListener('blur', () => this.rename(input('program-name').value));
     input('program-name').addEventListener('keydown', (event) => event.key === 'Enter' && input('program-name').blur());
+  }
+
+  /** @type {number | undefined} */
+  named = undefined;
+
+  /** @param {string} name of the program that is being named */
+  rename(name) {
+    const program = this.all[this.named ?? this.selected];
+    this.named = undefined;
+    const fitting = fittingName(name) || 'Init';
+    if (program !== undefined && program.name !== fitting) {
+      this.page.undo.before('the name');
+      program.name = fitting;
+      this.page.store.keep();
+    }
+    this.show();
+  }
+
+  get isOn() {
+    return this.now.values[ON] === 1;
   }
 
   get now() {
@@ -39,6 +59,7 @@ export class Programs {
 
   /** @param {number} parameter @param {number} value the effect's own, 0 to 1 */
   setValue(parameter, value) {
+    this.page.undo.before(/** @type {string} */ (CHANGES[parameter]));
     this.now.values[parameter] = value;
     this.page.sound.tell({ parameter, value });
     this.showValues();
@@ -61,24 +82,25 @@ export class Programs {
   usePreset(name) {
     const preset = this.page.presets.find(({ symbol }) => symbol === name);
     if (!preset) return;
-    this.setValue(VOLUME, valueAtKnob(preset.volume));
-    this.setValue(FUZZ, valueAtKnob(preset.fuzz));
-    this.page.trim.set(preset.trim);
+    this.page.undo.before(`the preset ${preset.label}`);
+    for (const [parameter, knob] of /** @type {[number, number][]} */ ([[VOLUME, preset.volume], [FUZZ, preset.fuzz]])) {
+      this.now.values[parameter] = valueAtKnob(knob);
+    }
+    this.page.sound.tell({ settings: this.page.settings });
+    this.showValues();
+    this.page.store.keep();
   }
 
   showValues() {
     const { values } = this.now;
     this.fuzz.show(knobAtValue(values[FUZZ]));
     this.volume.show(knobAtValue(values[VOLUME]));
-    button('on').setAttribute('aria-checked', String(values[ON] === 1));
-    this.showPreset();
-  }
+    button('on').setAttribute('aria-checked', String(this.isOn));
+    this.page.level.apply();
 
-  /** The list names the preset that the knobs stand at. */
-  showPreset() {
-    const { values } = this.now;
-    const is = (/** @type {Record<string, any>} */ { volume, fuzz, trim }) =>
-      valueAtKnob(volume) === values[VOLUME] && valueAtKnob(fuzz) === values[FUZZ] && trim === this.page.trim.now;
+    // The list names the preset that the knobs stand at.
+    const is = (/** @type {Record<string, any>} */ { volume, fuzz }) =>
+      valueAtKnob(volume) === values[VOLUME] && valueAtKnob(fuzz) === values[FUZZ];
     select('preset').value = this.page.presets.find(is)?.symbol ?? '';
   }
 
@@ -93,9 +115,11 @@ export class Programs {
       }),
     );
     list.value = String(this.selected);
-    input('program-name').value = this.now.name;
+    if (this.named === undefined) input('program-name').value = this.now.name;
     this.showValues();
   }
+
+  asked = false; // whether an import may replace the player's programs
 
   exportBank() {
     download(new Blob([this.bankText], { type: 'application/json' }), 'brumbler-bank.json');
@@ -105,7 +129,11 @@ export class Programs {
   /** @param {File} file */
   async importBank(file) {
     try {
-      this.all = readBank(await file.text(), this.all, this.page.parameters);
+      const all = readBank(await file.text(), this.all, this.page.parameters);
+      if (!this.asked && !window.confirm('Import replaces your programs. Undo brings them back until you leave the page. Import?')) return;
+      this.asked = true;
+      this.page.undo.before('the import');
+      this.all = all;
       this.selected = 0;
       this.page.sound.tell({ settings: this.page.settings });
       this.show();

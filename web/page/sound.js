@@ -57,6 +57,7 @@ export class Sound {
       onFault: () => say('effect-note', 'The effect stopped working; you hear the dry sound. Reload the page.', true),
       onHalt: () => this.halt(),
     });
+    this.page.level.apply();
     return this.engine;
   }
 

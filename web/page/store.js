@@ -3,23 +3,40 @@ import { readBank } from './bank.js';
 import { say } from './controls.js';
 
 const KEY = 'brumbler';
+const RESTING = 400; // milliseconds
 
 /** What the browser keeps of the page between visits. */
 export class Store {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
     this.page = page;
+    this.resting = 0; // the timer of keep()
   }
 
+  /** Stores everything once nothing has changed for a moment. */
   keep() {
-    const { programs, trim, foot, guitar, listen, view } = this.page;
+    clearTimeout(this.resting);
+    this.resting = setTimeout(() => this.write(), RESTING);
+  }
+
+  /** Stores at once what keep() has left to do. */
+  flush() {
+    if (this.resting !== 0) this.write();
+  }
+
+  write() {
+    clearTimeout(this.resting);
+    this.resting = 0;
+    const { programs, level, foot, guitar, listen, view } = this.page;
     try {
       localStorage.setItem(KEY, JSON.stringify({
         bank: programs.bankText,
         selected: programs.selected,
-        trim: trim.input,
+        level: level.decibels,
+        inputs: guitar.known,
+        device: guitar.device,
+        asked: programs.asked,
         learnt: foot.learnt,
-        warned: guitar.warned,
         loops: listen.loops,
         view,
       }));
@@ -30,15 +47,17 @@ export class Store {
 
   recall() {
     const { page } = this;
-    const { programs, trim, foot, guitar, listen } = page;
+    const { programs, level, foot, guitar, listen } = page;
     try {
       const kept = JSON.parse(localStorage.getItem(KEY) ?? 'null');
       if (!kept) return;
       programs.all = readBank(kept.bank, programs.all, page.parameters);
       if (kept.selected in programs.all) programs.selected = kept.selected;
-      if (Number.isFinite(kept.trim)) trim.input = kept.trim;
+      if (Number.isFinite(kept.level)) level.decibels = kept.level;
+      Object.assign(guitar.known, kept.inputs);
+      if (typeof kept.device?.id === 'string') guitar.device = kept.device;
+      programs.asked = kept.asked === true;
       Object.assign(foot.learnt, kept.learnt);
-      guitar.warned = kept.warned === true;
       listen.loops = kept.loops !== false;
       page.view = kept.view === 'spectrum' ? 'spectrum' : 'wave';
     } catch {
@@ -48,6 +67,7 @@ export class Store {
 
   /** Takes over what another tab stored, so that this tab does not overwrite it. What is chosen and shown here stays. */
   follow() {
+    if (this.resting !== 0) return; // what changed here is newer, and is stored in a moment
     const { programs, listen, sound } = this.page;
     const { selected } = programs;
     const { loops } = listen;
@@ -62,5 +82,7 @@ export class Store {
 
   wire() {
     window.addEventListener('storage', ({ key }) => key === KEY && this.follow());
+    window.addEventListener('pagehide', () => this.flush());
+    document.addEventListener('visibilitychange', () => document.hidden && this.flush());
   }
 }

@@ -1,4 +1,8 @@
 // SPDX-License-Identifier: MIT
+import { decibelText, element, onClick, say } from './controls.js';
+import { peakOf } from './recording.js';
+
+const LISTENING = 5; // seconds for which Auto listens to the input
 
 /** Trim, in dB: the recording's and the input's. It belongs to the source, and the knob shows that of what plays. */
 export class Trim {
@@ -6,8 +10,14 @@ export class Trim {
   constructor(page) {
     this.page = page;
     this.recording = 0;
+    this.fitting = 0; // what Auto sets for the recording
     this.input = 0;
+    this.listening = false;
     this.knob = page.knob('trim', (value) => this.set(value));
+  }
+
+  wire() {
+    onClick('auto', () => this.auto());
   }
 
   get now() {
@@ -16,25 +26,59 @@ export class Trim {
 
   /** Turned by the player. @param {number} decibels */
   set(decibels) {
-    if (this.page.guitar.live) this.input = decibels;
+    this.page.undo.before('Trim');
+    if (this.page.guitar.live) this.page.guitar.keepTrim((this.input = decibels));
     else this.recording = decibels;
     this.tell();
     this.show();
     this.page.store.keep();
   }
 
-  /** The recording's, when it is opened. @param {number} decibels */
-  fit(decibels) {
-    this.recording = decibels;
+  /** The recording's, when it is opened. @param {number} peak of full scale */
+  fit(peak) {
+    this.recording = this.fitting = this.page.module.automaticTrim(peak);
     if (!this.page.guitar.live) this.tell();
+  }
+
+  /** Sets what fits the source: the recording's peak, or that of five seconds of playing. */
+  async auto() {
+    const { live } = this.page.guitar;
+    if (!live) {
+      this.set(this.fitting);
+      say('recording-note', `Trim set to fit the recording: ${decibelText(this.recording)}.`);
+      return;
+    }
+    if (this.listening) return;
+    this.listening = true;
+    say('plug-note', `Play hard for ${LISTENING} seconds …`);
+    const samples = new Float32Array(4096);
+    let peak = 0;
+    for (const end = performance.now() + LISTENING * 1000; performance.now() < end && this.page.guitar.live === live; ) {
+      for (const analyser of live.engine.dry) {
+        analyser.getFloatTimeDomainData(samples);
+        peak = Math.max(peak, peakOf([samples]));
+      }
+      await new Promise((resolve) => setTimeout(resolve, 50));
+    }
+    this.listening = false;
+    if (this.page.guitar.live !== live) return;
+    if (peak < 0.001) {
+      say('plug-note', 'Nothing was heard. Turn up the guitar or the interface, press Auto and play.', true);
+      return;
+    }
+    this.set(Math.round(this.page.module.automaticTrim(peak)));
+    const clipped = peak >= 0.999 ? ' The input clips: turn down the interface, then press Auto again.' : '';
+    say('plug-note', `Trim set to ${decibelText(this.input)}.${clipped}`, clipped !== '');
   }
 
   tell() {
     this.page.sound.tell({ trim: this.now });
+    this.page.level.apply();
   }
 
   show() {
     this.knob.show(this.now);
-    this.page.programs.showPreset();
+    element('auto').title = this.page.guitar.live ? 'Play hard for five seconds: Trim is set from it' : 'Fits the recording';
+    this.page.level.apply();
   }
 }

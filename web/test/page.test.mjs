@@ -112,7 +112,7 @@ test('the worklet plays what is saved, float for float', async () => {
 test('the keyboard reaches and moves everything', async () => {
   const page = await bench.page(bench.urls.file);
   const reached = new Set();
-  for (let i = 0; i < 40; ++i) {
+  for (let i = 0; i < 60; ++i) {
     await page.keyboard.press('Tab');
     reached.add(await page.evaluate(() => {
       const { activeElement: e } = document;
@@ -120,7 +120,7 @@ test('the keyboard reaches and moves everything', async () => {
     }));
   }
   for (const name of ['Recording', 'Play', 'Loop', 'Save WAV', 'Plug in', 'Fuzz', 'Fuzz as a number', 'Volume', 'Trim', 'On',
-    'Program', 'Preset', 'Name', 'Position', 'Spectrum', 'Export bank', 'Import bank', 'Connect MIDI']) {
+    'Program', 'Preset', 'Name', 'Position', 'Spectrum', 'Undo', 'Auto', 'Level', 'Export bank', 'Import bank', 'Connect MIDI']) {
     assert.ok(reached.has(name), `${name} in ${[...reached]}`);
   }
 
@@ -133,12 +133,18 @@ test('the keyboard reaches and moves everything', async () => {
   }
   await page.keyboard.type('7,25\n');
   assert.equal(await attribute(fuzz, 'aria-valuetext'), '7.25');
+  await page.keyboard.type('7\n');
+  assert.equal(await attribute(fuzz, 'aria-valuetext'), '7.00');
+  await page.keyboard.press('3');
+  await page.keyboard.press('Tab'); // leaving the field applies, too
+  assert.equal(await attribute(fuzz, 'aria-valuetext'), '3.00');
+  await fuzz.focus();
   await page.keyboard.press('Space');
   assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
   const play = await control(page, 'button', 'Play');
   await play.focus();
   await page.keyboard.press('Space'); // presses what it stands on
-  await page.waitForFunction(() => document.getElementById('play').ariaPressed === 'true');
+  await page.waitForFunction(() => document.getElementById('play').textContent === 'Stop');
   assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
   assert.deepEqual(page.faults, []);
 });
@@ -194,7 +200,7 @@ test('a recording plays, loops, seeks and switches; the picture stops with it', 
   await page.waitForFunction(() => document.getElementById('time').textContent.startsWith('0:00')); // round and round
   await (await control(page, 'button', 'Loop')).click();
   await position.evaluate((e) => ((e.value = '9.9'), e.dispatchEvent(new Event('input'))));
-  await page.waitForFunction(() => document.getElementById('play').ariaPressed === 'false');
+  await page.waitForFunction(() => document.getElementById('play').textContent === 'Play');
   await pause(2800);
   const rest = await picture();
   await pause(200);
@@ -273,7 +279,18 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
   await preset.select('wall-of-fuzz');
   await turn(page, 'Fuzz', 3);
   await preset.select('wall-of-fuzz'); // once more: a turned knob has left it
-  assert.equal(await attribute(await control(page, 'slider', 'Trim'), 'aria-valuetext'), '14.0 dB');
+  const shown = async () => Promise.all(['Fuzz', 'Volume', 'Trim'].map(async (name) => attribute(await control(page, 'slider', name), 'aria-valuetext')));
+  assert.deepEqual(await shown(), ['10.00', '6.00', '4.0 dB']); // Trim is the riff's own
+  await turn(page, 'Trim', 9);
+  await (await control(page, 'button', 'Auto')).click();
+  assert.equal((await shown())[2], '4.0 dB');
+  const undo = await control(page, 'button', 'Undo');
+  await turn(page, 'Volume', 1);
+  await undo.click();
+  await page.keyboard.down('Control');
+  for (let i = 0; i < 3; ++i) await page.keyboard.press('z'); // Auto and Trim, the preset, Fuzz
+  await page.keyboard.up('Control');
+  assert.deepEqual(await shown(), ['10.00', '6.00', '4.0 dB']);
   await page.reload();
   await page.waitForSelector('#unable[hidden]');
   assert.equal(await attribute(await control(page, 'switch', 'On'), 'aria-checked'), 'false');
@@ -287,6 +304,7 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
     assert.deepEqual([read.name, read['On/Off'], read.VOLUME, read.FUZZ].map(String), expected.map(String));
   }
 
+  page.once('dialog', (dialog) => dialog.accept());
   const theirs = join(bench.folder, 'theirs.json');
   await run(command, ['bank', 'save', theirs, '--force', '--set', '1,volume=1.5,fuzz=9.9,on=0,name=Theirs']);
   await (await page.$('#import')).uploadFile(theirs);
@@ -321,7 +339,7 @@ test('an input plays live, after a warning', async () => {
   await noted(page, 'latency', /^\d+ ms/);
   const { echoCancellation, noiseSuppression, autoGainControl } = await page.evaluate(() => window.wanted);
   assert.deepEqual([echoCancellation, noiseSuppression, autoGainControl], [false, false, false]);
-  assert.equal(await attribute(await control(page, 'slider', 'Trim'), 'aria-valuetext'), '0.0 dB'); // the input's own
+  assert.equal(await attribute(await control(page, 'slider', 'Trim'), 'aria-valuetext'), '12.0 dB'); // the input's own
   await pause(1200); // the fake microphone beeps once a second
   assert.ok((await level(page, 'Input level')) > -40);
   assert.ok((await level(page, 'Output level')) > -40);
