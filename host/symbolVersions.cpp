@@ -83,7 +83,7 @@ int __wrap_pthread_once(int* control, void (*routine)()) {
 // out. Not in here: secure_getenv dates from 2.17, and g++ has strtoul be that of 2.38.
 char* __wrap_secure_getenv(const char*) { return nullptr; }
 #ifdef FIRST_VERSION
-BIND_FIRST(strtoul);
+BIND(strtoul, FIRST_VERSION);
 unsigned long FIRST(strtoul)(const char*, char**, int);
 unsigned long __wrap___isoc23_strtoul(const char* text, char** end, int base) { return FIRST(strtoul)(text, end, base); }
 #endif
