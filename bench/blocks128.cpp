@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <vector>
 
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 #include "tests/PlainChain.h"
 
 #ifdef __wasm__

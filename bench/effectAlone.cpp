@@ -10,7 +10,7 @@
 #include <iterator>
 #include <vector>
 
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 
 int main(int count, char** arguments) {
   constexpr std::size_t kBlock = 512;

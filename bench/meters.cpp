@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "host/HostedEffect.h"
 #include "lv2/LevelMeter.h"
+#include "player/HostedEffect.h"
 
 template <typename Work>
 static double nanoseconds(Work work) {

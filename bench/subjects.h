@@ -7,7 +7,7 @@
 
 #include "effect/Brumbler.h"
 #include "effect/RecursiveMutex.h"
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 #include "tests/PlainChain.h"
 
 // The effect at 44100 Hz, used through its record as a host does.

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "catalog/catalog.h"
-#include "host/HostedEffect.h"
 #include "lv2/BlockLength.h"
 #include "lv2/LevelMeter.h"
 #include "lv2/Trim.h"
+#include "player/HostedEffect.h"
 
 namespace {
 

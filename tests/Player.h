@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "effect/Brumbler.h"
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 
 using Sound = std::vector<double>;
 

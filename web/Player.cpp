@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 Player::Player(int rate, int channels) : tail_(rate, channels, std::nullopt) {
   for (int c = 0; c < channels; ++c) channels_.push_back(std::make_unique<Channel>(rate));

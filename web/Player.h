@@ -4,8 +4,8 @@
 #include <memory>
 #include <vector>
 
-#include "cli/render/Tail.h"
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
+#include "player/Tail.h"
 
 // What the page plays through: one effect for each channel, all with the same settings, with Trim around them, and the
 // end of a sound. Samples are planes of floats, as browsers have them; one thread.

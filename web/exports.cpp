@@ -5,8 +5,8 @@
 #include <memory>
 #include <vector>
 
-#include "cli/riff/Riff.h"
-#include "cli/riff/automaticTrim.h"
+#include "player/Riff.h"
+#include "player/automaticTrim.h"
 #include "web/Player.h"
 
 #define EXPORT(name) extern "C" __attribute__((export_name(#name)))

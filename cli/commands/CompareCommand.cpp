@@ -12,6 +12,7 @@
 #include "cli/commands/Commands.h"
 #include "cli/text/Failure.h"
 #include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 namespace {
 

@@ -19,6 +19,7 @@
 #include "cli/picture/drawSounds.h"
 #include "cli/text/Failure.h"
 #include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 namespace {
 

@@ -10,11 +10,12 @@
 #include "cli/commands/Commands.h"
 #include "cli/commands/EffectOptions.h"
 #include "cli/render/FileRenderer.h"
-#include "cli/render/Tail.h"
 #include "cli/render/renderFolder.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
 #include "cli/text/numbers.h"
+#include "player/Tail.h"
+#include "player/decibels.h"
 
 namespace {
 

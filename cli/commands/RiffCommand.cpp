@@ -7,8 +7,8 @@
 
 #include "cli/audio/AudioWriter.h"
 #include "cli/commands/Commands.h"
-#include "cli/riff/Riff.h"
-#include "cli/text/numbers.h"
+#include "player/Riff.h"
+#include "player/decibels.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <iterator>
 
 #include "catalog/catalog.h"
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 
 namespace {
 

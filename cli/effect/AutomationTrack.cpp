@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 
 namespace {
 

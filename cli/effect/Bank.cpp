@@ -4,7 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "cli/files/JsonFile.h"
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 
 Bank::Bank(const std::string& path, const HostedEffect& effect) : parameters_(parametersOf(effect)) {
   const JsonFile file(path);

@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 
 // The loaded module brumbler.so and its entry function. Must outlive every effect that it made.
 class EffectModule {

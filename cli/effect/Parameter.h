@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "cli/files/JsonFile.h"
-#include "host/HostedEffect.h"
+#include "player/HostedEffect.h"
 
 // The scale on which people read and turn knobs: 0 to 10, as in the effect's own texts. The interface's values run from
 // 0 to 1.

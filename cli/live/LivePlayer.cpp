@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "cli/live/TakeRecorder.h"
-#include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 namespace {
 

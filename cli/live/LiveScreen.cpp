@@ -15,7 +15,7 @@
 #include <memory>
 
 #include "cli/effect/Parameter.h"
-#include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "catalog/catalog.h"
 #include "cli/effect/EffectChannels.h"
-#include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 namespace {
 

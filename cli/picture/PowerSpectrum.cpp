@@ -6,7 +6,7 @@
 #include <complex>
 #include <numbers>
 
-#include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 namespace {
 

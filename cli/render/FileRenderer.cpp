@@ -12,14 +12,14 @@
 #include "cli/audio/AudioWriter.h"
 #include "cli/render/OutputStage.h"
 #include "cli/render/ReadAhead.h"
-#include "cli/render/Tail.h"
 #include "cli/render/WriteBehind.h"
-#include "cli/riff/automaticTrim.h"
 #include "cli/samples/SampleRateConverter.h"
 #include "cli/samples/samples.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
-#include "cli/text/numbers.h"
+#include "player/Tail.h"
+#include "player/automaticTrim.h"
+#include "player/decibels.h"
 
 namespace {
 

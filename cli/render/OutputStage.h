@@ -6,7 +6,7 @@
 #include <optional>
 #include <span>
 
-#include "cli/render/Tail.h"
+#include "player/Tail.h"
 
 class WriteBehind;
 

@@ -11,7 +11,7 @@
 
 #include "cli/session/secondsText.h"
 #include "cli/text/Failure.h"
-#include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 namespace {
 

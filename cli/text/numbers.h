@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cmath>
 #include <string>
 
 // The number that `text` is, from its first character to its last. Throws Failure (usage) naming `option` and the
@@ -17,7 +16,3 @@ std::string shortText(double value);
 inline std::string counted(std::size_t number, const std::string& what) {
   return std::to_string(number) + " " + what + (number == 1 ? "" : "s");
 }
-
-// Levels in dB of amplitudes, full scale being 1 and 0 dBFS.
-inline double amplitude(double decibels) noexcept { return std::pow(10.0, decibels / 20.0); }
-inline double decibels(double amplitude) noexcept { return 20.0 * std::log10(amplitude); }

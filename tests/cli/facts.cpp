@@ -10,10 +10,11 @@
 
 #include "catalog/catalog.h"
 #include "cli/effect/Bank.h"
-#include "cli/render/Tail.h"
-#include "cli/riff/automaticTrim.h"
 #include "dsp/SwitchFader.h"
 #include "effect/Brumbler.h"
+#include "player/Tail.h"
+#include "player/automaticTrim.h"
+#include "player/decibels.h"
 
 namespace {
 

@@ -7,8 +7,8 @@
 #include <limits>
 #include <memory>
 
-#include "cli/render/Tail.h"
 #include "cli/samples/samples.h"
+#include "player/Tail.h"
 #include "tests/cli/CommandLine.h"
 #include "tests/cli/Sounds.h"
 

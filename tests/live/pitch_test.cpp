@@ -8,7 +8,7 @@
 #include <random>
 #include <vector>
 
-#include "cli/riff/PluckedString.h"
+#include "player/PluckedString.h"
 #include "player/PitchDetector.h"
 
 namespace {

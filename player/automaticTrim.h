@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "catalog/catalog.h"
-#include "cli/text/numbers.h"
+#include "player/decibels.h"
 
 // The peak, in dBFS, of a sound that is taken for a guitar at its own level. It is about where the effect itself peaks
 // whatever goes in, so the result comes out near the recording's own peak.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/riff/PluckedString.h"
+#include "player/PluckedString.h"
 
 #include <algorithm>
 #include <cmath>

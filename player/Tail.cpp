@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/render/Tail.h"
+#include "player/Tail.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: MIT
-#include "cli/riff/Riff.h"
+#include "player/Riff.h"
 
 #include <algorithm>
 #include <array>
 #include <cmath>
 #include <numbers>
 
-#include "cli/riff/PluckedString.h"
+#include "player/PluckedString.h"
 
 namespace {
 
