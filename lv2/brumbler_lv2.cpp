@@ -14,26 +14,19 @@
 #include "catalog/catalog.h"
 #include "lv2/BlockLength.h"
 #include "lv2/LevelMeter.h"
-#include "lv2/Trim.h"
-#include "player/HostedEffect.h"
+#include "player/EffectPlayer.h"
 
 namespace {
 
 // The ports' numbers are the bundle's interface and never change: the inputs, the outputs, a control for each parameter
 // of the catalog, and the levels of input and output.
 constexpr std::size_t kNumControls = std::size(catalog::kParameters);
+constexpr std::size_t kMostChannels = 2;
 constexpr std::array<float, kNumControls> kDefaults = [] {
   std::array<float, kNumControls> defaults{};
   for (std::size_t i = 0; i < kNumControls; ++i) defaults[i] = static_cast<float>(catalog::kParameters[i].initial);
   return defaults;
 }();
-
-struct Channel {
-  const float* in = nullptr;
-  float* out = nullptr;
-  std::unique_ptr<double[]> block;
-  std::unique_ptr<HostedEffect> effect;
-};
 
 // One instance in one host. Everything but run() and connectPort() may allocate; run() makes no system call, allocates
 // nothing and waits for no one, whatever the block length.
@@ -41,22 +34,21 @@ class Instance {
  public:
   // `rate` in Hz, `blockLength` in samples. Throws std::bad_alloc when there is no storage.
   Instance(std::int32_t rate, std::int32_t blockLength, std::size_t channels)
-      : rate_(rate), blockLength_(blockLength), channels_(channels), meters_{LevelMeter(rate), LevelMeter(rate)} {
-    for (Channel& channel : channels_) {
-      channel.block.reset(new double[static_cast<std::size_t>(blockLength)]);
-      channel.effect = std::make_unique<HostedEffect>(getinterface, rate, blockLength);
-      if (!channel.effect->exists()) throw std::bad_alloc();
-    }
+      : rate_(rate),
+        player_(createPlayer(rate, blockLength, channels)),
+        in_(channels),
+        out_(channels),
+        meters_{LevelMeter(rate), LevelMeter(rate)} {
     for (std::size_t i = 0; i < kNumControls; ++i) controls_[i] = &kDefaults[i];
   }
 
   // A control that is not connected has its default.
   void connectPort(std::uint32_t port, void* data) noexcept {
-    const std::size_t channels = channels_.size();
+    const std::size_t channels = in_.size();
     if (port < channels) {
-      channels_[port].in = static_cast<const float*>(data);
+      in_[port] = static_cast<const float*>(data);
     } else if (port < 2 * channels) {
-      channels_[port - channels].out = static_cast<float*>(data);
+      out_[port - channels] = static_cast<float*>(data);
     } else if (port < 2 * channels + kNumControls) {
       const std::size_t control = port - 2 * channels;
       controls_[control] = data != nullptr ? static_cast<const float*>(data) : &kDefaults[control];
@@ -65,36 +57,38 @@ class Instance {
     }
   }
 
-  // Forgets all sound. The interface of the effect has no reset, so a new effect takes the place of one that has
-  // played; when there is no storage for it, the old one goes on.
+  // Forgets all sound. The interface of the effect has no reset, so new effects take the place of those that have
+  // played; when there is no storage for them, the old ones go on.
   void activate() noexcept {
-    for (Channel& channel : channels_) {
-      if (fresh_) break;
-      std::unique_ptr<HostedEffect> next(new (std::nothrow) HostedEffect(getinterface, rate_, blockLength_));
-      if (next != nullptr && next->exists()) channel.effect = std::move(next);
+    if (fresh_) return;
+    try {
+      player_ = createPlayer(rate_, player_->blockLength(), in_.size());
+    } catch (const std::bad_alloc&) {
+      player_->stop();
     }
     fresh_ = true;
   }
 
-  // Controls land at the start of the run, which is one block of the effect unless it is longer than blockLength_;
+  // Controls land at the start of the run, which is one block of the effect unless it is longer than was announced;
   // glides then end with the first piece. A run of 0 samples does nothing. Any output may be any input.
   void run(std::uint32_t samples) noexcept {
     if (samples == 0 || !isConnected()) return;
     landParameters();
-    if (fresh_) begin();
-    for (const Channel& channel : channels_) meters_[0].hear(channel.in, samples);
+    if (fresh_) player_->start();  // with the values of the controls at once, whatever the block length
+    fresh_ = false;
+    for (const float* const in : in_) meters_[0].hear(in, samples);
+    std::array<const float*, kMostChannels> in{};
+    std::array<float*, kMostChannels> out{};
     for (std::uint32_t first = 0; first < samples;) {
-      const auto length =
-          static_cast<std::int32_t>(std::min(samples - first, static_cast<std::uint32_t>(blockLength_)));
-      trim_.set(position(catalog::kTrim), length);
-      for (Channel& channel : channels_) trim_.takeOff(channel.in + first, channel.block.get(), length);
-      for (Channel& channel : channels_) {
-        channel.effect->process(channel.block.get(), length);
-        trim_.putBack(channel.block.get(), channel.out + first, length);
+      const std::uint32_t length = std::min(samples - first, static_cast<std::uint32_t>(player_->blockLength()));
+      for (std::size_t c = 0; c < in_.size(); ++c) {
+        in[c] = in_[c] + first;
+        out[c] = out_[c] + first;
       }
-      first += static_cast<std::uint32_t>(length);
+      player_->process(in.data(), out.data(), static_cast<std::int32_t>(length));
+      first += length;
     }
-    for (const Channel& channel : channels_) meters_[1].hear(channel.out, samples);
+    for (const float* const heard : out_) meters_[1].hear(heard, samples);
     for (std::size_t i = 0; i < levels_.size(); ++i) {
       const float level = meters_[i].read(samples);
       if (levels_[i] != nullptr) *levels_[i] = level;
@@ -102,9 +96,14 @@ class Instance {
   }
 
  private:
+  static std::unique_ptr<EffectPlayer> createPlayer(std::int32_t rate, std::int32_t blockLength, std::size_t channels) {
+    auto player = std::make_unique<EffectPlayer>(getinterface, rate, blockLength, static_cast<int>(channels));
+    if (!player->exists()) throw std::bad_alloc();
+    return player;
+  }
+
   bool isConnected() const noexcept {
-    return std::all_of(channels_.begin(), channels_.end(),
-                       [](const Channel& channel) { return channel.in != nullptr && channel.out != nullptr; });
+    return std::count(in_.begin(), in_.end(), nullptr) + std::count(out_.begin(), out_.end(), nullptr) == 0;
   }
 
   // Where a control stands, within its range; what is no number is the lowest. A switch is on above 0.
@@ -119,23 +118,16 @@ class Instance {
 
   void landParameters() noexcept {
     for (int i = 0; i < catalog::kNumEffectParameters; ++i) {
-      const float value = position(i) / static_cast<float>(catalog::kParameters[i].maximum);
-      for (Channel& channel : channels_) channel.effect->setParameter(i, value);
+      player_->setParameter(i, position(i) / static_cast<float>(catalog::kParameters[i].maximum));
     }
-  }
-
-  // The first sound has the values of its controls at once, so that it does not depend on the block length.
-  void begin() noexcept {
-    for (Channel& channel : channels_) channel.effect->start();
-    trim_.reset(position(catalog::kTrim));
-    fresh_ = false;
+    player_->setTrim(position(catalog::kTrim));
   }
 
   std::int32_t rate_;
-  std::int32_t blockLength_;
-  std::vector<Channel> channels_;
+  std::unique_ptr<EffectPlayer> player_;
+  std::vector<const float*> in_;  // by channel; null where nothing is connected
+  std::vector<float*> out_;
   bool fresh_ = true;  // the effects have not heard a sample yet
-  Trim trim_;
   std::array<const float*, kNumControls> controls_{};
   std::array<LevelMeter, 2> meters_;  // of the input and the output
   std::array<float*, 2> levels_{};    // where the host wants them; null where it does not

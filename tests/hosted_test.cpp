@@ -2,8 +2,12 @@
 // The host that the command, the bundle and the others are built on.
 #include <doctest/doctest.h>
 
+#include <limits>
 #include <string>
+#include <tuple>
 
+#include "player/EffectPlayer.h"
+#include "player/decibels.h"
 #include "tests/Player.h"
 
 namespace {
@@ -73,5 +77,55 @@ TEST_CASE("the start of a sound is whole, whatever the blocks, and the same afte
     set(silent, on, 0.7F);
     CHECK(played(silent, {0.0}) == Sound{0.0});  // one sample of silence in the place of start()
     CHECK(played(silent, in) == expected);
+  }
+}
+
+TEST_CASE("all forms in which a player takes a sound give the same samples, trimmed too") {
+  constexpr int kLength = 960, kBlock = 96;
+  constexpr auto inf = std::numeric_limits<double>::infinity();
+  const Sound left = pluckedStrings(kLength), right = pluckedStrings(kLength, 44100.0, 30000);
+  for (const double trim : {0.0, 20.5, -7.3}) {
+    CAPTURE(trim);
+    Sound expected[] = {left, right};
+    for (Sound& sound : expected) {
+      HostedEffect effect(getinterface, 48000, kBlock);
+      set(effect, 1.0F, 0.7F);
+      effect.start();
+      for (double& sample : sound) sample *= amplitude(-trim);
+      for (int at = 0; at < kLength; at += kBlock) effect.process(&sound[static_cast<std::size_t>(at)], kBlock);
+      for (double& sample : sound) sample *= amplitude(trim);
+    }
+    EffectPlayer planes(getinterface, 48000, kBlock, 2), frames(getinterface, 48000, kBlock, 2);
+    for (EffectPlayer* const player : {&planes, &frames}) {
+      for (int channel : {0, 1}) set(player->effect(channel), 1.0F, 0.7F);
+      player->setTrim(trim);
+      player->start();
+    }
+    for (std::size_t at = 0; at < kLength; at += kBlock) {
+      // Crossed: each output lies where the other channel's input was.
+      Sound a(&left[at], &left[at] + kBlock), b(&right[at], &right[at] + kBlock), both;
+      for (std::size_t i = 0; i < kBlock; ++i) both.insert(both.end(), {a[i], b[i]});
+      const double* const in[] = {a.data(), b.data()};
+      double* const out[] = {b.data(), a.data()};
+      planes.process(in, out, kBlock);
+      frames.processFrames(both.data(), kBlock);
+      for (std::size_t i = 0; i < kBlock; ++i) {
+        CHECK((b[i] == expected[0][at + i] && a[i] == expected[1][at + i]));
+        CHECK((both[2 * i] == expected[0][at + i] && both[2 * i + 1] == expected[1][at + i]));
+      }
+    }
+    // What is not finite is silence.
+    double bad[] = {NAN, inf, -inf, 0.25}, clean[] = {0.0, 0.0, 0.0, 0.25};
+    float badFloats[] = {NAN, INFINITY, -INFINITY, 0.25F}, cleanFloats[] = {0.0F, 0.0F, 0.0F, 0.25F};
+    EffectPlayer one(getinterface, 48000, kBlock, 1), two(getinterface, 48000, kBlock, 1);
+    for (const auto& [player, samples, single] : {std::tuple{&one, bad, badFloats}, {&two, clean, cleanFloats}}) {
+      double* const plane = samples;
+      float* const floatPlane = single;
+      player->setTrim(trim);
+      player->start();
+      player->process(&plane, &plane, 4);
+      player->process(&floatPlane, &floatPlane, 4);
+    }
+    for (int i = 0; i < 4; ++i) CHECK((bad[i] == clean[i] && badFloats[i] == cleanFloats[i]));
   }
 }

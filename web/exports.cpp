@@ -7,7 +7,7 @@
 
 #include "player/Riff.h"
 #include "player/automaticTrim.h"
-#include "web/Player.h"
+#include "web/PagePlayer.h"
 
 #define EXPORT(name) extern "C" __attribute__((export_name(#name)))
 
@@ -15,65 +15,56 @@ namespace {
 
 char text[256];  // to and from the page, UTF-8, with a zero behind it
 
-const char* ask(Player& player, EffectOpcode opcode, int index) {
+const char* ask(PagePlayer& player, EffectOpcode opcode, int index) {
   text[0] = '\0';
-  player.effect(0).ask(opcode, index, -1, text);
+  player.player().effect(0).ask(opcode, index, -1, text);
   return text;
-}
-
-template <typename Change>
-void change(Player& player, Change apply) {
-  for (int c = 0; c < player.channels(); ++c) apply(player.effect(c));
 }
 
 }  // namespace
 
-EXPORT(create) Player* create(int rate, int channels) {
-  auto player = std::make_unique<Player>(rate, channels);
-  return player->exists() ? player.release() : nullptr;
+EXPORT(create) PagePlayer* create(int rate, int channels) {
+  auto player = std::make_unique<PagePlayer>(rate, channels);
+  return player->player().exists() ? player.release() : nullptr;
 }
-EXPORT(destroy) void destroy(Player* player) { delete player; }
+EXPORT(destroy) void destroy(PagePlayer* player) { delete player; }
 
 // Where a call may leave the address of what it made.
 EXPORT(place) const float** place() {
   static const float* address;
   return &address;
 }
-EXPORT(longestBlock) int longestBlock() { return Player::kLongestBlock; }
-EXPORT(plane) float* plane(Player& player, int channel) { return player.plane(channel); }
+EXPORT(longestBlock) int longestBlock() { return PagePlayer::kLongestBlock; }
+EXPORT(plane) float* plane(PagePlayer& player, int channel) { return player.plane(channel); }
 EXPORT(text) char* textBuffer() { return text; }
 
 // Parameters and programs count from 0, values are 0 to 1.
-EXPORT(setParameter) void setParameter(Player& player, int index, float value) {
-  change(player, [&](HostedEffect& effect) { effect.setParameter(index, value); });
+EXPORT(setParameter) void setParameter(PagePlayer& player, int index, float value) {
+  player.player().setParameter(index, value);
 }
-EXPORT(setProgram) void setProgram(Player& player, int index) {
-  change(player, [&](HostedEffect& effect) { effect.setProgram(index); });
-}
+EXPORT(setProgram) void setProgram(PagePlayer& player, int index) { player.player().setProgram(index); }
 // The selected program gets the name in text().
-EXPORT(setProgramName) void setProgramName(Player& player) {
-  change(player, [&](HostedEffect& effect) { effect.setProgramName(text); });
-}
-EXPORT(parameter) float parameter(Player& player, int index) { return player.effect(0).parameter(index); }
-EXPORT(setTrim) void setTrim(Player& player, double decibels) { player.setTrim(decibels); }
+EXPORT(setProgramName) void setProgramName(PagePlayer& player) { player.player().setProgramName(text); }
+EXPORT(parameter) float parameter(PagePlayer& player, int index) { return player.player().effect(0).parameter(index); }
+EXPORT(setTrim) void setTrim(PagePlayer& player, double decibels) { player.player().setTrim(decibels); }
 
 // What the effect would show for a value, and its name for the selected program.
-EXPORT(displayText) const char* displayText(Player& player, int index, float value) {
+EXPORT(displayText) const char* displayText(PagePlayer& player, int index, float value) {
   text[0] = '\0';
-  player.effect(0).extension().getParameterDisplayOf(index, value, text);
+  player.player().effect(0).extension().getParameterDisplayOf(index, value, text);
   return text;
 }
-EXPORT(programName) const char* programName(Player& player) { return ask(player, EffectOpcode::getProgramName, 0); }
+EXPORT(programName) const char* programName(PagePlayer& player) { return ask(player, EffectOpcode::getProgramName, 0); }
 
-EXPORT(process) void process(Player& player, int length) { player.process(length); }
+EXPORT(process) void process(PagePlayer& player, int length) { player.process(length); }
 
 // Behind the end of a sound, until isTailComplete(): the number of samples that belong to it, to be found at tail().
-EXPORT(playTail) int playTail(Player& player, const float** kept) {
+EXPORT(playTail) int playTail(PagePlayer& player, const float** kept) {
   const std::vector<float>& samples = player.playTail();
   *kept = samples.data();
   return static_cast<int>(samples.size());
 }
-EXPORT(isTailComplete) int isTailComplete(Player& player) { return player.isTailComplete() ? 1 : 0; }
+EXPORT(isTailComplete) int isTailComplete(PagePlayer& player) { return player.isTailComplete() ? 1 : 0; }
 
 EXPORT(automaticTrim) double automaticTrimFor(double peak) { return automaticTrim(peak); }
 

@@ -101,12 +101,12 @@ EffectSettings EffectOptions::settings(const EffectModule& module) const {
     const catalog::Parameter& parameter = catalog::kParameters[i];
     const auto given = knobs_.find(static_cast<catalog::Index>(i));
     if (given != knobs_.end()) {
-      settings.values[parameter.name] = valueAtKnob(given->second);
+      settings.values[i] = valueAtKnob(given->second);
     } else if (preset_ != nullptr && parameter.scale == catalog::Scale::knob) {
-      settings.values[parameter.name] = valueAtKnob(preset_->values[i]);
+      settings.values[i] = valueAtKnob(preset_->values[i]);
     }
   }
-  if (off_) settings.values[catalog::kParameters[catalog::kOn].name] = 0.0F;
+  if (off_) settings.values[catalog::kOn] = 0.0F;
   if (bank_.empty() && program_.empty()) return settings;
   const std::unique_ptr<HostedEffect> prototype = module.createEffect(44100, 1);
   if (!bank_.empty()) settings.bank.emplace(bank_, *prototype);

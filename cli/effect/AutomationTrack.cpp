@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <limits>
 
-#include "player/HostedEffect.h"
+#include "player/EffectPlayer.h"
 
 namespace {
 
@@ -62,9 +62,9 @@ std::int64_t AutomationTrack::nextCut(std::int64_t position) const {
   return cut;
 }
 
-void AutomationTrack::apply(HostedEffect& effect, std::int64_t from, std::int64_t to) const {
+void AutomationTrack::apply(EffectPlayer& player, std::int64_t from, std::int64_t to) const {
   for (const ProgramChange& change : programChanges) {
-    if (change.frame == from) effect.setProgram(change.program);
+    if (change.frame == from) player.setProgram(change.program);
   }
-  for (const Lane& lane : lanes) effect.setParameter(lane.parameter, valueOf(lane, from, to));
+  for (const Lane& lane : lanes) player.setParameter(lane.parameter, valueOf(lane, from, to));
 }

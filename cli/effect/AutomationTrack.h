@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <vector>
 
-class HostedEffect;
+class EffectPlayer;
 
 // Parameter values and program changes over time, in frames at the effect's rate.
 //
@@ -36,5 +36,5 @@ struct AutomationTrack {
   std::int64_t nextCut(std::int64_t position) const;
 
   // Sets what the block [from, to) needs. A program change sets all parameters; those that have a lane go on along it.
-  void apply(HostedEffect& effect, std::int64_t from, std::int64_t to) const;
+  void apply(EffectPlayer& player, std::int64_t from, std::int64_t to) const;
 };

@@ -16,26 +16,24 @@
 struct EffectSettings {
   int block = 512;  // samples a call, at most
   std::optional<Bank> bank;
-  std::optional<int> program;           // from 0
-  std::map<std::string, float> values;  // the effect's, by the names of its parameters
+  std::optional<int> program;   // from 0
+  std::map<int, float> values;  // the effect's, by parameter
 
   // Puts them into an effect, in the order above.
   void applyTo(HostedEffect& effect) const;
 };
 
-// One effect for each channel of a sound, all with the same settings, and the automation that moves them.
+// The player of a sound, with its settings and the automation that moves them.
 class EffectChannels {
  public:
   EffectChannels(const EffectModule& module, const EffectSettings& settings, AutomationTrack automation, int rate,
                  int channels);
 
-  // Replaces `frames` interleaved frames by the effects' answer. Calls follow one another without a gap.
+  // Plays `frames` interleaved frames in place. Each call continues where the one before ended.
   void process(double* samples, int frames);
 
  private:
-  int block_;
+  std::unique_ptr<EffectPlayer> player_;
   AutomationTrack automation_;
   std::int64_t position_ = 0;  // frames since the start
-  std::vector<std::unique_ptr<HostedEffect>> effects_;
-  std::vector<double> scratch_;
 };

@@ -58,8 +58,17 @@ EffectModule::EffectModule(const std::string& path) : path_(path.empty() ? findM
 
 std::unique_ptr<HostedEffect> EffectModule::createEffect(int rate, int blockLength) const {
   auto effect = std::make_unique<HostedEffect>(entry_, rate, blockLength);
-  if (!effect->exists()) {
-    throw Failure(path_ + ": the module " + effect->fault() + "; give the path of brumbler.so with --module");
-  }
+  requireNoFault(effect->fault());
   return effect;
+}
+
+std::unique_ptr<EffectPlayer> EffectModule::createPlayer(int rate, int blockLength, int channels) const {
+  auto player = std::make_unique<EffectPlayer>(entry_, rate, blockLength, channels);
+  requireNoFault(player->fault());
+  return player;
+}
+
+void EffectModule::requireNoFault(const char* fault) const {
+  if (fault == nullptr) return;
+  throw Failure(path_ + ": the module " + fault + "; give the path of brumbler.so with --module");
 }

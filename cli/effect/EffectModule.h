@@ -4,7 +4,7 @@
 #include <memory>
 #include <string>
 
-#include "player/HostedEffect.h"
+#include "player/EffectPlayer.h"
 
 // The loaded module brumbler.so and its entry function. Must outlive every effect that it made.
 class EffectModule {
@@ -20,7 +20,12 @@ class EffectModule {
   // module answers none, or one that cannot be driven. Any thread may call.
   std::unique_ptr<HostedEffect> createEffect(int rate, int blockLength) const;
 
+  // The same for a player of `channels` channels, at least 1.
+  std::unique_ptr<EffectPlayer> createPlayer(int rate, int blockLength, int channels) const;
+
  private:
+  void requireNoFault(const char* fault) const;
+
   struct Unload {
     void operator()(void* library) const noexcept;
   };

@@ -8,7 +8,6 @@
 #include <thread>
 
 #include "cli/live/TakeRecorder.h"
-#include "player/decibels.h"
 
 namespace {
 
@@ -47,32 +46,25 @@ LivePlayer::Pause::Pause(LivePlayer& player) : player_(player) {
 LivePlayer::Pause::~Pause() { player_.busy_.clear(std::memory_order_release); }
 
 LivePlayer::LivePlayer(const EffectModule& module, int channels, double trim, int midiChannel, const MidiMap& map)
-    : takeOff_(amplitude(-trim)),
-      putBack_(amplitude(trim)),
+    : player_(module.createPlayer(kFirstRate, kFirstLength, channels)),
       midiChannel_(midiChannel),
       map_(&map),
-      scratch_(kFirstLength),
       changes_(kMostChanges),
       heard_(kMostChanges) {
-  for (int i = 0; i < channels; ++i) {
-    effects_.push_back(module.createEffect(kFirstRate, kFirstLength));
-  }
+  player_->setTrim(trim);
 }
 
 void LivePlayer::announce(int rate, int longest) {
   const Pause pause(*this);
   const bool isNewRate = rate != rate_;
-  scratch_.resize(static_cast<std::size_t>(longest));
   if (isNewRate) {  // nothing rings on, nothing glides on
-    for (int p = 0; p < kNumParameters; ++p) setEffects(p, value(program(), p));
+    for (int p = 0; p < kNumParameters; ++p) player_->setParameter(p, value(program(), p));
     volumeAt_ = value(program(), kVolume);
     glideLeft_ = 0;
   }
-  for (const auto& effect : effects_) {
-    effect->stop();
-    effect->announce(rate, longest);
-    effect->start();
-  }
+  player_->stop();
+  player_->announce(rate, longest);
+  player_->start();
   if (!isNewRate) return;
   rate_ = rate;
   fadeLength_ = std::max(1, static_cast<int>(kFadeSeconds * rate));
@@ -107,7 +99,7 @@ void LivePlayer::begin(const float* const* in, float* const* out, int frames) no
     entered_ = false;
   }
   if (!entered_) {
-    for (std::size_t c = 0; c < effects_.size(); ++c) std::fill_n(out[c], frames, 0.0F);
+    for (std::size_t c = 0; c < channelCount(); ++c) std::fill_n(out[c], frames, 0.0F);
     return;
   }
   for (LiveChange change{}; changes_.read(&change, 1) > 0;) land(change);
@@ -140,7 +132,7 @@ void LivePlayer::receive(int frame, const std::uint8_t* bytes, std::size_t size)
 void LivePlayer::end() noexcept {
   if (!entered_) return;
   playTo(frames_);
-  for (std::size_t c = 0; c < effects_.size(); ++c) {
+  for (std::size_t c = 0; c < channelCount(); ++c) {
     measure(peakIn_[c], clippedIn_, in_[c], frames_);
     measure(peakOut_[c], clippedOut_, out_[c], frames_);
   }
@@ -206,24 +198,20 @@ void LivePlayer::setKnob(int parameter, float value) noexcept {
   if (parameter == kVolume) {
     glideLeft_ = kGlide;
   } else {
-    setEffects(parameter, value);
+    player_->setParameter(parameter, value);
   }
 }
 
 void LivePlayer::select(int program) noexcept {
   program_.store(program, relaxed);
-  setEffects(kOnOff, value(program, kOnOff));
-  setEffects(kFuzz, value(program, kFuzz));
+  player_->setParameter(kOnOff, value(program, kOnOff));
+  player_->setParameter(kFuzz, value(program, kFuzz));
   if (value(program, kVolume) != volumeAt_) glideLeft_ = kGlide;
-}
-
-void LivePlayer::setEffects(int parameter, float value) noexcept {
-  for (const auto& effect : effects_) effect->setParameter(parameter, value);
 }
 
 void LivePlayer::playTo(int frame) noexcept {
   for (frame = std::min(frame, frames_); position_ < frame;) {
-    int length = std::min(frame - position_, static_cast<int>(scratch_.size()));
+    int length = std::min(frame - position_, player_->blockLength());
     if (glideLeft_ > 0) length = std::min(length, glideLeft_);
     playPiece(length);
   }
@@ -234,19 +222,16 @@ void LivePlayer::playPiece(int length) noexcept {
     // The effect moves VOLUME evenly over each piece, so the end of the piece lies on the line.
     const double target = value(program_.load(relaxed), kVolume);
     volumeAt_ = length == glideLeft_ ? target : volumeAt_ + (target - volumeAt_) * length / glideLeft_;
-    setEffects(kVolume, static_cast<float>(volumeAt_));
+    player_->setParameter(kVolume, static_cast<float>(volumeAt_));
     glideLeft_ -= length;
   }
-  for (std::size_t c = 0; c < effects_.size(); ++c) {
-    const float* const in = in_[c] + position_;
-    float* const out = out_[c] + position_;
-    for (int i = 0; i < length; ++i) {
-      const bool isFinite = std::fabs(in[i]) <= std::numeric_limits<float>::max();
-      scratch_[static_cast<std::size_t>(i)] = (isFinite ? in[i] : 0.0) * takeOff_;
-    }
-    effects_[c]->process(scratch_.data(), length);
-    for (int i = 0; i < length; ++i) out[i] = static_cast<float>(scratch_[static_cast<std::size_t>(i)] * putBack_);
+  std::array<const float*, kMostChannels> in{};
+  std::array<float*, kMostChannels> out{};
+  for (std::size_t c = 0; c < channelCount(); ++c) {
+    in[c] = in_[c] + position_;
+    out[c] = out_[c] + position_;
   }
+  player_->process(in.data(), out.data(), length);
   if (ending_.load(relaxed)) fade(length);
   position_ += length;
 }
@@ -255,7 +240,7 @@ void LivePlayer::fade(int length) noexcept {
   if (fadeLeft_ < 0) fadeLeft_ = fadeLength_;
   for (int i = 0; i < length; ++i) {
     const float gain = static_cast<float>(fadeLeft_) / static_cast<float>(fadeLength_);
-    for (std::size_t c = 0; c < effects_.size(); ++c) out_[c][position_ + i] *= gain;
+    for (std::size_t c = 0; c < channelCount(); ++c) out_[c][position_ + i] *= gain;
     if (fadeLeft_ > 0) --fadeLeft_;
   }
 }
@@ -268,7 +253,7 @@ LivePlayer::Values LivePlayer::values(int program) const noexcept {
 
 LivePlayer::Peaks LivePlayer::takePeaks() noexcept {
   Peaks peaks;
-  for (std::size_t c = 0; c < effects_.size(); ++c) {
+  for (std::size_t c = 0; c < channelCount(); ++c) {
     peaks.in[c] = peakIn_[c].exchange(0.0F, relaxed);
     peaks.out[c] = peakOut_[c].exchange(0.0F, relaxed);
   }

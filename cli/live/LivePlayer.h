@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <vector>
 
 #include "catalog/catalog.h"
 #include "cli/effect/EffectModule.h"
@@ -47,7 +46,7 @@ class LivePlayer {
   // MIDI messages of other channels than `midiChannel`, 0 to 15, are left out; -1 takes all. `map` must outlive this.
   LivePlayer(const EffectModule& module, int channels, double trim, int midiChannel, const MidiMap& map);
 
-  int channels() const noexcept { return static_cast<int>(effects_.size()); }
+  int channels() const noexcept { return player_->channels(); }
 
   // Keeps the audio thread away from the effects while it lives: it plays silence meanwhile. Any thread but that one.
   class Pause {
@@ -120,17 +119,15 @@ class LivePlayer {
   void act(LiveAction action, const MidiControl& control) noexcept;
   void setKnob(int parameter, float value) noexcept;
   void select(int program) noexcept;
-  void setEffects(int parameter, float value) noexcept;
   void playTo(int frame) noexcept;
   void playPiece(int length) noexcept;
   void fade(int length) noexcept;
 
-  std::vector<std::unique_ptr<HostedEffect>> effects_;
-  double takeOff_;
-  double putBack_;
+  std::size_t channelCount() const noexcept { return static_cast<std::size_t>(player_->channels()); }
+
+  std::unique_ptr<EffectPlayer> player_;
   int midiChannel_;
   const MidiMap* map_;
-  std::vector<double> scratch_;  // as long as the longest piece
   std::atomic<int> rate_ = 0;
 
   LockFreeRing<LiveChange> changes_;

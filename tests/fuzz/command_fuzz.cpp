@@ -29,13 +29,13 @@ std::string memoryFile(const void* bytes, std::size_t size) {
   return "/proc/self/fd/" + std::to_string(descriptor);
 }
 
-void automate(const std::string& path, HostedEffect& effect, std::optional<std::int64_t> frames) {
-  const AutomationTrack track = Automation(path, effect).trackFor(frames, 44100, kRate);
+void automate(const std::string& path, EffectPlayer& player, std::optional<std::int64_t> frames) {
+  const AutomationTrack track = Automation(path, player.effect(0)).trackFor(frames, 44100, kRate);
   std::int64_t position = 0;
   for (int block = 0; block < 100 && position < 1000000; ++block) {
     const std::int64_t next = track.nextCut(position);
     require(next > position, "every block has samples");
-    track.apply(effect, position, next);
+    track.apply(player, position, next);
     position = next;
   }
 }
@@ -66,13 +66,13 @@ void listen(const std::string& path) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
   static const EffectModule module("");
-  static const auto hosted = module.createEffect(kRate, 64);
-  HostedEffect& effect = *hosted;
+  static const auto player = module.createPlayer(kRate, 64, 2);
+  HostedEffect& effect = player->effect(0);
   if (size == 0) return 0;
   const std::string path = memoryFile(data + 1, size - 1);
   try {
-    if (data[0] == 'a') automate(path, effect, 10000);
-    if (data[0] == 'a') automate(path, effect, std::nullopt);
+    if (data[0] == 'a') automate(path, *player, 10000);
+    if (data[0] == 'a') automate(path, *player, std::nullopt);
     if (data[0] == 'b') keep(path, effect);
     if (data[0] == 's') listen(path);
   } catch (const Failure& failure) {
