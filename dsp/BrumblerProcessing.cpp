@@ -22,9 +22,9 @@ namespace {
 constexpr float kLeastVolume = -0.8F;
 constexpr float kLargestVolume = 10.0F;
 
-// FUZZ: the 110 Hz peak boosts by 0.8 FUZZ^4 dB, so its histories may hold that much more than the signal. They decay by
-// exp(-pi 110 Hz t / 0.8), 75 dB in 20 ms. At 1.7 the boost is 6.7 dB: what a full-scale signal left is then 3.8e-4, less
-// than half the smallest clipping threshold, 8e-4 at FUZZ 1.
+// FUZZ: the 110 Hz peak boosts by 0.8 FUZZ^4 dB, so its histories may hold that much more than the signal. They decay
+// by exp(-pi 110 Hz t / 0.8), 75 dB in 20 ms. At 1.7 the boost is 6.7 dB: what a full-scale signal left is then 3.8e-4,
+// less than half the smallest clipping threshold, 8e-4 at FUZZ 1.
 constexpr float kLargestFuzz = 1.7F;
 
 // Whatever the samples and parameters, histories stay far below this at usual rates. (Below 4 kHz the fixed sections at

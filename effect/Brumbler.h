@@ -29,7 +29,8 @@ struct Taper;
 // one array or two that do not overlap.
 //
 // Bad input: if a block contains a NaN, an infinity or a sample beyond 1e36, its output is unspecified but finite, and
-// the next block starts from silent histories. VOLUME plays as -0.8 to 10 and FUZZ as -1.7 to 1.7 at most; NaN plays as 0.
+// the next block starts from silent histories. VOLUME plays as -0.8 to 10 and FUZZ as -1.7 to 1.7 at most; NaN plays as
+// 0.
 //
 // Storage: everything is allocated by construction, setSampleRate and setBlockSize. A block no longer than the
 // announced length allocates nothing; a longer one grows the work buffers once. When storage runs out the effect passes

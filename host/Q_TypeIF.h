@@ -19,9 +19,9 @@ class Q_TypeIF {
 // The module's two entries; they do the same. Each call makes one new effect and a wrapper for it. Null when storage
 // ran out, the host answers version 0 or throws, or there is no callback. Any thread may call.
 //
-// The callback had better not throw. What it throws is caught and freed; but where the module brings its own C++ runtime
-// the host's has not seen that, and std::uncaught_exceptions() counts the exception on that thread ever after. A thread
-// that ends within the callback (cancelled, or by pthread_exit) does end, and leaves nothing behind.
+// The callback had better not throw. What it throws is caught and freed; but where the module brings its own C++
+// runtime the host's has not seen that, and std::uncaught_exceptions() counts the exception on that thread ever after.
+// A thread that ends within the callback (cancelled, or by pthread_exit) does end, and leaves nothing behind.
 extern "C" {
 [[gnu::visibility("default")]] Q_TypeIF* getinterface(audioMasterCallback audioMaster);
 [[gnu::visibility("default")]] Q_TypeIF* QTypeIF(audioMasterCallback audioMaster);

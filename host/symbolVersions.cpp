@@ -79,13 +79,15 @@ int __wrap_pthread_once(int* control, void (*routine)()) {
   return 0;
 }
 
-// From version 13 on the runtime reads an environment variable that sizes its reserve for exceptions when storage has run
-// out. Not in here: secure_getenv dates from 2.17, and g++ has strtoul be that of 2.38.
+// From version 13 on the runtime reads an environment variable that sizes its reserve for exceptions when storage has
+// run out. Not in here: secure_getenv dates from 2.17, and g++ has strtoul be that of 2.38.
 char* __wrap_secure_getenv(const char*) { return nullptr; }
 #ifdef FIRST_VERSION
 BIND(strtoul, FIRST_VERSION);
 unsigned long FIRST(strtoul)(const char*, char**, int);
-unsigned long __wrap___isoc23_strtoul(const char* text, char** end, int base) { return FIRST(strtoul)(text, end, base); }
+unsigned long __wrap___isoc23_strtoul(const char* text, char** end, int base) {
+  return FIRST(strtoul)(text, end, base);
+}
 #endif
 
 // The unwinder only asks whether there is one, to know whether there may be threads.

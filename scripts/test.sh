@@ -4,22 +4,24 @@
 #
 #   scripts/test.sh [--all] [TARGET...]
 #
-# Without a TARGET all of them: those that CMakePresets.json names, `web` (the page, preset `wasm`), and `package` (the
-# Debian packages and the archive, tests/package.sh). `release` comes first: the others compare their output with it.
+# Without a TARGET all of them: those that CMakePresets.json names, `web` (the page, preset `wasm`), `package` (the
+# Debian packages and the archive, tests/package.sh) and `documents` (the commands in the documents, tests/documents.py).
+# `release` comes first: the others compare their output with it.
 #
 # Status 0 if every test of every target passed. A target whose compiler, libraries or emulator cannot be installed is
-# left out, and the last lines say so; with --all that is a failure.
+# left out, and the last lines say so; with --all that is a failure, and so is a compiler's warning.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
-readonly targets=(release i386 armhf aarch64 web asan tsan fuzz package)
+readonly targets=(release i386 armhf aarch64 web asan tsan fuzz package documents)
 
-# The group of scripts/setup that a target needs.
-group() {
+# The groups of scripts/setup that a target needs.
+groups() {
   case "$1" in
     release) echo test ;;
     armhf | aarch64) echo arm ;;
     asan | tsan | fuzz) echo sanitizers ;;
     package) echo packages ;;
+    documents) echo test web bench ;;
     *) echo "$1" ;;
   esac
 }
@@ -78,14 +80,40 @@ quietly() {
   }
 }
 
+tests=0
+failures=0
+# Adds the tests of a target to the two counts above.
+count() {
+  tests=$((tests + $1))
+  failures=$((failures + $2))
+}
+
+# Runs $@, a target that is one test.
+single_test() {
+  "$@"
+  local status=$?
+  count 1 $((status != 0))
+  return "$status"
+}
+
 run() {
-  if [[ $1 == package ]]; then
-    tests/package.sh
-    return
-  fi
-  quietly "$1-configure" cmake --preset "$1" &&
-    cmake --build --preset "$1" --parallel "$(nproc)" &&
-    ctest --preset "$1" --no-tests=error
+  case "$1" in
+    package) single_test tests/package.sh ;;
+    documents) single_test tests/documents.py ;;
+    *)
+      quietly "$1-configure" cmake --preset "$1" "-DCMAKE_COMPILE_WARNING_AS_ERROR=${all:-no}" &&
+        cmake --build --preset "$1" --parallel "$(nproc)" || {
+        count 1 1
+        return 1
+      }
+      local -r report=$PWD/build/$1-tests.xml
+      ctest --preset "$1" --no-tests=error --output-junit "$report"
+      local status=$?
+      # shellcheck disable=SC2046  # two numbers
+      count $(sed -n 's/^\ttests="\([0-9]*\)"$/\1/p; s/^\tfailures="\([0-9]*\)"$/\1/p' "$report")
+      return "$status"
+      ;;
+  esac
 }
 
 all=
@@ -106,12 +134,13 @@ for target in "${@:-${targets[@]}}"; do
   printf '\n== %s ==\n' "$target"
   started=$SECONDS
   # 3 is a package that the sources do not have; what lacks it says so below, or tests less.
-  scripts/setup "$(group "$target")"
+  # shellcheck disable=SC2046  # several words
+  scripts/setup $(groups "$target")
   installed=$?
   lack=$(lacking "$target")
   if [[ -z $lack && $installed -ne 0 && -n $all ]]; then lack="not all of its packages could be installed"; fi
   if [[ -n $lack ]]; then
-    [[ -z $all ]] || status=1
+    if [[ -n $all ]]; then status=1 && count 1 1; fi
     summary+=("$(printf '%-8s %s: %s' "$target" "${all:+FAILED, }left out" "${lack//$'\n'/, }")")
     continue
   fi
@@ -125,4 +154,7 @@ done
 
 printf '\n'
 printf '%s\n' "${summary[@]}"
+# As ctest ends.
+((tests == 0)) || printf '\n%d%% tests passed, %d tests failed out of %d\n\nTotal time (real) = %d sec\n' \
+  $((100 * (tests - failures) / tests)) "$failures" "$tests" "$SECONDS"
 exit "$status"

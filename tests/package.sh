@@ -70,7 +70,7 @@ broken_links() {
   done
 }
 holds "the documents' and units' links hold" nothing "$(broken_links "$share/doc/brumbler")"
-holds "the manual page has no fault" nothing "$(LC_ALL=C.UTF-8 MANROFFSEQ= man --warnings -l "$share"/man/man1/brumbler.1.gz 2>&1 >/dev/null)"
+holds "the manual page has no fault" nothing "$(LC_ALL=C.UTF-8 MANROFFSEQ='' man --warnings -l "$share"/man/man1/brumbler.1.gz 2>&1 >/dev/null)"
 completes() {
   bash -c 'source "$1" && COMP_WORDS=(brumbler rend) COMP_CWORD=1 && _brumbler "$2" && [[ ${COMPREPLY[*]} == render ]]' - \
     "$share/bash-completion/completions/brumbler" "$root/usr/bin/brumbler"

@@ -147,7 +147,8 @@ JsonFile::JsonFile(const std::string& path) : name_(path) {
     throw Failure(path + ", line " + std::to_string(where) + ": " + what);
   };
   if (notes.beyondLine != 0) failAt(notes.beyondLine, "nests deeper or has a longer key than any file of this kind");
-  if (!parsed) failAt(notes.badLine, "is not valid JSON; look for a missing comma, quote or bracket there or just before");
+  if (!parsed)
+    failAt(notes.badLine, "is not valid JSON; look for a missing comma, quote or bracket there or just before");
   if (!notes.twice.empty()) failAt(notes.twiceLine, "\"" + notes.twice + "\" is given twice; keep one");
   root_ = json::parse(text);
 }

@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "player/PluckedString.h"
 #include "player/PitchDetector.h"
+#include "player/PluckedString.h"
 
 namespace {
 
