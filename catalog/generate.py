@@ -105,13 +105,12 @@ def pedal_header():
 
 def audio_port(uri, direction, symbol):
     """A port of audio. SIDE_left and SIDE_right belong to the group SIDE."""
-    name = symbol.replace("_", " ").capitalize()
     side, _, place = symbol.partition("_")
-    group = [f"pg:group <{uri}#{side}>", f"lv2:designation pg:{place}"] if place else []
-    return [f"a lv2:AudioPort , lv2:{direction}Port", symbol, name, *group]
+    member = [f"pg:group <{uri}#{side}>", f"lv2:designation pg:{place}"] if place else []
+    return [f"a lv2:AudioPort , lv2:{direction}Port", symbol, symbol.replace("_", " ").capitalize(), *member]
 
 
-def control_port(p):
+def control_port(uri, p):
     """The port of a parameter. Only the switch has scale points: hosts show a port that has any as a list of them."""
     steps = f"pprops:rangeSteps {p['steps']}"
     scale = {
@@ -121,13 +120,13 @@ def control_port(p):
         "decibels": ["units:unit units:db", steps],
     }[p["scale"]]
     return ["a lv2:ControlPort , lv2:InputPort", p["symbol"], p["label"], f"rdfs:comment {quote(p['does'])}",
-            *(f"lv2:{key} {decimal(p[key])}" for key in ["default", "minimum", "maximum"]),
+            f"pg:group <{uri}#pedal>", *(f"lv2:{key} {decimal(p[key])}" for key in ["default", "minimum", "maximum"]),
             f"pprops:displayPriority {p['priority']}", *scale]
 
 
-def level_port(symbol, name, does):
-    return ["a lv2:ControlPort , lv2:OutputPort", symbol, name, f"rdfs:comment {quote(does)}", "lv2:minimum 0.0",
-            "lv2:maximum 1.0", "units:unit units:coef"]
+def level_port(uri, symbol, name, does):
+    return ["a lv2:ControlPort , lv2:OutputPort", symbol, name, f"rdfs:comment {quote(does)}",
+            f"pg:group <{uri}#levels>", "lv2:default 0.0", "lv2:minimum 0.0", "lv2:maximum 1.0", "units:unit units:coef"]
 
 
 def port(index, fields):
@@ -137,9 +136,8 @@ def port(index, fields):
     return "[\n\t\t" + " ;\n\t\t".join(lines) + "\n\t]"
 
 
-def stereo_group(uri, direction, symbol):
-    return (f'<{uri}#{symbol}>\n\ta pg:StereoGroup , pg:{direction}Group ;\n\tlv2:name "{symbol.capitalize()}" ;\n'
-            f'\tlv2:symbol "{symbol}"')
+def group(uri, kinds, symbol):
+    return f'<{uri}#{symbol}>\n\ta {kinds} ;\n\tlv2:name "{symbol.capitalize()}" ;\n\tlv2:symbol "{symbol}"'
 
 
 def modgui(uri):
@@ -161,17 +159,21 @@ def turtle(folder, project):
                                     ("urn:brumbler:fuzz:stereo", "Brumbler stereo", ", in stereo", ["_left", "_right"])]:
         ports = [audio_port(uri, "Input", "in" + side) for side in sides]
         ports += [audio_port(uri, "Output", "out" + side) for side in sides]
-        ports += [control_port(p) for p in PARAMETERS]
-        ports += [level_port("in_level", "Input level", "The peak of the input, of the louder channel; 1 is full scale."),
-                  level_port("out_level", "Output level", "The peak of the output, of the louder channel; 1 is full scale.")]
-        groups = f" ;\n\tpg:mainInput <{uri}#in> ;\n\tpg:mainOutput <{uri}#out> .\n\n" + " .\n\n".join(
-            [stereo_group(uri, "Input", "in"), stereo_group(uri, "Output", "out")])
+        ports += [control_port(uri, p) for p in PARAMETERS]
+        ports += [level_port(uri, f"{side}_level", f"{word} level", f"The peak of the {word.lower()}; 1 is full scale."
+                             + (" Of the louder channel." if len(sides) > 1 else ""))
+                  for side, word in [("in", "Input"), ("out", "Output")]]
+        groups = [group(uri, "pg:InputGroup", "pedal"), group(uri, "pg:OutputGroup", "levels")]
+        mains = ""
+        if len(sides) > 1:
+            groups += [group(uri, "pg:StereoGroup , pg:InputGroup", "in"), group(uri, "pg:StereoGroup , pg:OutputGroup", "out")]
+            mains = f" ;\n\tpg:mainInput <{uri}#in> ;\n\tpg:mainOutput <{uri}#out>"
         plugins += fill(LV2 / "plugin.ttl.in", {
             "URI": uri, "NAME": name, "ABOUT": project["DESCRIPTION"] + about,
             # LV2's rule: even numbers are releases, and a new major version would get a new URI.
             "LV2_MINOR": 2 * (minor + 1), "LV2_MICRO": 2 * micro,
             "PORTS": " , ".join(port(i, fields) for i, fields in enumerate(ports)),
-            "GROUPS": groups if len(sides) > 1 else "",
+            "MAINS": mains, "GROUPS": " .\n\n".join(groups),
         })
         manifest += (f"\n<{uri}>\n\ta lv2:Plugin ;\n\tlv2:binary <brumbler_lv2{project['SUFFIX']}> ;\n"
                      "\trdfs:seeAlso <brumbler.ttl> , <modgui.ttl> .\n")
