@@ -2,9 +2,12 @@
 // What the page and its worklet call, in the order in which they do. Handles are addresses; 0 is none. Texts and
 // samples stay where they are until the next call.
 #include <cmath>
+#include <cstring>
+#include <limits>
 #include <memory>
 #include <vector>
 
+#include "player/PitchDetector.h"
 #include "player/Riff.h"
 #include "player/automaticTrim.h"
 #include "web/PagePlayer.h"
@@ -80,3 +83,23 @@ EXPORT(playRiff) int playRiff(const float** samples) {
   return static_cast<int>(riff.size());
 }
 EXPORT(riffRate) int riffRate() { return Riff::kRate; }
+
+// The tuner. The page leaves `count` samples at tunerInput() and asks for the note in them: its name is at text(), and
+// the result says how many cents the sound lies above it. NaN: no note.
+EXPORT(tunerInput) float* tunerInput(int count) {
+  static std::vector<float> samples;
+  samples.resize(static_cast<std::size_t>(count));
+  return samples.data();
+}
+EXPORT(tune) double tune(int rate, const float* samples, int count) {
+  static std::unique_ptr<PitchDetector> detector;
+  static int detectorRate = 0;
+  if (detectorRate != rate) detector = std::make_unique<PitchDetector>(detectorRate = rate);
+  detector->clear();
+  detector->add(samples, static_cast<std::size_t>(count));
+  const double frequency = detector->frequency();
+  if (frequency == 0.0) return std::numeric_limits<double>::quiet_NaN();
+  const TunerNote note = TunerNote::nearest(frequency);
+  std::strncpy(text, note.name().c_str(), sizeof text - 1);
+  return note.cents;
+}

@@ -10,6 +10,7 @@ import hashlib
 import json
 import re
 import sys
+import zlib
 from pathlib import Path
 
 PAGE = Path(__file__).resolve().parent / "page"
@@ -46,13 +47,14 @@ def policy_hash(text):
 wasm, version, output = sys.argv[1:]
 style = code("style.css")
 parts = {
-    "SCRIPT": code("effect.js", "bank.js", "recording.js", "render.js", "engine.js", "input.js", "knob.js", "midi.js",
-                   "pictures.js", "controls.js", "level.js", "undo.js", "sound.js", "listen.js", "guitar.js", "trim.js", "programs.js", "store.js", "foot.js",
+    "SCRIPT": code("effect.js", "bank.js", "recording.js", "render.js", "controls.js", "speaker.js", "level.js", "engine.js",
+                   "input.js", "knob.js", "midi.js", "pictures.js", "undo.js", "compare.js", "sound.js", "loopPart.js", "listen.js", "guitar.js",
+                   "recorder.js", "tuner.js", "trim.js", "programs.js", "link.js", "store.js", "foot.js",
                    "main.js"),
     "WORKLET": code("effect.js", "worklet.js"),
     "STYLE": pedal_variables() + style,
     "VERSION": version,
-    "WASM": base64.b64encode(Path(wasm).read_bytes()).decode(),
+    "WASM": base64.b64encode(zlib.compress(Path(wasm).read_bytes(), 9)).decode(),
     "CATALOG": '{{"parameters": {}, "presets": {}}}'.format(
         *((CATALOG / name).read_text("utf-8") for name in ["parameters.json", "presets.json"])),
 }

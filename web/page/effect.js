@@ -50,6 +50,18 @@ export class Module {
     return { rate: this.calls.riffRate(), samples: this.samples((at) => this.calls.playRiff(at)).slice() };
   }
 
+  /**
+   * The note that the samples hold, its name empty if there is none, and by how many cents they lie above it.
+   * @param {Float32Array} samples
+   * @param {number} rate Hz
+   */
+  tune(samples, rate) {
+    const address = this.calls.tunerInput(samples.length);
+    this.floats(address, samples.length).set(samples);
+    const cents = this.calls.tune(rate, address, samples.length);
+    return Number.isNaN(cents) ? { name: '', cents: 0 } : { name: this.text(this.calls.text()), cents };
+  }
+
   /** Trim in dB for a recording that peaks at `peak` of full scale. @param {number} peak */
   automaticTrim(peak) {
     return this.calls.automaticTrim(peak);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The sound of the page: a source, the effect in its worklet, the loudspeakers, and analysers before and behind it.
-
 import { ceiling } from './level.js';
+import { speakerBehind } from './speaker.js';
 
 const FADE = 0.005; // seconds, of everything that starts or stops
 export const FADED = 50; // milliseconds, after which a fade is certainly over
@@ -21,14 +21,20 @@ export class Engine {
     this.hint = hint;
     this.output = new GainNode(context);
     this.level = new GainNode(context);
+    this.silence = new GainNode(context);
+    this.direct = new GainNode(context);
+    this.spoken = new GainNode(context, { gain: 0 });
     const { first, last } = ceiling(context);
-    this.output.connect(this.level).connect(first);
+    this.output.connect(this.level).connect(this.silence).connect(this.direct).connect(first);
+    speakerBehind(this.silence).connect(this.spoken).connect(first);
     last.connect(context.destination);
     this.dry = this.analysers();
     this.wet = this.analysers();
     /** @type {AudioWorkletNode | undefined} */
     this.node = undefined;
     this.awake = false;
+    /** Called with each piece that the worklet has recorded. @type {(piece: import('./recorder.js').Piece) => void} */
+    this.onRecorded = () => {};
   }
 
   /**
@@ -59,7 +65,7 @@ export class Engine {
       channelCount: 1,
       processorOptions: { wasm, settings },
     });
-    engine.node.port.onmessage = onFault;
+    engine.node.port.onmessage = ({ data }) => (data.fault === undefined ? engine.onRecorded(data) : onFault());
     engine.node.onprocessorerror = onFault;
     engine.node.connect(engine.output);
     engine.tap(engine.node, engine.wet);
@@ -78,9 +84,27 @@ export class Engine {
     return splitter;
   }
 
-  /** @param {object} message */
-  tell(message) {
-    this.node?.port.postMessage(message);
+  /** @param {object} message @param {Transferable[]} moved what the worklet gets for its own */
+  tell(message, moved = []) {
+    this.node?.port.postMessage(message, moved);
+  }
+
+  /** Silences what is heard, or lets it through again. @param {boolean} is */
+  mute(is) {
+    this.silence.gain.setTargetAtTime(is ? 0 : 1, this.context.currentTime, FADE / 3);
+  }
+
+  /** Sends the sound through a guitar loudspeaker or past it. @param {boolean} is */
+  speak(is) {
+    const now = this.context.currentTime;
+    this.spoken.gain.setTargetAtTime(is ? 1 : 0, now, FADE / 3);
+    this.direct.gain.setTargetAtTime(is ? 0 : 1, now, FADE / 3);
+  }
+
+  /** Sends the sound to another output; throws a DOMException when it is gone. @param {string} device empty: the system's own */
+  async sendTo(device) {
+    const context = /** @type {AudioContext & {setSinkId?: (id: string) => Promise<void>, sinkId?: string}} */ (this.context);
+    if (context.setSinkId && context.sinkId !== device) await context.setSinkId(device);
   }
 
   /**
@@ -145,6 +169,8 @@ export class Playback {
     this.buffer = new AudioBuffer({ length: channels[0].length, sampleRate: rate, numberOfChannels: channels.length });
     channels.forEach((channel, c) => this.buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (channel), c));
     this.loops = false;
+    /** What a loop repeats, in seconds. */
+    this.part = { from: 0, to: this.buffer.duration };
     this.offset = 0; // seconds
     this.begun = 0; // of the context's clock, at the offset
     /** @type {AudioBufferSourceNode | undefined} */
@@ -160,21 +186,31 @@ export class Playback {
   get position() {
     if (!this.plays) return this.offset;
     const at = this.offset + this.engine.context.currentTime - this.begun;
-    return this.loops ? at % this.buffer.duration : Math.min(at, this.buffer.duration);
+    const { from, to } = this.part;
+    if (!this.loops) return Math.min(at, this.buffer.duration);
+    return at < to ? at : from + ((at - from) % (to - from));
   }
 
-  /** @param {boolean} loops */
-  setLoop(loops) {
+  /** @param {boolean} loops @param {{from: number, to: number} | undefined} part all of it, if there is none */
+  setLoop(loops, part) {
     this.offset = this.position;
     this.begun = this.engine.context.currentTime;
     this.loops = loops;
-    if (this.source) this.source.loop = loops;
+    this.part = part ?? { from: 0, to: this.buffer.duration };
+    const { from, to } = this.part;
+    if (loops && (this.offset < from || this.offset >= to)) this.seek(from);
+    if (this.source) Object.assign(this.source, { loop: loops, loopStart: from, loopEnd: to });
   }
 
   play() {
     this.stop();
     if (this.offset >= this.buffer.duration - 0.01) this.offset = 0;
-    const source = new AudioBufferSourceNode(this.engine.context, { buffer: this.buffer, loop: this.loops });
+    const source = new AudioBufferSourceNode(this.engine.context, {
+      buffer: this.buffer,
+      loop: this.loops,
+      loopStart: this.part.from,
+      loopEnd: this.part.to,
+    });
     this.unplug = this.engine.plug(source, this.buffer.numberOfChannels);
     source.onended = () => {
       if (this.source !== source) return;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 import { element, onClick, say, select } from './controls.js';
-import { LiveInput, inputTrouble, listInputs, openInput } from './input.js';
+import { LiveInput, inputTrouble, listInputs, listOutputs, openInput } from './input.js';
 
 const UNKNOWN_TRIM = 12; // dB, for a device that nothing is known of: what interfaces usually give
 const WARNING = 3; // seconds from plugging a device in for the first time to the first sound
@@ -17,6 +17,7 @@ export class Guitar {
     this.known = /** @type {Record<string, {trim: number, jack: string, warned: boolean}>} */ ({});
     this.device = { id: '', label: '' }; // that the player has chosen; no id: the system's own
     this.key = '';
+    this.output = ''; // the device that plays; empty: the system's own
   }
 
   wire() {
@@ -35,7 +36,9 @@ export class Guitar {
       if (this.live) this.own.jack = jack;
       this.page.store.keep();
     });
-    navigator.mediaDevices?.addEventListener?.('devicechange', () => void this.showInputs());
+    select('out').addEventListener('change', () => this.chooseOutput());
+    navigator.mediaDevices?.addEventListener?.('devicechange', () => (void this.showInputs(), void this.showOutputs()));
+    void this.showOutputs();
   }
 
   /** What belongs to the device that is plugged in. */
@@ -66,7 +69,7 @@ export class Guitar {
         if (this.live === live) this.unplug('The input was unplugged. Connect it and plug in again.', true);
       });
       await live.engine.wake();
-      await this.showInputs();
+      await Promise.all([this.showInputs(), this.showOutputs()]);
       if (live.track.readyState === 'ended') return; // unplugged meanwhile
       select('jack').disabled = live.single;
       select('jack').value = live.single ? 'first' : this.own.jack;
@@ -137,6 +140,7 @@ export class Guitar {
 
   /** @param {string} text @param {boolean} bad */
   unplug(text = '', bad = false) {
+    void this.page.recorder.stop();
     this.live?.close();
     if (this.live) this.live.engine.output.gain.value = 1;
     this.live = undefined;
@@ -162,5 +166,28 @@ export class Guitar {
     const named = devices.some((device) => device.label !== '');
     list.append(new Option(named ? `${label} (not connected)` : label, id));
     list.value = id;
+  }
+
+  /** Without a name until the browser allowed an input; the one that was chosen before is found by its id. */
+  async showOutputs() {
+    const list = select('out');
+    const devices = await listOutputs();
+    element('out-label').hidden = devices.length === 0;
+    list.replaceChildren(
+      new Option('The system’s own', ''),
+      ...devices.map((device, i) => new Option(device.label || `Output ${i + 1}`, device.deviceId)),
+    );
+    list.value = this.output;
+    if (list.selectedIndex < 0) list.value = '';
+  }
+
+  async chooseOutput() {
+    this.output = select('out').value;
+    this.page.store.keep();
+    try {
+      await this.page.sound.engine?.sendTo(this.output);
+    } catch {
+      say('plug-note', 'This output cannot be opened. Choose another one.', true);
+    }
   }
 }

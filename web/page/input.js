@@ -24,6 +24,13 @@ export async function listInputs() {
   return devices.filter((device) => device.kind === 'audioinput' && device.deviceId !== '');
 }
 
+/** The outputs of this machine, where the browser can send the sound to another than the system's own. */
+export async function listOutputs() {
+  if (!('setSinkId' in AudioContext.prototype)) return [];
+  const devices = (await navigator.mediaDevices?.enumerateDevices?.()) ?? [];
+  return devices.filter((device) => device.kind === 'audiooutput' && !['', 'default'].includes(device.deviceId));
+}
+
 /**
  * The sound as it is: nothing that browsers do for telephone calls.
  * @param {string} deviceId empty: the system's choice
@@ -54,7 +61,24 @@ export class LiveInput {
     this.splitter = new ChannelSplitterNode(engine.context, { numberOfOutputs: 2 });
     this.source.connect(this.splitter);
     this.unplug = () => {};
+    this.channels = 1;
+    /** @type {AudioNode} */
+    this.chosen = this.splitter;
   }
+
+  /** Lets `node` hear the chosen jack; the function it returns ends that. @param {AudioNode} node */
+  listen(node) {
+    this.listener = node;
+    this.chosen.connect(node);
+    return () => {
+      if (this.listener !== node) return;
+      this.listener = undefined;
+      this.chosen.disconnect(node);
+    };
+  }
+
+  /** @type {AudioNode | undefined} */
+  listener = undefined;
 
   /** Whether it has one jack alone, as far as the browser tells. */
   get single() {
@@ -76,16 +100,20 @@ export class LiveInput {
       this.splitter.connect(merger, 0, 0);
       this.splitter.connect(merger, 1, 1);
       const out = this.engine.plug(merger, 2);
+      [this.chosen, this.channels] = [merger, 2];
       this.unplug = out;
     } else {
       const mono = new GainNode(context, { channelCount: 1, channelCountMode: 'explicit' });
       this.splitter.connect(mono, jack === 'second' ? 1 : 0);
       const out = this.engine.plug(mono, 1);
+      [this.chosen, this.channels] = [mono, 1];
       this.unplug = out;
     }
+    if (this.listener) this.chosen.connect(this.listener);
   }
 
   close() {
+    this.listener = undefined;
     this.unplug();
     // Once it has faded out.
     setTimeout(() => {

@@ -50,9 +50,14 @@ export class Level {
     });
   }
 
+  /** dB that bring the fuzzed or the dry riff to the level at which the page plays. @param {boolean} isOn */
+  makeUp(isOn) {
+    return isOn ? FUZZED : DRY;
+  }
+
   /** The gain behind the effect. @param {number} trim dB */
   gain(trim) {
-    return amplitude(this.decibels - trim + (this.page.programs.isOn ? FUZZED : DRY));
+    return amplitude(this.decibels - trim + this.makeUp(this.page.programs.isOn) + this.page.compare.gain);
   }
 
   show() {

@@ -2,8 +2,9 @@
 import { button, download, element, input, onClick, onFile, say, showPressed } from './controls.js';
 import { Playback, Trouble } from './engine.js';
 import { Waveform, levelText } from './pictures.js';
-import { openRecording, peakOf } from './recording.js';
-import { render } from './render.js';
+import { openRecording, peakOf, wavFile } from './recording.js';
+import { LoopPart } from './loopPart.js';
+import { asHeard, interleave, render } from './render.js';
 
 const KEY_STEPS = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -5, PageUp: 5 }; // seconds
 
@@ -22,6 +23,13 @@ export class Listen {
     this.opened = 0; // recordings that were chosen
     this.loops = true;
     this.waveform = new Waveform(element('wave'));
+    this.part = new LoopPart(this);
+  }
+
+  showLoop() {
+    showPressed('loop', this.loops);
+    this.playback?.setLoop(this.loops, this.part.chosen);
+    this.showPosition();
   }
 
   get plays() {
@@ -29,12 +37,13 @@ export class Listen {
   }
 
   wire() {
-    const showLoop = () => (showPressed('loop', this.loops), this.playback?.setLoop(this.loops));
-    showLoop();
+    this.showLoop();
+    this.part.wire();
+    onClick('save-dry', () => this.saveDry());
     onClick('play', () => this.play());
     onClick('save', () => this.save());
     onClick('riff', () => (say('recording-note', ''), this.openRiff()));
-    onClick('loop', () => ((this.loops = !this.loops), showLoop(), this.page.store.keep()));
+    onClick('loop', () => ((this.loops = !this.loops), this.showLoop(), this.page.store.keep()));
     onFile('file', (file) => void this.open(file));
     input('position').addEventListener('input', () => this.seek(Number(input('position').value)));
     input('position').addEventListener('keydown', (event) => {
@@ -61,8 +70,8 @@ export class Listen {
       await engine.wake();
       if (engine === sound.engine && recording === this.recording) {
         this.playback ??= new Playback(engine, recording, () => this.page.showPlaying());
-        this.playback.setLoop(this.loops);
         this.playback.offset = this.position;
+        this.playback.setLoop(this.loops, this.part.chosen);
         this.playback.play();
       }
     } catch (error) {
@@ -104,7 +113,8 @@ export class Listen {
       element('time').textContent = text;
       position.setAttribute('aria-valuetext', text);
     }
-    this.waveform.draw(this.place / length);
+    const { chosen } = this.part;
+    this.waveform.draw(this.place / length, chosen && { from: chosen.from / length, to: chosen.to / length });
   }
 
   /** @param {import('./recording.js').Recording} recording */
@@ -115,7 +125,10 @@ export class Listen {
     this.playback = undefined;
     this.place = 0;
     this.recording = recording;
+    this.part.chosen = undefined;
+    element('save-dry').hidden = !recording.isTake;
     page.trim.fit(peakOf(recording.channels));
+    if (recording.isTake) page.trim.recording = page.trim.input; // it was played at the input's Trim
     element('name').textContent = recording.name;
     this.waveform.show(recording.channels);
     this.showPosition();
@@ -156,7 +169,12 @@ export class Listen {
     try {
       const begun = performance.now();
       const settings = { ...page.settings, trim: page.trim.recording };
-      const { wav, seconds, peak } = await render(page.module, recording, settings, (done) => (progress.value = done));
+      const { rate, channels } = recording;
+      const rendered = await render(page.module, recording, settings, (done) => (progress.value = done));
+      const { pieces, seconds, peak } = input('as-heard').checked
+        ? await asHeard(rendered, rate, channels.length, (node) => page.sound.heard(node))
+        : rendered;
+      const wav = wavFile(pieces, rate, channels.length);
       const name = `${recording.name}-fuzzed.wav`;
       download(wav, name);
       const taken = (performance.now() - begun) / 1000;
@@ -169,5 +187,17 @@ export class Listen {
     this.saving = false;
     button('save').ariaDisabled = 'false';
     progress.hidden = true;
+  }
+
+  /** A take as it came from the input. */
+  saveDry() {
+    if (!this.recording) return;
+    const { name, rate, channels } = this.recording;
+    try {
+      download(wavFile([interleave(channels)], rate, channels.length), `${name}.wav`);
+      say('recording-note', `Saved ${name}.wav: dry, as it came from the input, 32-bit float.`);
+    } catch {
+      say('recording-note', 'Nothing was saved. It is too long for a WAV or for this browser.', true);
+    }
   }
 }

@@ -1,16 +1,20 @@
 // SPDX-License-Identifier: MIT
 import { valueAtKnob } from './bank.js';
+import { Compare } from './compare.js';
 import { button, decibelText, element, onClick, showPressed } from './controls.js';
 import { Effect, Module } from './effect.js';
 import { Foot } from './foot.js';
 import { Guitar } from './guitar.js';
 import { Knob } from './knob.js';
 import { Level } from './level.js';
+import { Link } from './link.js';
 import { Listen } from './listen.js';
 import { Programs } from './programs.js';
+import { Recorder } from './recorder.js';
 import { Sound } from './sound.js';
 import { Store } from './store.js';
 import { Trim } from './trim.js';
+import { Tuner } from './tuner.js';
 import { Undo } from './undo.js';
 
 /** The page: its parts, which reach one another through it, and the settings that they share. */
@@ -34,11 +38,17 @@ export class Page {
     this.trim = new Trim(this);
     this.listen = new Listen(this);
     this.guitar = new Guitar(this);
+    this.compare = new Compare(this);
+    this.recorder = new Recorder(this);
+    this.tuner = new Tuner(this);
     this.foot = new Foot(this);
     this.sound = new Sound(this, wasm);
     this.store.recall();
-    for (const part of [this.store, this.undo, this.level, this.trim, this.programs, this.listen, this.guitar, this.foot, this]) part.wire();
+    const { store, undo, level, trim, programs, listen, guitar, recorder, tuner, foot, sound, compare } = this;
+    for (const part of [store, undo, level, trim, programs, listen, guitar, recorder, tuner, foot, sound, compare, this]) part.wire();
     this.show();
+    this.link = new Link(this);
+    this.link.wire();
   }
 
   get settings() {
@@ -72,6 +82,7 @@ export class Page {
     button('play').classList.toggle('plays', this.listen.plays);
     element('play-text').textContent = this.listen.plays ? 'Stop' : 'Play';
     showPressed('plug', this.guitar.live !== undefined);
+    this.recorder.show();
     this.trim.show();
     this.sound.animate();
   }
@@ -99,9 +110,15 @@ export class Page {
   }
 }
 
+/** The module's bytes, which the page holds compressed. */
+function unpackModule() {
+  const packed = Uint8Array.from(atob(element('wasm').textContent ?? ''), (c) => c.charCodeAt(0));
+  return new Response(new Blob([packed]).stream().pipeThrough(new DecompressionStream('deflate'))).arrayBuffer();
+}
+
 async function start() {
   try {
-    const wasm = Uint8Array.from(atob(element('wasm').textContent ?? ''), (c) => c.charCodeAt(0)).buffer;
+    const wasm = await unpackModule();
     const { instance } = await WebAssembly.instantiate(wasm, Module.imports);
     const page = new Page(wasm, new Module(instance));
     page.listen.openRiff();

@@ -41,7 +41,9 @@ export class Waveform {
     this.canvas = canvas;
     this.peaks = new Float32Array(PEAKS);
     this.done = 0;
-    new ResizeObserver(() => this.draw(this.done)).observe(canvas);
+    /** @type {{from: number, to: number} | undefined} */
+    this.part = undefined;
+    new ResizeObserver(() => this.draw(this.done, this.part)).observe(canvas);
   }
 
   /** @param {Float32Array[]} channels */
@@ -57,14 +59,25 @@ export class Waveform {
     this.draw(0);
   }
 
-  /** One bar for every three points of the picture. @param {number} done 0 to 1 */
-  draw(done) {
+  /**
+   * One bar for every three points of the picture.
+   * @param {number} done 0 to 1
+   * @param {{from: number, to: number}} [part] that is marked, likewise
+   */
+  draw(done, part) {
     this.done = done;
+    this.part = part;
     const { context, width, height, colour } = prepare(this.canvas);
     const top = Math.max(...this.peaks, 1e-6);
     const bars = Math.max(1, Math.min(Math.floor(width / 3), PEAKS));
     const bar = width / bars;
     const [before, behind] = [colour('accent'), colour('dry')];
+    if (part) {
+      context.fillStyle = colour('grid');
+      context.fillRect(part.from * width, 0, (part.to - part.from) * width, height);
+      context.fillStyle = before;
+      for (const edge of [part.from, part.to]) context.fillRect(Math.min(edge * width, width - 1), 0, 1, height);
+    }
     for (let i = 0; i < bars; ++i) {
       const peak = Math.max(...this.peaks.subarray(Math.floor((i * PEAKS) / bars), Math.floor(((i + 1) * PEAKS) / bars)));
       const size = Math.max(1.5, (peak / top) * (height - 4));

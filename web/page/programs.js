@@ -66,6 +66,14 @@ export class Programs {
     this.page.store.keep();
   }
 
+  /** @param {number[]} values of the selected program */
+  setValues(values) {
+    this.now.values = [...values];
+    this.page.sound.tell({ settings: this.page.settings });
+    this.showValues();
+    this.page.store.keep();
+  }
+
   toggle() {
     this.setValue(ON, this.now.values[ON] === 1 ? 0 : 1);
   }
@@ -78,17 +86,22 @@ export class Programs {
     this.page.store.keep();
   }
 
+  /** The selected program becomes another one. @param {import('./effect.js').Program} program @param {string} what for Undo */
+  replace(program, what) {
+    this.page.undo.before(what);
+    this.all[this.selected] = program;
+    this.page.sound.tell({ settings: this.page.settings });
+    this.show();
+    this.page.store.keep();
+  }
+
   /** @param {string} name its symbol */
   usePreset(name) {
     const preset = this.page.presets.find(({ symbol }) => symbol === name);
     if (!preset) return;
     this.page.undo.before(`the preset ${preset.label}`);
-    for (const [parameter, knob] of /** @type {[number, number][]} */ ([[VOLUME, preset.volume], [FUZZ, preset.fuzz]])) {
-      this.now.values[parameter] = valueAtKnob(knob);
-    }
-    this.page.sound.tell({ settings: this.page.settings });
-    this.showValues();
-    this.page.store.keep();
+    const knobs = /** @type {Record<number, number>} */ ({ [VOLUME]: preset.volume, [FUZZ]: preset.fuzz });
+    this.setValues(this.now.values.map((value, parameter) => (parameter in knobs ? valueAtKnob(knobs[parameter]) : value)));
   }
 
   showValues() {
@@ -97,6 +110,7 @@ export class Programs {
     this.volume.show(knobAtValue(values[VOLUME]));
     button('on').setAttribute('aria-checked', String(this.isOn));
     this.page.level.apply();
+    this.page.compare.changed();
 
     // The list names the preset that the knobs stand at.
     const is = (/** @type {Record<string, any>} */ { volume, fuzz }) =>

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: MIT
 // Recordings: from a file to samples, and back to a WAV.
 
-/** @typedef {{name: string, rate: number, channels: Float32Array[]}} Recording At the rate at which the effect runs. */
+/**
+ * At the rate at which the effect runs. A take was recorded here, from the input.
+ * @typedef {{name: string, rate: number, channels: Float32Array[], isTake?: boolean}} Recording
+ */
 
 /** @param {DataView} view @param {number} at @param {number} length */
 function ascii(view, at, length) {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 import { Effect } from './effect.js';
-import { wavFile } from './recording.js';
+import { peakOf } from './recording.js';
 
 const SLICE = 25; // milliseconds of work before the page gets its turn
 
@@ -13,13 +13,24 @@ function pause() {
   });
 }
 
+/** @typedef {{pieces: Float32Array[], seconds: number, peak: number}} Rendered The pieces are interleaved. */
+
+/** @param {Float32Array[]} channels @param {number} length */
+export function interleave(channels, length = channels[0].length) {
+  const piece = new Float32Array(length * channels.length);
+  channels.forEach((channel, c) => {
+    for (let i = 0, to = c; i < length; ++i, to += channels.length) piece[to] = channel[i];
+  });
+  return piece;
+}
+
 /**
  * A recording through the effect, its tail included, as the command renders it.
  * @param {import('./effect.js').Module} module
  * @param {import('./recording.js').Recording} recording
  * @param {import('./effect.js').Settings} settings
  * @param {(done: number) => void} progress 0 to 1
- * @returns {Promise<{wav: Blob, seconds: number, peak: number}>}
+ * @returns {Promise<Rendered>}
  */
 export async function render(module, { rate, channels }, settings, progress) {
   const effect = new Effect(module, rate, channels.length);
@@ -44,18 +55,40 @@ export async function render(module, { rate, channels }, settings, progress) {
       const length = Math.min(effect.longestBlock, frames - at);
       effect.planes().forEach((plane, c) => plane.set(channels[c].subarray(at, at + length)));
       effect.process(length);
-      const planes = effect.planes();
-      const piece = new Float32Array(length * channels.length);
-      for (let i = 0, to = 0; i < length; ++i) {
-        for (let c = 0; c < planes.length; ++c) piece[to++] = planes[c][i];
-      }
-      await add(piece);
+      await add(interleave(effect.planes(), length));
     }
     while (!module.calls.isTailComplete(effect.handle)) {
       await add(module.samples((at) => module.calls.playTail(effect.handle, at)).slice());
     }
-    return { wav: wavFile(pieces, rate, channels.length), seconds: samples / channels.length / rate, peak };
+    return { pieces, seconds: samples / channels.length / rate, peak };
   } finally {
     effect.close();
   }
+}
+
+/**
+ * What was rendered, through what else is heard on the page.
+ * @param {Rendered} rendered
+ * @param {number} rate Hz
+ * @param {number} count of channels
+ * @param {(from: AudioNode) => AudioNode} connect connects behind `from` what it is heard through; answers the last node
+ * @returns {Promise<Rendered>}
+ */
+export async function asHeard({ pieces, seconds }, rate, count, connect) {
+  const length = pieces.reduce((sum, piece) => sum + piece.length, 0) / count;
+  const context = new OfflineAudioContext(count, length, rate);
+  const buffer = new AudioBuffer({ length, sampleRate: rate, numberOfChannels: count });
+  for (let c = 0; c < count; ++c) {
+    const plane = buffer.getChannelData(c);
+    let at = 0;
+    for (const piece of pieces) {
+      for (let i = c; i < piece.length; i += count) plane[at++] = /** @type {number} */ (piece[i]);
+    }
+  }
+  const source = new AudioBufferSourceNode(context, { buffer });
+  connect(source).connect(context.destination);
+  source.start();
+  const heard = await context.startRendering();
+  const channels = Array.from({ length: count }, (_, c) => heard.getChannelData(c));
+  return { pieces: [interleave(channels)], seconds, peak: peakOf(channels) };
 }

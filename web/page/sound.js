@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: MIT
-import { element, say } from './controls.js';
+import { button, element, onClick, say } from './controls.js';
 import { Engine, HELD } from './engine.js';
+import { ceiling } from './level.js';
+import { speakerBehind } from './speaker.js';
 import { Meter, Scope, clippedByConverter, clipsConverter } from './pictures.js';
 
 const RINGING = 2500; // milliseconds for which the picture continues after the sound
@@ -14,6 +16,7 @@ export class Sound {
     /** @type {Engine | undefined} */
     this.engine = undefined;
     this.stopping = 0;
+    this.speaker = false; // whether the sound goes through a guitar loudspeaker
     /** The last engine that was asked for. @type {Promise<unknown>} */
     this.engines = Promise.resolve();
     this.scope = new Scope(
@@ -21,6 +24,27 @@ export class Sound {
       { input: new Meter(element('input'), clippedByConverter), output: new Meter(element('output'), clipsConverter) },
       () => page.listen.showPosition(),
     );
+  }
+
+  wire() {
+    const show = () => button('speaker').setAttribute('aria-checked', String(this.speaker));
+    show();
+    onClick('speaker', () => {
+      this.speaker = !this.speaker;
+      this.engine?.speak(this.speaker);
+      show();
+      this.page.store.keep();
+    });
+  }
+
+  /** Connects behind `from` what is heard besides the effect; answers the last node. @param {AudioNode} from */
+  heard(from) {
+    const { level, trim } = this.page;
+    const { first, last } = ceiling(from.context);
+    const gain = new GainNode(from.context, { gain: level.gain(trim.recording) });
+    from.connect(gain);
+    (this.speaker ? speakerBehind(gain) : gain).connect(first);
+    return last;
   }
 
   /** Sends a message to the effect, if one runs. @param {object} message */
@@ -58,6 +82,8 @@ export class Sound {
       onHalt: () => this.halt(),
     });
     this.page.level.apply();
+    this.engine.speak(this.speaker);
+    await this.engine.sendTo(this.page.guitar.output).catch(() => {}); // it is gone: the system's own plays
     return this.engine;
   }
 

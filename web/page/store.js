@@ -27,7 +27,7 @@ export class Store {
   write() {
     clearTimeout(this.resting);
     this.resting = 0;
-    const { programs, level, foot, guitar, listen, view } = this.page;
+    const { programs, level, foot, guitar, listen, sound, view } = this.page;
     try {
       localStorage.setItem(KEY, JSON.stringify({
         bank: programs.bankText,
@@ -38,6 +38,8 @@ export class Store {
         asked: programs.asked,
         learnt: foot.learnt,
         loops: listen.loops,
+        output: guitar.output,
+        speaker: sound.speaker,
         view,
       }));
     } catch {
@@ -47,7 +49,7 @@ export class Store {
 
   recall() {
     const { page } = this;
-    const { programs, level, foot, guitar, listen } = page;
+    const { programs, level, foot, guitar, listen, sound } = page;
     try {
       const kept = JSON.parse(localStorage.getItem(KEY) ?? 'null');
       if (!kept) return;
@@ -59,6 +61,8 @@ export class Store {
       programs.asked = kept.asked === true;
       Object.assign(foot.learnt, kept.learnt);
       listen.loops = kept.loops !== false;
+      if (typeof kept.output === 'string') guitar.output = kept.output;
+      sound.speaker = kept.speaker === true;
       page.view = kept.view === 'spectrum' ? 'spectrum' : 'wave';
     } catch {
       // Unreadable or not allowed: start with the defaults.

@@ -30,16 +30,18 @@ export class Undo {
     const now = performance.now();
     const last = this.steps.at(-1);
     if (last?.what !== what || now - this.changed > MERGED) {
-      const { programs, trim, level, listen } = this.page;
+      const { programs, trim, level, listen, compare } = this.page;
       const { all, selected } = structuredClone({ all: programs.all, selected: programs.selected });
       const { recording, input } = trim;
       const source = listen.recording;
       const { decibels } = level;
+      const compared = structuredClone(compare.state);
       const restore = () => {
         Object.assign(programs, { all, selected });
         trim.input = input;
         if (source === listen.recording) trim.recording = recording;
         level.decibels = decibels;
+        compare.state = compared;
       };
       this.steps.push({ what, restore });
       if (this.steps.length > MOST) this.steps.shift();

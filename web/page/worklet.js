@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
 // The audio thread: two channels through an effect each. Says `{fault}` when there is none, and passes dry sound on.
+// Records its input into buffers that the page has sent ahead, and sends back each one that is full.
 import { Effect, Module } from './effect.js';
 
 const CHANNELS = 2;
@@ -17,7 +18,14 @@ class Processor extends AudioWorkletProcessor {
     } catch (error) {
       this.fail(error);
     }
+    /** Where the input is recorded to, one plane a channel. @type {Float32Array[][]} */
+    this.buffers = [];
+    this.recorded = 0; // samples in the first of them
+    this.lost = 0; // samples for which there was no buffer
+    this.records = false;
     this.port.onmessage = ({ data }) => {
+      if (data.buffer !== undefined) this.buffers.push(data.buffer);
+      if (data.record !== undefined) this.record(data.record);
       if (data.parameter !== undefined) this.effect?.setParameter(data.parameter, data.value);
       if (data.program !== undefined) this.effect?.setProgram(data.program);
       if (data.trim !== undefined) this.effect?.setTrim(data.trim);
@@ -31,11 +39,43 @@ class Processor extends AudioWorkletProcessor {
     this.port.postMessage({ fault: String(error) });
   }
 
+  /** Starts or ends recording; the last piece may be empty. @param {boolean} records */
+  record(records) {
+    this.records = records;
+    if (records) this.lost = 0;
+    else this.sendRecorded(true);
+  }
+
+  /** @param {boolean} last */
+  sendRecorded(last) {
+    const planes = this.buffers.shift() ?? [];
+    const message = { planes, length: this.recorded, lost: this.lost, last };
+    this.recorded = 0;
+    this.port.postMessage(message, planes.map((plane) => plane.buffer));
+    if (last) this.buffers = [];
+  }
+
+  /** @param {Float32Array[]} input no channels while nothing is connected @param {number} length */
+  keep(input, length) {
+    const planes = this.buffers[0];
+    if (planes === undefined) {
+      this.lost += length;
+      return;
+    }
+    planes.forEach((plane, c) => {
+      if (c < input.length) plane.set(input[c], this.recorded);
+      else plane.fill(0, this.recorded, this.recorded + length);
+    });
+    this.recorded += length;
+    if (this.recorded + length > planes[0].length) this.sendRecorded(false);
+  }
+
   /** @param {Float32Array[][]} inputs @param {Float32Array[][]} outputs */
   process(inputs, outputs) {
     const input = inputs[0];
     const output = outputs[0];
     if (output.length === 0) return true;
+    if (this.records) this.keep(input, output[0].length);
     if (this.effect !== undefined && output[0].length <= this.effect.longestBlock) {
       try {
         this.play(this.effect, input, output);

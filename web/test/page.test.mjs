@@ -83,7 +83,8 @@ test('the worklet plays what is saved, float for float', async () => {
   const [first, peak] = await page.evaluate(async (wav) => {
     const content = (id) => document.getElementById(id).textContent;
     const decoded = (base64) => Uint8Array.from(atob(base64), (c) => c.charCodeAt(0)).buffer;
-    const wasm = decoded(content('wasm'));
+    const packed = new Blob([decoded(content('wasm'))]).stream().pipeThrough(new DecompressionStream('deflate'));
+    const wasm = await new Response(packed).arrayBuffer();
     const { instance } = await WebAssembly.instantiate(wasm, {
       wasi_snapshot_preview1: { fd_close() {}, fd_seek() {}, fd_write() {} },
     });
