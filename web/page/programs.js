@@ -3,6 +3,19 @@ import { PROGRAMS, bankText, fittingName, initialValue, knobAtValue, readBank, v
 import { button, download, input, onClick, onFile, say, select } from './controls.js';
 import { FUZZ, ON, VOLUME } from './effect.js';
 
+/**
+ * What the first visit finds besides the presets: a name, Fuzz and Volume. Each is at least 0.7 dB away from every other
+ * program in the third-octave spectrum of the riff; further ones could not be told apart, so the rest is left as it is.
+ * @type {[string, number, number][]}
+ */
+const NEIGHBOURS = [
+  ['Clean and round', 0, 8],
+  ['Nasal edge', 1.5, 0.5],
+  ['Vocal lead', 8, 3.5],
+  ['Full and even', 5, 10],
+  ['Velvet lead', 9, 10],
+];
+
 const CHANGES = ['On', 'Volume', 'Fuzz']; // by parameter
 
 /** The sixteen programs, the presets and the bank files; the knobs Fuzz and Volume and the foot switch. */
@@ -10,7 +23,13 @@ export class Programs {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
     this.page = page;
-    this.all = Array.from({ length: PROGRAMS }, () => ({ name: 'Init', values: page.parameters.map(initialValue) }));
+    const first = [...page.presets.map(({ label, fuzz, volume }) => [label, fuzz, volume]), ...NEIGHBOURS];
+    this.all = Array.from({ length: PROGRAMS }, (_, index) => {
+      const values = page.parameters.map(initialValue);
+      const [name, fuzz, volume] = first[index] ?? ['Init', undefined, undefined];
+      if (fuzz !== undefined) Object.assign(values, { [FUZZ]: valueAtKnob(fuzz), [VOLUME]: valueAtKnob(volume) });
+      return { name, values };
+    });
     this.selected = 0;
     this.fuzz = page.knob('fuzz', (value) => this.setValue(FUZZ, valueAtKnob(value)));
     this.volume = page.knob('volume', (value) => this.setValue(VOLUME, valueAtKnob(value)));

@@ -300,7 +300,7 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
   const { stdout } = await run(command, ['info', '--json', '--bank', bank.path]);
   const { programs } = JSON.parse(stdout);
   const values = ({ parameters, ...rest }) => ({ ...rest, ...parameters });
-  for (const [index, expected] of [[2, ['Säge, ganz besonders l', 1, 0.7, 8.3]], [15, ['Init', 0, 6, 10]], [0, ['Init', 1, 5, 5]]]) {
+  for (const [index, expected] of [[2, ['Säge, ganz besonders l', 1, 0.7, 8.3]], [15, ['Init', 0, 6, 10]], [1, ['Soft edge', 1, 2.5, 0.5]]]) {
     const read = values(programs[index]);
     assert.deepEqual([read.name, read['On/Off'], read.VOLUME, read.FUZZ].map(String), expected.map(String));
   }
