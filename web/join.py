@@ -47,9 +47,10 @@ def policy_hash(text):
 wasm, version, output = sys.argv[1:]
 style = code("style.css")
 parts = {
-    "SCRIPT": code("effect.js", "bank.js", "recording.js", "render.js", "controls.js", "speaker.js", "level.js", "engine.js",
-                   "input.js", "knob.js", "midi.js", "pictures.js", "undo.js", "compare.js", "sound.js", "loopPart.js", "listen.js", "guitar.js",
-                   "recorder.js", "tuner.js", "trim.js", "programs.js", "link.js", "store.js", "foot.js",
+    "SCRIPT": code("effect.js", "bank.js", "slices.js", "recording.js", "render.js", "controls.js", "speaker.js", "level.js",
+                   "engine.js", "input.js", "knob.js", "midi.js", "pictures.js", "undo.js", "compare.js", "sound.js",
+                   "loopPart.js", "listen.js", "guitar.js", "recorder.js", "tuner.js", "trim.js", "programs.js", "link.js",
+                   "store.js", "foot.js",
                    "main.js"),
     "WORKLET": code("effect.js", "worklet.js"),
     "STYLE": pedal_variables() + style,

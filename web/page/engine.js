@@ -156,6 +156,13 @@ export class Engine {
   }
 }
 
+/** @param {import('./recording.js').Recording} recording */
+function bufferOf({ rate, channels }) {
+  const buffer = new AudioBuffer({ length: channels[0]?.length ?? 1, sampleRate: rate, numberOfChannels: channels.length });
+  channels.forEach((channel, c) => buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (channel), c));
+  return buffer;
+}
+
 /** A recording that plays through an engine, from any place, once or round and round. */
 export class Playback {
   /**
@@ -163,11 +170,10 @@ export class Playback {
    * @param {import('./recording.js').Recording} recording
    * @param {() => void} onEnd called when it has come to its end by itself
    */
-  constructor(engine, { rate, channels }, onEnd) {
+  constructor(engine, recording, onEnd) {
     this.engine = engine;
     this.onEnd = onEnd;
-    this.buffer = new AudioBuffer({ length: channels[0].length, sampleRate: rate, numberOfChannels: channels.length });
-    channels.forEach((channel, c) => this.buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (channel), c));
+    this.buffer = recording.buffer ?? bufferOf(recording);
     this.loops = false;
     /** What a loop repeats, in seconds. */
     this.part = { from: 0, to: this.buffer.duration };

@@ -2,9 +2,9 @@
 import { button, download, element, input, onClick, onFile, say, showPressed } from './controls.js';
 import { Playback, Trouble } from './engine.js';
 import { Waveform, levelText } from './pictures.js';
-import { openRecording, peakOf, wavFile } from './recording.js';
+import { interleave, lengthOf, openRecording, survey, wavFile } from './recording.js';
 import { LoopPart } from './loopPart.js';
-import { asHeard, interleave, render } from './render.js';
+import { asHeard, render } from './render.js';
 
 const KEY_STEPS = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -5, PageUp: 5 }; // seconds
 
@@ -21,6 +21,7 @@ export class Listen {
     this.starting = false; // Play was pressed and nothing sounds yet
     this.saving = false;
     this.opened = 0; // recordings that were chosen
+    this.loaded = 0; // recordings that were decoded or recorded
     this.loops = true;
     this.waveform = new Waveform(element('wave'));
     this.part = new LoopPart(this);
@@ -102,7 +103,7 @@ export class Listen {
   showPosition() {
     const { recording } = this;
     if (!recording) return;
-    const length = recording.channels[0].length / recording.rate;
+    const length = lengthOf(recording) / recording.rate;
     this.place = this.position;
     const clock = (/** @type {number} */ t) => `${Math.floor(t / 60)}:${String(Math.floor(t % 60)).padStart(2, '0')}`;
     const text = `${clock(this.place)} of ${clock(length)}`;
@@ -118,8 +119,11 @@ export class Listen {
   }
 
   /** @param {import('./recording.js').Recording} recording */
-  load(recording) {
+  async load(recording) {
     const { page } = this;
+    const loaded = (this.loaded += 1);
+    const peaks = await survey(recording.channels);
+    if (loaded !== this.loaded) return; // another one was chosen meanwhile
     const { plays } = this;
     this.playback?.stop();
     this.playback = undefined;
@@ -127,10 +131,10 @@ export class Listen {
     this.recording = recording;
     this.part.chosen = undefined;
     element('save-dry').hidden = !recording.isTake;
-    page.trim.fit(peakOf(recording.channels));
+    page.trim.fit(peaks.reduce((most, peak) => Math.max(most, peak), 0));
     if (recording.isTake) page.trim.recording = page.trim.input; // it was played at the input's Trim
     element('name').textContent = recording.name;
-    this.waveform.show(recording.channels);
+    this.waveform.show(peaks);
     this.showPosition();
     page.showPlaying();
     if (plays) void this.play();
@@ -143,10 +147,14 @@ export class Listen {
     try {
       const recording = await openRecording(file);
       if (chosen !== this.opened) return;
-      if (recording.channels[0].length === 0) throw new Error('empty');
-      this.load(recording);
-      const kind = { 1: 'mono', 2: 'stereo' }[recording.channels.length] ?? `${recording.channels.length} channels`;
-      say('recording-note', `${recording.rate} Hz, ${kind}, Trim set to fit its peak.`);
+      if (lengthOf(recording) === 0) throw new Error('empty');
+      await this.load(recording);
+      if (chosen !== this.opened) return;
+      const count = recording.channels.length;
+      const kind = { 1: 'mono', 2: 'stereo' }[count] ?? `${count} channels`;
+      const { rate, from } = recording;
+      const rates = from && from !== rate ? `Converted from ${from} to ${rate} Hz` : `${rate} Hz`;
+      say('recording-note', `${rates}, ${kind}, Trim set to fit its peak.`);
     } catch {
       if (chosen === this.opened) say('recording-note', `${file.name} is not a recording that this browser can read. Try WAV, FLAC, MP3 or Ogg.`, true);
     }
@@ -155,7 +163,7 @@ export class Listen {
   openRiff() {
     this.opened += 1;
     const { rate, samples } = this.page.module.riff();
-    this.load({ name: 'Riff', rate, channels: [samples] });
+    return this.load({ name: 'Riff', rate, channels: [samples] });
   }
 
   async save() {

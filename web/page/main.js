@@ -121,7 +121,7 @@ async function start() {
     const wasm = await unpackModule();
     const { instance } = await WebAssembly.instantiate(wasm, Module.imports);
     const page = new Page(wasm, new Module(instance));
-    page.listen.openRiff();
+    await page.listen.openRiff();
     element('unable').hidden = true;
     void page.guitar.showInputs();
   } catch (error) {

@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: MIT
 // What the page draws: the recording, the sound as it plays, and its levels.
+import { PEAKS } from './recording.js';
 
 const FLOOR = -60; // dBFS, the left end of a meter
 const LOWEST = 40; // Hz, of the spectrum
 const HIGHEST = 16000;
 const QUIETEST = -110; // dBFS
 const LOUDEST = -20;
-const PEAKS = 2000; // kept of a recording, however long
+const DARK = globalThis.matchMedia?.('(prefers-color-scheme: dark)') ?? { matches: false };
+const FRAME = 1000 / 32; // milliseconds between two pictures, at least
 const CONVERTER_TOP = 32767 / 32768; // where converters of 16 bits end
 
 /** @param {number} amplitude of full scale */
@@ -39,23 +41,21 @@ export class Waveform {
   /** @param {HTMLCanvasElement} canvas */
   constructor(canvas) {
     this.canvas = canvas;
+    /** @type {Float32Array} */
     this.peaks = new Float32Array(PEAKS);
+    this.top = 1e-6;
     this.done = 0;
     /** @type {{from: number, to: number} | undefined} */
     this.part = undefined;
-    new ResizeObserver(() => this.draw(this.done, this.part)).observe(canvas);
+    this.drawn = ''; // what the canvas shows
+    new ResizeObserver(() => ((this.drawn = ''), this.draw(this.done, this.part))).observe(canvas);
   }
 
-  /** @param {Float32Array[]} channels */
-  show(channels) {
-    this.peaks.fill(0);
-    for (const channel of channels) {
-      for (let i = 0; i < channel.length; ++i) {
-        const peak = Math.floor((i / channel.length) * PEAKS);
-        const size = Math.abs(channel[i]);
-        if (size > this.peaks[peak]) this.peaks[peak] = size;
-      }
-    }
+  /** @param {Float32Array} peaks of the recording's parts */
+  show(peaks) {
+    this.peaks = peaks;
+    this.top = peaks.reduce((most, peak) => Math.max(most, peak), 1e-6);
+    this.drawn = '';
     this.draw(0);
   }
 
@@ -67,8 +67,10 @@ export class Waveform {
   draw(done, part) {
     this.done = done;
     this.part = part;
+    const drawn = `${Math.round(done * this.canvas.width)} ${part?.from} ${part?.to} ${DARK.matches}`;
+    if (drawn === this.drawn) return; // this far the picture stays as it is
+    this.drawn = drawn;
     const { context, width, height, colour } = prepare(this.canvas);
-    const top = Math.max(...this.peaks, 1e-6);
     const bars = Math.max(1, Math.min(Math.floor(width / 3), PEAKS));
     const bar = width / bars;
     const [before, behind] = [colour('accent'), colour('dry')];
@@ -80,7 +82,7 @@ export class Waveform {
     }
     for (let i = 0; i < bars; ++i) {
       const peak = Math.max(...this.peaks.subarray(Math.floor((i * PEAKS) / bars), Math.floor(((i + 1) * PEAKS) / bars)));
-      const size = Math.max(1.5, (peak / top) * (height - 4));
+      const size = Math.max(1.5, (peak / this.top) * (height - 4));
       context.fillStyle = (i + 0.5) / bars < done ? before : behind;
       context.fillRect(i * bar + bar * 0.15, (height - size) / 2, bar * 0.7, size);
     }
@@ -196,7 +198,7 @@ export class Scope {
     const { peaks, meters } = this;
     peaks.input = Math.max(peaks.input, this.peak(engine.dry));
     peaks.output = Math.max(peaks.output, this.peak(engine.wet));
-    if (this.still.matches && now - this.drawn < 500) return;
+    if (now - this.drawn < (this.still.matches ? 500 : FRAME)) return;
     this.drawn = now;
     meters.input.show(peaks.input, now);
     // What is heard, after Level; the lamp also tells when the effect itself goes above full scale, as a saved file would.

@@ -1,9 +1,13 @@
 // SPDX-License-Identifier: MIT
 // Recordings: from a file to samples, and back to a WAV.
 
+import { inSlices } from './slices.js';
+
 /**
- * At the rate at which the effect runs. A take was recorded here, from the input.
- * @typedef {{name: string, rate: number, channels: Float32Array[], isTake?: boolean}} Recording
+ * Samples at `rate` Hz, at which the effect runs; `buffer` holds them, too, where the browser decoded them. `from` is the
+ * file's own rate in Hz, 0 when unknown. A take was recorded here, from the input.
+ * @typedef {{name: string, rate: number, channels: Float32Array[], buffer?: AudioBuffer, from?: number, isTake?: boolean}}
+ *   Recording
  */
 
 /** @param {DataView} view @param {number} at @param {number} length */
@@ -87,12 +91,58 @@ export function readHeader(bytes) {
  * @param {Float32Array} samples
  * @param {number} bits of the recording
  */
-export function unstretch(samples, bits) {
+export async function unstretch(samples, bits) {
   const scale = 2 ** (bits - 1);
-  if (samples.every((sample) => Number.isInteger(sample * scale))) return;
-  for (let i = 0; i < samples.length; ++i) {
-    if (samples[i] > 0) samples[i] = Math.round(samples[i] * (scale - 1)) / scale;
+  let stretched = false;
+  await inSlices(samples.length, (from, to) => {
+    stretched ||= samples.subarray(from, to).some((sample) => !Number.isInteger(sample * scale));
+  });
+  if (!stretched) return;
+  await inSlices(samples.length, (from, to) => {
+    for (let i = from; i < to; ++i) {
+      const sample = /** @type {number} */ (samples[i]);
+      if (sample > 0) samples[i] = Math.round(sample * (scale - 1)) / scale;
+    }
+  });
+}
+
+/**
+ * The samples of a WAV of 64-bit floats or 32-bit integers, which browsers get wrong or round otherwise, as 32-bit floats;
+ * undefined for every other file.
+ * @param {ArrayBuffer} bytes
+ * @returns {{rate: number, channels: Float32Array[]} | undefined}
+ */
+export function readWideWav(bytes) {
+  const view = new DataView(bytes);
+  if (ascii(view, 0, 4) !== 'RIFF' || ascii(view, 8, 4) !== 'WAVE') return undefined;
+  let rate = 0;
+  let count = 0;
+  let read = (/** @type {number} */ at) => view.getFloat64(at, true);
+  let width = 8;
+  for (let at = 12, size = 0; at + 8 <= view.byteLength; at += 8 + size + (size & 1)) {
+    size = Math.min(view.getUint32(at + 4, true), view.byteLength - at - 8);
+    const chunk = ascii(view, at, 4);
+    if (chunk === 'fmt ' && size >= 16) {
+      const tag = view.getUint16(at + 8, true);
+      const format = tag === 0xfffe && size >= 26 ? view.getUint16(at + 32, true) : tag;
+      const bits = view.getUint16(at + 22, true);
+      count = view.getUint16(at + 10, true);
+      rate = view.getUint32(at + 12, true);
+      if (format === 1 && bits === 32) {
+        width = 4;
+        read = (place) => view.getInt32(place, true) / 2 ** 31;
+      } else if (format !== 3 || bits !== 64) {
+        return undefined;
+      }
+    }
+    if (chunk !== 'data' || count === 0) continue;
+    const length = Math.floor(size / width / count);
+    const start = at + 8;
+    const channels = Array.from({ length: count }, (_, c) =>
+      Float32Array.from({ length }, (_, i) => read(start + (i * count + c) * width)));
+    return { rate, channels };
   }
+  return undefined;
 }
 
 /**
@@ -101,16 +151,61 @@ export function unstretch(samples, bits) {
  * @returns {Promise<Recording>}
  */
 export async function openRecording(file) {
-  const bytes = await file.arrayBuffer();
+  let bytes = await file.arrayBuffer();
   const header = readHeader(bytes);
+  const wide = readWideWav(bytes);
   const rate = header.rate === 44100 ? 44100 : 48000;
-  const decoded = await new OfflineAudioContext(1, 1, rate).decodeAudioData(bytes);
-  const channels = [];
-  for (let c = 0; c < decoded.numberOfChannels; ++c) channels.push(decoded.getChannelData(c));
+  const name = file.name.replace(/\.[^.]*$/, '');
+  if (wide?.rate === rate) return { name, ...wide, from: rate };
+  // The browser converts the rate, of samples that it reads right.
+  if (wide) bytes = await wavFile([interleave(wide.channels)], wide.rate, wide.channels.length).arrayBuffer();
+  const buffer = await new OfflineAudioContext(1, 1, rate).decodeAudioData(bytes);
   if (header.rate === rate && (header.bits === 8 || header.bits === 16)) {
-    for (const channel of channels) unstretch(channel, header.bits);
+    for (let c = 0; c < buffer.numberOfChannels; ++c) await unstretch(buffer.getChannelData(c), header.bits);
   }
-  return { name: file.name.replace(/\.[^.]*$/, ''), rate, channels };
+  return {
+    name,
+    rate,
+    from: header.rate,
+    buffer,
+    // Asked for each time: a browser may take the samples away while the buffer plays.
+    get channels() {
+      return Array.from({ length: buffer.numberOfChannels }, (_, c) => buffer.getChannelData(c));
+    },
+  };
+}
+
+/** Samples of each channel. @param {Recording} recording */
+export const lengthOf = (recording) => recording.buffer?.length ?? recording.channels[0]?.length ?? 0;
+
+/** @param {Float32Array[]} channels @param {number} length */
+export function interleave(channels, length = channels[0]?.length ?? 0) {
+  const piece = new Float32Array(length * channels.length);
+  channels.forEach((channel, c) => {
+    for (let i = 0, to = c; i < length; ++i, to += channels.length) piece[to] = /** @type {number} */ (channel[i]);
+  });
+  return piece;
+}
+
+export const PEAKS = 2000; // kept of a recording, however long
+
+/**
+ * The largest samples of PEAKS parts of a recording, for its picture and its Trim.
+ * @param {Float32Array[]} channels
+ */
+export async function survey(channels) {
+  const peaks = new Float32Array(PEAKS);
+  for (const channel of channels) {
+    await inSlices(channel.length, (from, to) => {
+      for (let i = from; i < to; ) {
+        const peak = Math.floor((i / channel.length) * PEAKS);
+        const end = Math.min(Math.max(Math.ceil(((peak + 1) / PEAKS) * channel.length), i + 1), to);
+        peaks[peak] = Math.max(/** @type {number} */ (peaks[peak]), peakOf([channel.subarray(i, end)]));
+        i = end;
+      }
+    });
+  }
+  return peaks;
 }
 
 /** The largest sample of all channels. @param {Float32Array[]} channels */

@@ -1,28 +1,9 @@
 // SPDX-License-Identifier: MIT
 import { Effect } from './effect.js';
-import { peakOf } from './recording.js';
-
-const SLICE = 25; // milliseconds of work before the page gets its turn
-
-/** Lets the page draw; at once, also in a tab in the background, where timers wait for a second. */
-function pause() {
-  return new Promise((resolve) => {
-    const { port1, port2 } = new MessageChannel();
-    port1.onmessage = resolve;
-    port2.postMessage(null);
-  });
-}
+import { interleave, peakOf } from './recording.js';
+import { Slices } from './slices.js';
 
 /** @typedef {{pieces: Float32Array[], seconds: number, peak: number}} Rendered The pieces are interleaved. */
-
-/** @param {Float32Array[]} channels @param {number} length */
-export function interleave(channels, length = channels[0].length) {
-  const piece = new Float32Array(length * channels.length);
-  channels.forEach((channel, c) => {
-    for (let i = 0, to = c; i < length; ++i, to += channels.length) piece[to] = channel[i];
-  });
-  return piece;
-}
 
 /**
  * A recording through the effect, its tail included, as the command renders it.
@@ -32,7 +13,9 @@ export function interleave(channels, length = channels[0].length) {
  * @param {(done: number) => void} progress 0 to 1
  * @returns {Promise<Rendered>}
  */
-export async function render(module, { rate, channels }, settings, progress) {
+export async function render(module, recording, settings, progress) {
+  const { rate } = recording;
+  let { channels } = recording;
   const effect = new Effect(module, rate, channels.length);
   try {
     effect.restore(settings);
@@ -41,17 +24,15 @@ export async function render(module, { rate, channels }, settings, progress) {
     const pieces = [];
     let samples = 0;
     let peak = 0;
-    let due = performance.now() + SLICE;
+    const slices = new Slices();
     const add = async (/** @type {Float32Array} */ piece) => {
       pieces.push(piece);
       samples += piece.length;
       for (const sample of piece) peak = Math.max(peak, Math.abs(sample));
-      if (performance.now() < due) return;
-      progress(Math.min(samples / channels.length / frames, 1));
-      await pause();
-      due = performance.now() + SLICE;
+      await slices.yield(() => progress(Math.min(samples / channels.length / frames, 1)));
     };
     for (let at = 0; at < frames; at += effect.longestBlock) {
+      if (channels[0]?.length !== frames) ({ channels } = recording); // taken away, because it began to play
       const length = Math.min(effect.longestBlock, frames - at);
       effect.planes().forEach((plane, c) => plane.set(channels[c].subarray(at, at + length)));
       effect.process(length);

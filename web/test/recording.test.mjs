@@ -8,7 +8,7 @@ import { join } from 'node:path';
 import { after, test } from 'node:test';
 import { promisify } from 'node:util';
 import { fittingName, knobAtValue, valueAtKnob } from '../page/bank.js';
-import { readHeader, unstretch } from '../page/recording.js';
+import { interleave, readHeader, readWideWav, unstretch } from '../page/recording.js';
 
 const folder = await mkdtemp(join(tmpdir(), 'brumbler-'));
 after(() => rm(folder, { recursive: true }));
@@ -43,12 +43,30 @@ test('headers tell rate and bits', async () => {
   }
 });
 
-test('16-bit samples come back, stretched or not', () => {
+test('16-bit samples come back, stretched or not', async () => {
   const whole = Float32Array.from({ length: 65536 }, (_, i) => (i - 32768) / 32768);
   const stretched = whole.map((x) => (x > 0 ? (x * 32768) / 32767 : x));
   for (const samples of [whole.slice(), stretched]) {
-    unstretch(samples, 16);
+    await unstretch(samples, 16);
     assert.deepEqual(samples, whole);
+  }
+});
+
+test('WAV of 64-bit floats and 32-bit integers is read here', async () => {
+  for (const [name, options] of [['f64.wav', ['-e', 'floating-point', '-b', '64']], ['i32.wav', ['-e', 'signed-integer', '-b', '32']]]) {
+    const path = join(folder, name);
+    const same = join(folder, 'f32.wav');
+    await promisify(execFile)('sox', ['-R', '-n', '-r', '48000', '-c', '2', ...options, path, 'synth', '0.1', 'sine', '440', 'sine', '9', 'vol', '0.3']);
+    await promisify(execFile)('sox', [path, '-e', 'floating-point', '-b', '32', same]);
+    const plain = await readFile(same);
+    const expected = new Float32Array(plain.buffer.slice(plain.byteOffset + plain.length - 4800 * 8, plain.byteOffset + plain.length));
+    const bytes = await readFile(path);
+    const read = readWideWav(bytes.buffer.slice(bytes.byteOffset, bytes.byteOffset + bytes.length));
+    assert.equal(read.rate, 48000);
+    const samples = interleave(read.channels);
+    assert.equal(samples.length, expected.length);
+    assert.ok(samples.every((sample, i) => Math.abs(sample - expected[i]) < 2e-7), name); // sox rounds to 24 bits
+    assert.equal(readWideWav(plain.buffer.slice(plain.byteOffset, plain.byteOffset + plain.length)), undefined);
   }
 });
 
