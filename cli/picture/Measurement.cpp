@@ -17,8 +17,7 @@ constexpr double kImpulseSeconds = 0.5;
 
 EffectChannels makeEffect(const EffectModule& module, const TestSettings& settings) {
   EffectSettings wanted;
-  wanted.values = {{catalog::kParameters[catalog::kVolume].name, settings.volume},
-                   {catalog::kParameters[catalog::kFuzz].name, settings.fuzz}};
+  wanted.values = {{catalog::kVolume, settings.volume}, {catalog::kFuzz, settings.fuzz}};
   return {module, wanted, AutomationTrack(), settings.rate, 1};
 }
 
