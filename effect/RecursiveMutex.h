@@ -26,7 +26,7 @@ class RecursiveMutex {
   void unlock() noexcept {}
 #else
   RecursiveMutex() noexcept {
-    if (!initialise(PTHREAD_PRIO_INHERIT)) initialise(PTHREAD_PRIO_NONE);
+    if (!initialise(true)) initialise(false);
   }
   RecursiveMutex(const RecursiveMutex&) = delete;
   RecursiveMutex& operator=(const RecursiveMutex&) = delete;
@@ -37,11 +37,11 @@ class RecursiveMutex {
 
  private:
   // False if the system cannot; the mutex is then as it was.
-  bool initialise(int protocol) noexcept {
+  bool initialise(bool inheritsPriority) noexcept {
     pthread_mutexattr_t attributes;
     if (pthread_mutexattr_init(&attributes) != 0) return false;
     const bool done = pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE) == 0 &&
-                      pthread_mutexattr_setprotocol(&attributes, protocol) == 0 &&
+                      (!inheritsPriority || pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT) == 0) &&
                       pthread_mutex_init(&mutex_, &attributes) == 0;
     pthread_mutexattr_destroy(&attributes);
     return done;

@@ -12,7 +12,7 @@
 # left out, and the last lines say so; with --all that is a failure, and so is a compiler's warning.
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit
-readonly targets=(release i386 armhf aarch64 web asan tsan fuzz package documents)
+readonly targets=(release i386 armhf aarch64 windows web asan tsan fuzz package documents)
 
 # The groups of scripts/setup that a target needs.
 groups() {
@@ -55,6 +55,10 @@ lacking() {
     i386) lacks g++ -m32 ;;
     armhf) lacks clang++ --target=arm-linux-gnueabihf --ld-path=arm-linux-gnueabihf-ld && lacks_program qemu-arm ;;
     aarch64) lacks clang++ --target=aarch64-linux-gnu --ld-path=aarch64-linux-gnu-ld && lacks_program qemu-aarch64 ;;
+    windows)
+      lacks x86_64-w64-mingw32-g++-posix
+      [[ -x /usr/lib/wine/wine64 ]] || lacks_program wine64
+      ;;
     web)
       lacks clang++ --target=wasm32-wasi -fno-exceptions
       lacks_program llvm-ar node npm chromium

@@ -1,15 +1,15 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#ifdef BRUMBLER_MODULE
-#include <dlfcn.h>
-#endif
-
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <vector>
+
+#ifdef BRUMBLER_MODULE
+#include "tests/DynamicLibrary.h"
+#endif
 
 // A host that shares nothing with the module but the binary interface: it loads the built file, reads records by offset
 // and calls virtual operations by slot. Offsets are given for 32 and for 64 bits. So it is not built on HostedEffect: a
@@ -60,15 +60,9 @@ inline Word callback(void* effect, std::int32_t opcode, std::int32_t index, Word
 #ifdef BRUMBLER_MODULE
 // The built module, loaded while this lives.
 struct Module {
-  Module() : handle(dlopen(BRUMBLER_MODULE, RTLD_NOW | RTLD_LOCAL)) {
-    if (handle == nullptr) std::fprintf(stderr, "%s\n", dlerror());
-    if (handle == nullptr) std::abort();
-  }
-  Module(Module&&) = delete;
-  ~Module() { dlclose(handle); }
-  Entry entry(const char* name = "getinterface") const { return reinterpret_cast<Entry>(dlsym(handle, name)); }
+  Entry entry(const char* name = "getinterface") const { return library.function<Entry>(name); }
 
-  void* handle;
+  DynamicLibrary library{BRUMBLER_MODULE};
 };
 #else
 extern "C" void* getinterface(Callback);

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
 // Renders a fixed script of blocks and changes and compares the result with the one of another target:
-//   script OUTPUT REFERENCE
-// Writes raw doubles. Status 1 if a sample is not the same double as in REFERENCE, 77 without REFERENCE.
+//   script OUTPUT REFERENCE [53]
+// 53: with the x87 unit set to double precision, as hosts on Windows have it. Writes raw doubles. Status 1 if a sample
+// is not the same double as in REFERENCE, 77 without REFERENCE.
 #include <algorithm>
 #include <bit>
 #include <cmath>
@@ -48,7 +49,13 @@ std::vector<double> render() {
 
 }  // namespace
 
-int main(int /*argc*/, char** argv) {
+int main(int argc, char** argv) {
+#ifdef __x86_64__
+  constexpr std::uint16_t kDoublePrecision = 0x27F;
+  if (argc > 3) asm volatile("fldcw %0" ::"m"(kDoublePrecision));
+#else
+  static_cast<void>(argc);
+#endif
   const std::vector<double> sound = render();
   const auto bytes = static_cast<std::streamsize>(sound.size() * sizeof(double));
   std::ofstream(argv[1], std::ios::binary).write(reinterpret_cast<const char*>(sound.data()), bytes);

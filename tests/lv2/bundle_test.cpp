@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 // Plays the bundle's shared object as an LV2 host does, against the effect driven through its own interface.
 #define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
-#include <dlfcn.h>
 #include <doctest/doctest.h>
 #include <lv2/atom/atom.h>
 #include <lv2/buf-size/buf-size.h>
@@ -22,8 +21,11 @@
 #include <vector>
 
 #include "catalog/catalog.h"
+#include "tests/DynamicLibrary.h"
 #include "tests/Player.h"
+#ifdef BRUMBLER_WATCH_LIBRARY
 #include "tests/SystemCalls.h"
+#endif
 
 namespace {
 
@@ -38,9 +40,8 @@ LV2_URID mapUri(LV2_URID_Map_Handle, const char* uri) {
 // One instance at 48000 Hz, its controls at their defaults. `announced` is the longest block, 0 says nothing of it.
 struct Bundle {
   explicit Bundle(std::int32_t announced = 0, std::uint32_t channelCount = 1) : channels(channelCount) {
-    static void* const library = dlopen(BRUMBLER_LV2_BINARY, RTLD_NOW | RTLD_LOCAL);
-    REQUIRE(library != nullptr);
-    descriptor = reinterpret_cast<LV2_Descriptor_Function>(dlsym(library, "lv2_descriptor"))(channels - 1);
+    static const DynamicLibrary library(BRUMBLER_LV2_BINARY);
+    descriptor = library.function<LV2_Descriptor_Function>("lv2_descriptor")(channels - 1);
     REQUIRE(descriptor->URI == std::string(kUris[channels - 1]));
     LV2_URID_Map map{nullptr, mapUri};
     LV2_Options_Option options[] = {{LV2_OPTIONS_INSTANCE, 0, 2, sizeof announced, 1, &announced}, {}};

@@ -1,0 +1,26 @@
+# SPDX-License-Identifier: MIT
+# 64-bit Windows: Debian's mingw-w64, with posix threads. Everything is linked statically, so what is built needs
+# Windows alone. wine64 runs the tests.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR x86_64)
+set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
+add_link_options(-static)
+# Of this machine's own headers only those that are the same for every target; the others would be glibc's.
+set(BRUMBLER_PORTABLE ${CMAKE_BINARY_DIR}/portable)
+file(MAKE_DIRECTORY ${BRUMBLER_PORTABLE}/include)
+foreach(folder doctest lv2)
+  if(EXISTS /usr/include/${folder} AND NOT EXISTS ${BRUMBLER_PORTABLE}/include/${folder})
+    file(CREATE_LINK /usr/include/${folder} ${BRUMBLER_PORTABLE}/include/${folder} SYMBOLIC)
+  endif()
+endforeach()
+if(EXISTS ${BRUMBLER_PORTABLE}/include/doctest)
+  set(DOCTEST_INCLUDE_DIR ${BRUMBLER_PORTABLE}/include CACHE PATH "The folder that holds doctest/doctest.h")
+endif()
+set(CMAKE_FIND_ROOT_PATH /usr/x86_64-w64-mingw32 ${BRUMBLER_PORTABLE})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+find_program(BRUMBLER_WINE NAMES wine64 wine PATHS /usr/lib/wine)
+if(BRUMBLER_WINE)
+  set(CMAKE_CROSSCOMPILING_EMULATOR ${CMAKE_COMMAND} -E env WINEDEBUG=-all WINEPREFIX=${CMAKE_BINARY_DIR}/wine ${BRUMBLER_WINE})
+endif()
