@@ -109,7 +109,7 @@ export async function openRecording(page, path) {
 export async function saved(page, name) {
   await (await control(page, 'button', name)).click();
   for (let tries = 0; tries < 600; ++tries) {
-    const [file] = (await readdir(page.downloads)).filter((found) => !/crdownload$|^\./.test(found));
+    const [file] = (await readdir(page.downloads)).filter((found) => !/(crdownload|part)$|^\./.test(found));
     if (file !== undefined && (await stat(join(page.downloads, file))).size > 0) {
       const path = `${page.downloads}-${(Bench.count += 1)}-${file}`;
       await rename(join(page.downloads, file), path);
