@@ -65,7 +65,7 @@ broken_links() {
   (cd "$1" && grep -roE '\]\([^):#]+' --include=*.md . | while IFS= read -r link; do
     [[ -e $(dirname "${link%%:*}")/${link##*(} ]] || echo "$link"
   done)
-  sed -n 's/.*file:\([^ ]*\).*/\1/p' "$root"/lib/systemd/system/*.service | while read -r file; do
+  find "$root" -name '*.service' -exec sed -n 's/.*file:\([^ ]*\).*/\1/p' {} + | while read -r file; do
     [[ -e $root$file ]] || echo "$file"
   done
 }
@@ -94,6 +94,7 @@ if [[ -e $tested ]]; then
   holds "the page is the one that its own tests open" cmp "$share/brumbler/brumbler.html" "$tested"
 fi
 
+mkdir -p "$root/etc/default" && touch "$root/etc/default/brumbler"  # as docs/stompbox.md has the user do
 holds "dpkg removes" into_root --purge brumbler brumbler-lv2-ui brumbler-lv2 brumbler-module
 holds "nothing stays behind" nothing "$(find "$root" -not -type d -not -path "$root/var/*" -not -regex "$root/etc/\(passwd\|group\|g?shadow\|.pwd.lock\)-?")"
 
