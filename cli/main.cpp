@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: MIT
 // The command `brumbler`: a host of the effect, written for people.
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
@@ -15,11 +16,12 @@
 #include "cli/help/completion.h"
 #include "cli/help/usageError.h"
 #include "cli/text/Failure.h"
+#include "cli/text/printable.h"
 
 namespace {
 
 int complain(const std::string& message, int status) {
-  std::fprintf(stderr, "brumbler: %s\n", message.c_str());
+  std::fprintf(stderr, "brumbler: %s\n", printable(message).c_str());
   return status;
 }
 
@@ -41,8 +43,14 @@ int run(int argc, char** argv) {
     printCompletions(app, {argv + 2, argv + argc});
     return 0;
   }
+  std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+  if (!arguments.empty() && arguments.front() == "help") {  // "help render" is "render --help"
+    arguments.erase(arguments.begin());
+    arguments.emplace_back("--help");
+  }
+  std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
   try {
-    app.parse(argc, argv);
+    app.parse(arguments);
   } catch (const CLI::ParseError& error) {
     if (error.get_exit_code() == 0) return app.exit(error);
     return complain(explainUsageError(app, error), Failure::usage);

@@ -3,8 +3,10 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdlib>
 #include <filesystem>
 #include <iterator>
+#include <vector>
 
 #include "cli/text/Failure.h"
 #include "cli/text/numbers.h"
@@ -60,7 +62,16 @@ int precisionOf(int sampleFormat) {
   }
 }
 
+// The rates of encoders that do not take all; empty for the others.
+std::vector<int> ratesOf(int container) {
+  if ((container & SF_FORMAT_SUBMASK) == SF_FORMAT_OPUS) return {8000, 12000, 16000, 24000, 48000};
+  if ((container & SF_FORMAT_TYPEMASK) != SF_FORMAT_MPEG) return {};
+  return {8000, 11025, 12000, 16000, 22050, 24000, 32000, 44100, 48000};
+}
+
 bool canBeWritten(const AudioFormat& format) {
+  const std::vector<int> rates = ratesOf(format.format);
+  if (!rates.empty() && std::find(rates.begin(), rates.end(), format.rate) == rates.end()) return false;
   SF_INFO info = {};
   info.samplerate = format.rate;
   info.channels = format.channels;
@@ -136,6 +147,18 @@ AudioFormat inContainer(const AudioFormat& wanted, int container, const std::str
   }
   throw Failure(path + ": this format cannot hold " + counted(static_cast<std::size_t>(wanted.channels), "channel") +
                 " at " + std::to_string(wanted.rate) + " Hz; choose another ending, like .wav");
+}
+
+int nearestRate(int rate, int container) {
+  const std::vector<int> rates = ratesOf(container);
+  if (rates.empty()) return rate;
+  return *std::min_element(rates.begin(), rates.end(),
+                           [rate](int a, int b) { return std::abs(a - rate) < std::abs(b - rate); });
+}
+
+bool isLossy(int format) noexcept {
+  const int sampleFormat = format & SF_FORMAT_SUBMASK;
+  return sampleFormat == SF_FORMAT_VORBIS || sampleFormat == SF_FORMAT_OPUS || sampleFormat == SF_FORMAT_MPEG_LAYER_III;
 }
 
 std::string sampleFormatName(int format) {

@@ -41,6 +41,12 @@ AudioFormat inContainer(const AudioFormat& wanted, int container, const std::str
 // that.
 AudioFormat inContainer(const AudioFormat& wanted, int container, int sampleFormat, const std::string& path);
 
+// The rate nearest to `rate`, in Hz, that the container can have.
+int nearestRate(int rate, int container);
+
+// True for Vorbis, Opus and MP3.
+bool isLossy(int format) noexcept;
+
 // In people's words, like "24-bit" or "Vorbis".
 std::string sampleFormatName(int format);
 

@@ -86,6 +86,25 @@ std::int64_t announcedBytes(SNDFILE* file, int container) {
   return is64 || bytes < kUnknownLengthBytes ? bytes : 0;
 }
 
+// How the input begins, without taking anything from it.
+struct Beginning {
+  bool isEmpty = false;
+  bool isSeekingFormat = false;  // one that libsndfile reads from files only
+};
+
+Beginning lookAt(int descriptor, const struct stat& status) {
+  if (S_ISREG(status.st_mode)) return {status.st_size == 0};
+  int copy[2];
+  std::array<char, 4> bytes{};
+  if (!S_ISFIFO(status.st_mode) || pipe2(copy, O_CLOEXEC) != 0) return {};
+  ssize_t got = tee(descriptor, copy[1], bytes.size(), 0);  // waits for the first bytes
+  if (got > 0) got = read(copy[0], bytes.data(), bytes.size());
+  close(copy[0]);
+  close(copy[1]);
+  const std::string letters(bytes.data(), bytes.size());
+  return {got == 0, letters == "caff" || letters == "fLaC"};
+}
+
 // As a shell takes it for one word, and no program for an option.
 std::string shellWord(const std::string& path) {
   std::string word = path.front() == '-' ? "./" + path : path;
@@ -106,8 +125,11 @@ bool isNamedAsSound(const std::string& path) {
 }
 
 // What to tell of a sound that the library does not take.
-std::string whyUnreadable(const std::string& path, bool isFile, bool isEmpty) {
-  if (isEmpty) return "the file is empty; choose one that holds a sound";
+std::string whyUnreadable(const std::string& path, bool isFile, const Beginning& beginning) {
+  if (beginning.isEmpty) {
+    return isFile ? "the file is empty; choose one that holds a sound"
+                  : "no sound came through the pipe; look for an error of the program before it";
+  }
   std::string reason = sf_strerror(nullptr);
   while (!reason.empty() && reason.back() == '.') reason.pop_back();
   const std::string text = "cannot be read as sound (" + reason + "); ";
@@ -150,6 +172,10 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   }
   rereadable_ = path != "-" && S_ISREG(status.st_mode);
 
+  const Beginning beginning = lookAt(descriptor, status);
+  if (beginning.isSeekingFormat && !raw) {
+    throw Failure(name_ + ": CAF and FLAC cannot be read from a pipe; name the file itself, or send WAV or AU");
+  }
   SF_INFO info = {};
   if (raw) {
     info.format = raw->format;
@@ -159,7 +185,7 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   file_.reset(sf_open_fd(descriptor, SFM_READ, &info, path != "-" ? SF_TRUE : SF_FALSE));
   if (file_ != nullptr && info.frames == 0 && rereadable_ && !raw) openUnclosed(path, info, status.st_size);
   if (file_ == nullptr) {
-    throw Failure(name_ + ": " + whyUnreadable(path, rereadable_, rereadable_ && status.st_size == 0));
+    throw Failure(name_ + ": " + whyUnreadable(path, rereadable_, beginning));
   }
   if (info.samplerate < kSlowest || info.samplerate > kFastest) {
     throw Failure(name_ + ": its header gives a rate of " + std::to_string(info.samplerate) +
@@ -272,6 +298,14 @@ int AudioReader::read(double* samples, int count) {
     }
   }
   return got;
+}
+
+bool AudioReader::isWhole() {
+  if (!note_.empty() || !frames_ || *frames_ > info_.frames) return false;
+  if (info_.frames == 0) return true;
+  std::vector<double> frame(static_cast<std::size_t>(info_.channels));
+  return sf_seek(file_.get(), info_.frames - 1, SEEK_SET) == info_.frames - 1 &&
+         sf_readf_double(file_.get(), frame.data(), 1) == 1;
 }
 
 Metadata AudioReader::metadata() const { return {file_.get(), info_, rereadable_ ? name_ : ""}; }

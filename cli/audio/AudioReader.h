@@ -39,6 +39,9 @@ class AudioReader {
   // What its reader should know of it, after the last read(): that its header was wrong, say. Empty mostly.
   const std::string& note() const noexcept { return note_; }
 
+  // Whether a file has its last frame, so that nothing was cut off. Not before or between read().
+  bool isWhole();
+
   // What the file says beside its sound.
   Metadata metadata() const;
 

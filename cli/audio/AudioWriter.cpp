@@ -96,13 +96,15 @@ SF_VIRTUAL_IO AudioWriter::operations() noexcept {
   return io;
 }
 
-AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, bool replace,
+AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, const Options& options,
                          std::optional<std::int64_t> frames, const Metadata& metadata)
     : name_(path == "-" ? "standard output" : path),
       format_(format),
       metadata_(metadata),
       order_(orderInto(format.format, metadata.layout(), format.channels)) {
   metadata_.setLayout(orderedFor(format.format, metadata.layout()));
+  const int bits = integerBits(format.format);
+  if (options.dithers && bits != 0 && bits <= 16) dither_.emplace(bits);
   if (path == "-") {
     if (isatty(STDOUT_FILENO) != 0) {
       throw Failure("standard output is a terminal; pipe it into a player, or name a file", Failure::usage);
@@ -110,19 +112,19 @@ AudioWriter::AudioWriter(const std::string& path, const AudioFormat& format, boo
     descriptor_ = STDOUT_FILENO;
     const bool bigEndian = format.container() == SF_FORMAT_AU;
     writeStreamHeader(frames.value_or(0));
-    openLibrary(SF_FORMAT_RAW | format.sampleFormat() | (bigEndian ? SF_ENDIAN_BIG : SF_ENDIAN_LITTLE));
+    openLibrary(SF_FORMAT_RAW | format.sampleFormat() | (bigEndian ? SF_ENDIAN_BIG : SF_ENDIAN_LITTLE), {});
   } else {
     format_ = forLength(format, frames, metadata_);
     checkLength(frames.value_or(0));
-    pending_.emplace(path, replace);
+    pending_.emplace(path, options.replace);
     descriptor_ = pending_->descriptor();
-    openLibrary(format_.format);
+    openLibrary(format_.format, options.quality);
     if (!frames) sf_command(file_.get(), SFC_RF64_AUTO_DOWNGRADE, nullptr, SF_TRUE);
     metadata_.putInto(file_.get());
   }
 }
 
-void AudioWriter::openLibrary(int format) {
+void AudioWriter::openLibrary(int format, std::optional<double> quality) {
   SF_INFO info = {};
   info.samplerate = format_.rate;
   info.channels = format_.channels;
@@ -131,6 +133,11 @@ void AudioWriter::openLibrary(int format) {
   file_.reset(sf_open_virtual(&io, SFM_WRITE, &info, this));
   if (file_ == nullptr) fail(sf_strerror(nullptr));
   sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
+  if (quality) {
+    int mode = SF_BITRATE_MODE_VARIABLE;  // MP3's other modes have a rate in place of a quality
+    sf_command(file_.get(), SFC_SET_BITRATE_MODE, &mode, sizeof mode);
+    sf_command(file_.get(), SFC_SET_VBR_ENCODING_QUALITY, &*quality, sizeof *quality);
+  }
   // It holds the time of day; the same sound should give the same file.
   sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
@@ -190,10 +197,11 @@ void AudioWriter::checkLength(std::int64_t frames) const {
 }
 
 void AudioWriter::write(std::span<const double> samples) {
-  if (order_.isChange()) {
-    ordered_.assign(samples.begin(), samples.end());
-    order_.apply(ordered_);
-    samples = ordered_;
+  if (order_.isChange() || dither_) {
+    changed_.assign(samples.begin(), samples.end());
+    order_.apply(changed_);
+    if (dither_) dither_->apply(changed_);
+    samples = changed_;
   }
   const auto size = static_cast<sf_count_t>(samples.size());
   framesWritten_ += size / format_.channels;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "cli/audio/AudioFormat.h"
+#include "cli/audio/Dither.h"
 #include "cli/audio/Metadata.h"
 #include "cli/audio/channelLayout.h"
 #include "cli/files/PendingFile.h"
@@ -23,13 +24,19 @@
 // the same format is written back as it was. Whatever does not fit is clipped and counted.
 class AudioWriter {
  public:
+  struct Options {
+    bool replace = false;           // a file that exists
+    bool dithers = true;            // integers of 16 bits and less
+    std::optional<double> quality;  // 0 to 1, of Vorbis, Opus and MP3; nothing: the encoder's own choice
+  };
+
   // `path` "-" stands for standard output, where `format` must be WAV, AU or raw in a linear sample format. `frames` is
   // the largest likely length, or nothing; it decides only whether a WAV file must be of the kind for more than 4 GiB
   // (with nothing, finish() decides), and what a WAV stream puts where the length belongs. `metadata` goes into the
   // file as far as the format can hold it. Throws Failure as PendingFile does, or when the library cannot write
   // `format`.
-  AudioWriter(const std::string& path, const AudioFormat& format, bool replace, std::optional<std::int64_t> frames,
-              const Metadata& metadata = {});
+  AudioWriter(const std::string& path, const AudioFormat& format, const Options& options,
+              std::optional<std::int64_t> frames, const Metadata& metadata = {});
 
   // Whole frames. Throws Failure when they cannot be written.
   void write(std::span<const double> samples);
@@ -51,7 +58,7 @@ class AudioWriter {
   };
 
   static SF_VIRTUAL_IO operations() noexcept;
-  void openLibrary(int format);
+  void openLibrary(int format, std::optional<double> quality);
   void writeStreamHeader(std::int64_t frames);
   void checkAndCompare(const std::string& path);
   void checkLength(std::int64_t frames) const;
@@ -69,7 +76,8 @@ class AudioWriter {
   std::int64_t framesWritten_ = 0;
   int writeError_ = 0;  // errno of the first write that failed
   std::int64_t clipped_ = 0;
-  std::vector<double> ordered_;
+  std::optional<Dither> dither_;
+  std::vector<double> changed_;
   std::vector<int> integers_;
   std::vector<short> shorts_;
   std::unique_ptr<SNDFILE, Close> file_;

@@ -5,6 +5,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <cstring>
 #include <iterator>
 
@@ -129,6 +131,28 @@ std::size_t Metadata::size() const {
   std::size_t size = tags_.size();
   for (const Chunk& chunk : chunks_) size += chunk.bytes.size() + 16;
   return size;
+}
+
+void Metadata::changeRate(int from, int to) {
+  constexpr std::size_t kTimeReferenceAt = 338, kTimeReferenceSize = 8;  // in "bext" (EBU Tech 3285)
+  static const std::set<std::string> counted = {"cue ", "adtl", "smpl", "MARK", "INST", "mark", "strg"};
+  for (const Mark& mark : kMarks) {
+    if (marks_.erase(mark.set) != 0) others_.insert(mark.name);
+  }
+  for (auto chunk = chunks_.begin(); chunk != chunks_.end();) {
+    if (counted.count(kindOf(*chunk)) != 0) {
+      others_.insert(keptAs(family_, kindOf(*chunk))->name);
+      chunk = chunks_.erase(chunk);
+      continue;
+    }
+    if (chunk->id == "bext" && chunk->bytes.size() >= kTimeReferenceAt + kTimeReferenceSize) {
+      std::uint64_t samples = 0;
+      std::memcpy(&samples, &chunk->bytes[kTimeReferenceAt], kTimeReferenceSize);
+      samples = static_cast<std::uint64_t>(std::llround(static_cast<long double>(samples) * to / from));
+      std::memcpy(&chunk->bytes[kTimeReferenceAt], &samples, kTimeReferenceSize);
+    }
+    ++chunk;
+  }
 }
 
 Metadata Metadata::layoutAlone() const {

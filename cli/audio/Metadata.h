@@ -31,6 +31,10 @@ class Metadata {
   const ChannelLayout& layout() const noexcept { return layout_; }
   void setLayout(const ChannelLayout& layout);
 
+  // For a result at another rate: what counts in the recording's samples cannot be kept, but for a Broadcast-WAV's time
+  // reference, which is converted.
+  void changeRate(int from, int to);
+
   // This without all but the channel layout.
   Metadata layoutAlone() const;
 

@@ -6,10 +6,10 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <filesystem>
 #include <vector>
 
+#include "cli/files/PendingFile.h"
 #include "cli/text/Failure.h"
 
 namespace fs = std::filesystem;
@@ -73,13 +73,6 @@ void TakeFile::finish() {
   const bool synced = fsync(descriptor_) == 0;  // a file that was there is only given up for one that is on the disk
   const bool closed = close(descriptor_) == 0;
   descriptor_ = -1;
-  const unsigned flags = replace_ ? 0U : RENAME_NOREPLACE;
-  bool named = false;
-  if (result == SF_ERR_NO_ERROR && synced && closed) {
-    named = renameat2(AT_FDCWD, unfinishedPath_.c_str(), AT_FDCWD, path_.c_str(), flags) == 0;
-    if (!named && errno == EINVAL)
-      named = std::rename(unfinishedPath_.c_str(), path_.c_str()) == 0;  // no such flag here
-  }
-  if (named) return;
+  if (result == SF_ERR_NO_ERROR && synced && closed && renameFile(unfinishedPath_, path_, replace_)) return;
   throw Failure(path_ + ": cannot be finished (" + systemError(errno) + "); the take is in " + unfinishedPath_);
 }

@@ -96,7 +96,7 @@ void addBankCommand(CLI::App& app) {
   save->add_option("--bank", options->from, "Start from this bank instead of the effect's own programs")
       ->type_name("FILE.json");
   save->add_option("--module", options->module, "The module brumbler.so to ask")->type_name("PATH");
-  save->add_flag("--force", options->force, "Replace the file if it exists");
+  save->add_flag("-f,--force", options->force, "Replace the file if it exists");
   save->footer("Example: brumbler bank save mine.json --set 1,volume=4,fuzz=2,name=Warm --set 2,fuzz=10,name=Lead");
   save->callback([options] { runSave(*options); });
 }

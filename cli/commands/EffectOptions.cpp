@@ -55,7 +55,7 @@ void EffectOptions::addTo(CLI::App& command, Trim kind) {
     if (catalog::kParameters[i].scale == catalog::Scale::knob) addKnob(command, static_cast<catalog::Index>(i));
   }
   addTrim(command, kind);
-  addText("--preset", "Start from one of the presets that `brumbler info --presets` lists",
+  addText("--preset", "Volume and Fuzz from one of the presets that `brumbler info --presets` lists",
           [this](const std::string& text) { preset_ = findPreset(text); })
       ->type_name("NAME");
   command.add_flag("--off", off_, "Switch the effect off: the dry sound");
@@ -114,11 +114,6 @@ EffectSettings EffectOptions::settings(const EffectModule& module) const {
   if (settings.bank) settings.bank->restore(*prototype);
   settings.program = findProgram(program_, Bank(*prototype));
   return settings;
-}
-
-std::optional<double> EffectOptions::trim() const {
-  if (!trim_ && !automaticTrim_ && preset_ != nullptr) return preset_->values[catalog::kTrim];
-  return trim_;
 }
 
 double parsePosition(const std::string& option, const std::string& text, const catalog::Parameter& parameter) {

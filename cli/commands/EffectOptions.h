@@ -13,8 +13,8 @@ class App;
 }
 
 // The options that say how the effect is set before it plays, the same for every command that plays: a knob each from
-// the catalog, --off, --preset, --program, --bank, --trim and --module. The bank is loaded first, then its program
-// chosen, then the preset laid over it; what was given by name, a knob or the trim, holds against all of them.
+// the catalog, --off, --preset, --program, --bank, --trim and --module. The bank is loaded first, then its program is
+// chosen, then the preset sets its knobs; a knob that is given by name overrides all of them.
 class EffectOptions {
  public:
   // Whether --trim takes "auto", which needs a sound whose peak can be looked for.
@@ -27,8 +27,8 @@ class EffectOptions {
   // program.
   EffectSettings settings(const EffectModule& module) const;
 
-  // How many dB the sound lies above a guitar's own level, as given or as the preset has it; nothing when neither says.
-  std::optional<double> trim() const;
+  // How many dB the sound lies above a guitar's own level, as given. Presets leave it alone: it belongs to the recording.
+  std::optional<double> trim() const noexcept { return trim_; }
   // Whether --trim was given.
   bool isTrimGiven() const noexcept { return trim_ || automaticTrim_; }
   bool isTrimAutomatic() const noexcept { return automaticTrim_; }

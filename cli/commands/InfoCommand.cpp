@@ -10,6 +10,7 @@
 #include "cli/commands/Commands.h"
 #include "cli/effect/Bank.h"
 #include "cli/effect/EffectModule.h"
+#include "cli/text/printable.h"
 #include "host/VstRecords.h"
 
 namespace {
@@ -91,7 +92,7 @@ ordered_json describe(const EffectModule& module, HostedEffect& effect) {
   return info;
 }
 
-std::string text(const ordered_json& value) { return value.get<std::string>(); }
+std::string text(const ordered_json& value) { return printable(value.get<std::string>()); }
 
 void print(const ordered_json& info) {
   std::printf("%s (%s), vendor version %d, identity %s\n", text(info["effect"]).c_str(), text(info["product"]).c_str(),
@@ -123,12 +124,12 @@ void print(const ordered_json& info) {
 void printPresets() {
   std::printf("%-20s", "preset");
   for (const catalog::Parameter& one : catalog::kParameters) {
-    if (one.scale != catalog::Scale::toggle) std::printf("  %6s", one.label);
+    if (one.scale == catalog::Scale::knob) std::printf("  %6s", one.label);
   }
   for (const catalog::Preset& preset : catalog::kPresets) {
     std::printf("\n%-20s", preset.label);
     for (std::size_t i = 0; i < std::size(catalog::kParameters); ++i) {
-      if (catalog::kParameters[i].scale != catalog::Scale::toggle) std::printf("  %6g", preset.values[i]);
+      if (catalog::kParameters[i].scale == catalog::Scale::knob) std::printf("  %6g", preset.values[i]);
     }
   }
   std::puts("");
@@ -140,7 +141,7 @@ ordered_json describePresets() {
     ordered_json& item = list.emplace_back(ordered_json{{"symbol", preset.symbol}, {"label", preset.label}});
     for (std::size_t i = 0; i < std::size(catalog::kParameters); ++i) {
       const catalog::Parameter& parameter = catalog::kParameters[i];
-      if (parameter.scale != catalog::Scale::toggle) item[parameter.symbol] = preset.values[i];
+      if (parameter.scale == catalog::Scale::knob) item[parameter.symbol] = preset.values[i];
     }
   }
   return list;

@@ -178,7 +178,7 @@ class PlotCommands {
     command->add_option("-o,--output", options_->out, "The picture to draw; its name ends in .png or .svg")
         ->type_name("FILE")
         ->required();
-    command->add_flag("--force", options_->force, "Replace the file if it exists");
+    command->add_flag("-f,--force", options_->force, "Replace the file if it exists");
     command->callback([options = options_, draw] {
       Picture::checkName(options->out);
       if (!options->force && fs::exists(options->out)) {

@@ -5,15 +5,18 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "cli/commands/Commands.h"
 #include "cli/commands/EffectOptions.h"
+#include "cli/files/PendingFile.h"
 #include "cli/render/FileRenderer.h"
 #include "cli/render/renderFolder.h"
 #include "cli/text/Failure.h"
 #include "cli/text/Progress.h"
 #include "cli/text/numbers.h"
+#include "cli/text/printable.h"
 #include "player/Tail.h"
 #include "player/decibels.h"
 
@@ -23,7 +26,9 @@ namespace fs = std::filesystem;
 
 struct RenderOptions {
   std::vector<std::string> files;
+  std::string out;
   std::string outDirectory;
+  bool recursive = false;
   std::string automation;
   bool noTail = false;
   EffectOptions effect;
@@ -97,6 +102,7 @@ void checkPaths(const RenderOptions& options) {
   if (in != "-" && out != "-" && fs::equivalent(in, out, error)) {
     throw Failure(out + ": is the recording itself; give the result another name", Failure::usage);
   }
+  if (out != "-" && (fs::is_directory(out, error) || fs::is_other(out, error))) PendingFile::check(out, false);
   checkType(out, options.settings);
 }
 
@@ -104,27 +110,28 @@ void renderOne(const RenderOptions& options, const EffectModule& module) {
   checkPaths(options);
   const std::string& in = options.files[0];
   const std::string& out = options.files[1];
-  std::error_code error;
-  if (options.settings.skipExisting && out != "-" && fs::exists(out, error)) {
-    if (!options.settings.quiet) std::printf("%s: exists already, skipped\n", out.c_str());
+  const FileRenderer renderer(module, options.settings, 1);
+  if (options.settings.skipExisting && out != "-" && renderer.isDone(out)) {
+    if (!options.settings.quiet) std::printf("%s: exists already, skipped\n", printable(out).c_str());
     return;
   }
   const auto begin = std::chrono::steady_clock::now();
   Progress progress(!options.settings.quiet);
-  const FileRenderer renderer(module, options.settings, 1);
   renderer.announce(in, progress);
   const RenderResult result = renderer.render(in, out, progress);
   progress.clear();
   const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - begin;
   if (options.settings.quiet) return;
-  const std::string name = out == "-" ? "standard output" : out;
-  if (!result.note.empty()) std::fprintf(stderr, "brumbler: note: %s: %s\n", name.c_str(), result.note.c_str());
+  const std::string name = out == "-" ? "standard output" : printable(out);
+  if (!result.note.empty()) {
+    std::fprintf(stderr, "brumbler: note: %s: %s\n", name.c_str(), printable(result.note).c_str());
+  }
   if (result.missingTrim > 0.0) {
     std::fprintf(
         stderr,
         "brumbler: note: %s: peaks %.0f dB above a guitar's own level, so the fuzz is quieter than the recording; "
         "--trim %.0f%s makes up for it\n",
-        in == "-" ? "standard input" : in.c_str(), result.missingTrim, result.missingTrim,
+        in == "-" ? "standard input" : printable(in).c_str(), result.missingTrim, result.missingTrim,
         in == "-" ? "" : ", or --trim auto,");
   }
   std::FILE* const to = out == "-" ? stderr : stdout;
@@ -151,11 +158,17 @@ void runRender(RenderOptions& options) {
       settings.trim == 0.0 && !options.effect.isTrimGiven() && !options.effect.isOff() && !settings.normalize;
   if (options.noTail) settings.tail = 0.0;
   if (!options.automation.empty()) settings.automation.emplace(options.automation, *module.createEffect(44100, 1));
-  if (options.outDirectory.empty()) {
-    renderOne(options, module);
-  } else {
-    renderFolder(module, settings, options.files, options.outDirectory);
+  if (!options.outDirectory.empty()) {
+    if (!options.out.empty()) throw Failure("give either --output or --out-dir", Failure::usage);
+    return renderFolder(module, settings, options.files, options.outDirectory, options.recursive);
   }
+  for (const auto& [isGiven, name] :
+       {std::pair(settings.jobs != 0, "--jobs"), std::pair(options.recursive, "--recursive"),
+        std::pair(!settings.suffix.empty(), "--suffix")}) {
+    if (isGiven) throw Failure(std::string(name) + " needs --out-dir", Failure::usage);
+  }
+  if (!options.out.empty()) options.files.push_back(options.out);
+  renderOne(options, module);
 }
 
 }  // namespace
@@ -193,9 +206,16 @@ void addRenderCommand(CLI::App& app) {
   addText("--block", "Samples in each call of the effect, 1 to 65536 (default 512)",
           [&settings](const std::string& text) { settings.effect.block = parseWhole("--block", text, 1, 65536); })
       ->type_name("N");
-  command->add_option("--out-dir", options->outDirectory, "Render all FILES into this folder, side by side")
+  command->add_option("-o,--output", options->out, "The file to write, in place of OUT")->type_name("FILE");
+  command->add_option("--out-dir", options->outDirectory, "Render all FILES into this folder, several at a time")
       ->type_name("DIR");
-  auto* const force = command->add_flag("--force", settings.replace, "Replace files that exist");
+  command->add_flag("--recursive", options->recursive,
+                    "With --out-dir: render the recordings in the folders among FILES, and keep their structure");
+  addText("--suffix", "With --out-dir: add this to each name, like _fuzz", [&settings](const std::string& text) {
+    if (text.find('/') != std::string::npos) throw Failure("--suffix: a name cannot hold a /", Failure::usage);
+    settings.suffix = text;
+  })->type_name("TEXT");
+  auto* const force = command->add_flag("-f,--force", settings.writer.replace, "Replace files that exist");
   addText("--raw", "What input without a header holds, like 48000:2:s16 (u8 s8 s16 s24 s32 f32 f64, little-endian)",
           [&settings](const std::string& text) { settings.raw = parseRaw(text); })
       ->type_name("HZ:CHANNELS:SAMPLES");
@@ -205,18 +225,28 @@ void addRenderCommand(CLI::App& app) {
   addText("--bits", "Samples of the output (default: the input's)", [&settings](const std::string& text) {
     settings.sampleFormat = parseBits(text);
   })->type_name("16|24|32|float");
+  addText("--out-rate", "Rate of the output in Hz (default: the input's, or the nearest that the format can have)",
+          [&settings](const std::string& text) { settings.outRate = parseWhole("--out-rate", text, 1000, 10000000); })
+      ->type_name("HZ");
+  addText("--quality", "Quality of MP3, Ogg and Opus, 0 (small) to 10 (best)", [&settings](const std::string& text) {
+    settings.writer.quality = parseNumber("--quality", text, 0.0, 10.0) / 10.0;
+  })->type_name("0-10");
+  command->add_flag_function(
+      "--no-dither", [&settings](std::int64_t /*count*/) { settings.writer.dithers = false; },
+      "Round to 16 bits and less without dither");
   addText("--jobs", "With --out-dir: files at a time (default: one for each core)",
           [&settings](const std::string& text) {
             settings.jobs = static_cast<unsigned>(parseWhole("--jobs", text, 1, 1000));
           })
       ->type_name("N");
-  command->add_flag("--skip-existing", settings.skipExisting, "Leave outputs that exist as they are, and go on")
+  command->add_flag("--skip-existing", settings.skipExisting, "Leave outputs that are complete as they are, and go on")
       ->excludes(force);
-  command->add_flag("--quiet", settings.quiet, "Print errors only");
+  command->add_flag("-q,--quiet", settings.quiet, "Print errors only");
   command->footer(
       "Examples:\n"
       "  brumbler render take1.wav take1-fuzz.wav --volume 6 --fuzz 9 --trim auto\n"
       "  brumbler render takes/*.flac --out-dir fuzzed\n"
+      "  brumbler render takes --recursive --out-dir fuzzed --suffix _fuzz\n"
       "  brumbler render takes/*.mp3 --out-dir fuzzed --out-type wav --bits 24\n"
       "  sox take1.wav -t wav - | brumbler render - - | play -");
   command->callback([options] { runRender(*options); });

@@ -13,6 +13,7 @@
 
 namespace {
 
+namespace fs = std::filesystem;
 using nlohmann::json;
 
 // Walks over the text and counts its lines.
@@ -126,12 +127,17 @@ std::string readable(const JsonFile::Path& path) {
   return text;
 }
 
+// Devices and pipes may never end, and no file of this command comes near kLongest.
 std::string readText(const std::string& path) {
+  constexpr std::uintmax_t kLongest = 2 << 20;  // bytes
   std::error_code error;
-  std::ifstream file(path, std::ios::binary);
-  if (!file || std::filesystem::is_directory(path, error)) {
-    throw Failure(path + ": cannot be read; check the name and its permissions");
+  if (fs::exists(path, error) && !fs::is_regular_file(path, error)) {
+    throw Failure(path + ": is not an ordinary file; name a JSON file");
   }
+  const std::uintmax_t size = fs::file_size(path, error);
+  if (!error && size > kLongest) throw Failure(path + ": is larger than 2 MiB; files of this kind are much smaller");
+  std::ifstream file(path, std::ios::binary);
+  if (!file) throw Failure(path + ": cannot be read; check the name and its permissions");
   return {std::istreambuf_iterator<char>(file), {}};
 }
 

@@ -53,6 +53,24 @@ Drawn draw(const std::string& path, const std::string& title, const SoundRange& 
           start, start + static_cast<double>(frames) / sound.rate()};
 }
 
+struct DrawnSounds {
+  std::vector<std::string> titles;
+  std::vector<Drawn> sounds;
+  double start = 0.0;  // seconds, of the earliest
+  double end = 0.0;    // and of the last
+};
+
+DrawnSounds drawAll(const std::vector<std::string>& paths, const SoundRange& range, bool withSpectrum) {
+  DrawnSounds all;
+  all.titles = titlesOf(paths);
+  for (std::size_t i = 0; i < paths.size(); ++i) {
+    const Drawn& sound = all.sounds.emplace_back(draw(paths[i], all.titles[i], range, withSpectrum));
+    all.start = i == 0 ? sound.start : std::min(all.start, sound.start);
+    all.end = std::max(all.end, sound.end);
+  }
+  return all;
+}
+
 std::string rangeOf(const char* axis, double from, double to) {
   return std::string("set ") + axis + "range [" + shortText(from) + ":" + shortText(to) + "]\n";
 }
@@ -80,34 +98,21 @@ void SoundPart::read(const std::function<void(double)>& take) {
 }
 
 Picture drawWaves(const std::vector<std::string>& paths, const SoundRange& range) {
-  const std::vector<std::string> titles = titlesOf(paths);
+  DrawnSounds all = drawAll(paths, range, false);
   Picture::Panel panel;
   panel.across = "seconds";
   panel.up = "of full scale";
-  double start = 0.0;
-  double end = 0.0;
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    const Drawn sound = draw(paths[i], titles[i], range, false);
-    start = i == 0 ? sound.start : std::min(start, sound.start);
-    end = std::max(end, sound.end);
-    panel.series.push_back(sound.wave);
-  }
-  panel.range = rangeOf("x", start, end) + "set yrange [*<0:0<*]";
-  return {paths.size() == 1 ? titles.front() : "", {panel}};
+  for (Drawn& sound : all.sounds) panel.series.push_back(std::move(sound.wave));
+  panel.range = rangeOf("x", all.start, all.end) + "set yrange [*<0:0<*]";
+  return {paths.size() == 1 ? all.titles.front() : "", {panel}};
 }
 
 Picture drawSounds(const std::vector<std::string>& paths, const SoundRange& range) {
-  const std::vector<std::string> titles = titlesOf(paths);
-  std::vector<Drawn> sounds;
+  auto [titles, sounds, start, end] = drawAll(paths, range, true);
   double peak = 0.0;
-  double start = 0.0;
-  double end = 0.0;
   double loudest = PowerSpectrum::kFloor;
-  for (std::size_t i = 0; i < paths.size(); ++i) {
-    const Drawn& sound = sounds.emplace_back(draw(paths[i], titles[i], range, true));
+  for (const Drawn& sound : sounds) {
     peak = std::max(peak, sound.peak);
-    start = i == 0 ? sound.start : std::min(start, sound.start);
-    end = std::max(end, sound.end);
     for (const auto& [frequency, level] : sound.levels) loudest = std::max(loudest, level);
   }
   const double reach = peak > 0.0 ? 1.05 * peak : 1.0;
@@ -130,7 +135,7 @@ Picture drawSounds(const std::vector<std::string>& paths, const SoundRange& rang
   spectra.up = "dB re full-scale sine, per 1/12 octave";
   spectra.logarithmic = true;
   spectra.height = kSpectrumHeight;
-  spectra.range = Picture::kHearingRange + ("\n" + rangeOf("y", top - kSpectrumDepth, top));
+  spectra.range = std::string(Picture::kHearingRange) + "\n" + rangeOf("y", top - kSpectrumDepth, top);
   picture.panels.push_back(std::move(spectra));
   return picture;
 }

@@ -10,6 +10,7 @@
 
 #include "cli/audio/AudioReader.h"
 #include "cli/audio/AudioWriter.h"
+#include "cli/files/PendingFile.h"
 #include "cli/render/OutputStage.h"
 #include "cli/render/ReadAhead.h"
 #include "cli/render/WriteBehind.h"
@@ -26,31 +27,28 @@ namespace {
 constexpr int kSilenceFrames = 1024;  // played at a time after the sound, at most
 constexpr int kSlowestRate = 16001;   // Hz; the effect's equaliser has sections at 8000 Hz
 
-// From the file's rate to the effect's, through the effects, and back.
+// From the recording's rate to the effect's, through the effects, and to the result's rate.
 class Chain {
  public:
-  Chain(EffectChannels& effects, int rate, int effectRate, int channels)
+  Chain(EffectChannels& effects, int rate, int effectRate, int outRate, int channels)
       : effects_(effects), channels_(static_cast<std::size_t>(channels)) {
-    if (rate == effectRate) return;
-    there_.emplace(rate, effectRate, channels);
-    back_.emplace(effectRate, rate, channels);
+    if (rate != effectRate) there_.emplace(rate, effectRate, channels);
+    if (effectRate != outRate) back_.emplace(effectRate, outRate, channels);
   }
 
-  // Answers what is ready at the file's rate, which lags behind where rates are converted. `piece` is changed.
+  // Returns what is ready at the result's rate, which lags behind if rates are converted. `piece` is changed.
   Piece& play(Piece& piece) {
-    if (!there_) {
-      effects_.process(piece.data(), frames(piece));
-      return piece;
-    }
-    inside_.clear();
-    there_->convert(piece.data(), frames(piece), inside_);
-    effects_.process(inside_.data(), frames(inside_));
-    result_.clear();
-    back_->convert(inside_.data(), frames(inside_), result_);
-    return result_;
+    Piece& inside = there_ ? convert(*there_, piece, inside_) : piece;
+    effects_.process(inside.data(), frames(inside));
+    return back_ ? convert(*back_, inside, result_) : inside;
   }
 
  private:
+  Piece& convert(SampleRateConverter& converter, const Piece& from, Piece& to) {
+    to.clear();
+    converter.convert(from.data(), frames(from), to);
+    return to;
+  }
   int frames(const Piece& samples) const { return static_cast<int>(samples.size() / channels_); }
 
   EffectChannels& effects_;
@@ -62,11 +60,11 @@ class Chain {
 };
 
 // In frames: large ones, because each has its costs, except of a stream, which should come out as it comes in. None
-// becomes more than kPieceSamples at `innerRate` Hz: a frame at 1 Hz is 44100 there.
-int pieceLength(const AudioReader& reader, int block, int innerRate) {
+// becomes more than kPieceSamples at `highestRate` Hz, of those that it is converted to.
+int pieceLength(const AudioReader& reader, int block, int highestRate) {
   constexpr int kPieceSamples = 1 << 15;
   constexpr int kStreamFrames = 512;
-  const int growth = std::max((innerRate - 1) / reader.format().rate + 1, 1);
+  const int growth = std::max((highestRate - 1) / reader.format().rate + 1, 1);
   const int most = std::max(kPieceSamples / growth / reader.format().channels, 1);
   return reader.isRereadable() ? most : std::min(std::max(block, kStreamFrames), most);
 }
@@ -121,6 +119,7 @@ AudioFormat FileRenderer::outputFormat(const AudioReader& reader, const std::str
                         : !isStream         ? containerFor(out)
                         : canStream         ? wanted.container()
                                             : SF_FORMAT_WAV;
+  wanted.rate = settings_.outRate.value_or(nearestRate(wanted.rate, container));
   if (settings_.sampleFormat) return inContainer(wanted, container, *settings_.sampleFormat, out);
   if (!isStream) return inContainer(wanted, container, out);
   if (!isLinear(wanted.format)) wanted.format = container | SF_FORMAT_FLOAT;
@@ -141,10 +140,7 @@ void FileRenderer::check(const AudioReader& reader, const std::string& out) cons
   if (!reader.isRereadable() && settings_.normalize) {
     throw Failure("--normalize needs a file, which can be read twice; leave it off for a stream", Failure::usage);
   }
-  std::error_code error;
-  if (out != "-" && !settings_.replace && std::filesystem::is_regular_file(out, error)) {
-    throw Failure(out + ": exists already; add --force to replace it, or choose another name");
-  }
+  if (out != "-") PendingFile::check(out, settings_.writer.replace || settings_.skipExisting);
 }
 
 void FileRenderer::announce(const std::string& in, Progress& progress) const {
@@ -158,11 +154,28 @@ void FileRenderer::announce(const std::string& in, Progress& progress) const {
   }
 }
 
+bool FileRenderer::isDone(const std::string& out) const {
+  std::error_code error;
+  const std::uintmax_t size = std::filesystem::file_size(out, error);
+  if (error || size == 0) return false;
+  if (endingOf(out) == "raw") return true;
+  try {
+    return AudioReader(out, {}).isWhole();
+  } catch (const Failure&) {
+    return false;
+  }
+}
+
 RenderResult FileRenderer::render(const std::string& in, const std::string& out, Progress& progress) const {
   AudioReader reader(in, settings_.raw);
   check(reader, out);
-  const Metadata metadata = reader.metadata();
+  Metadata metadata = reader.metadata();
   AudioFormat format = outputFormat(reader, out);
+  if (settings_.writer.quality && !isLossy(format.format)) {
+    throw Failure(out + ": this format has no --quality; only MP3, Ogg and Opus have", Failure::usage);
+  }
+  const int rate = reader.format().rate;
+  if (format.rate != rate) metadata.changeRate(rate, format.rate);
   // Only the extensible kind of WAV tells which channel is which.
   if (format.container() == SF_FORMAT_WAV && isLinear(format.format) &&
       (speakerMask(metadata.layout()) || reader.format().container() == SF_FORMAT_WAVEX)) {
@@ -177,9 +190,14 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
     if (output.peak() > 0.0) gain *= amplitude(*settings_.normalize) / output.peak();
   }
 
-  std::optional<std::int64_t> longest = reader.frames();
-  if (longest) *longest += std::llround((settings_.tail.value_or(Tail::kLongestSeconds) + 1.0) * format.rate);
-  AudioWriter writer(out, format, settings_.replace, longest, metadata);
+  std::optional<std::int64_t> longest;
+  if (reader.frames()) {
+    const double seconds = static_cast<double>(*reader.frames()) / rate;
+    longest = std::llround((seconds + settings_.tail.value_or(Tail::kLongestSeconds) + 1.0) * format.rate);
+  }
+  AudioWriter::Options options = settings_.writer;
+  options.replace = options.replace || settings_.skipExisting;  // what is there was not complete
+  AudioWriter writer(out, format, options, longest, metadata);
   WriteBehind behind(writer, overlaps_ && reader.isRereadable());
   OutputStage output(&behind, format.rate, format.channels, gain, settings_.tail);
   const double peak = run(reader, output, trim, progress);
@@ -189,15 +207,19 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   RenderResult result{output.framesKept(), format.rate, output.peak(), writer.clipped(), trim, {}, 0.0};
   const double fitting = automaticTrim(peak);
   if (settings_.advisesTrim && fitting >= kFarAbove) result.missingTrim = fitting;
-  if (!settings_.sampleFormat && writer.format().sampleFormat() != reader.format().sampleFormat()) {
-    result.note = "this format has no " + sampleFormatName(reader.format().format) + " samples; wrote " +
-                  sampleFormatName(format.format) + " ones";
+  const std::string was = sampleFormatName(reader.format().format);
+  const std::string is = sampleFormatName(format.format);
+  if (!settings_.sampleFormat && !isLossy(format.format) && was != is) {
+    result.note = "this format has no " + was + " samples; wrote " + is + " ones";
   } else if (longest && writer.format().container() == SF_FORMAT_RF64 && format.container() != SF_FORMAT_RF64) {
     result.note = "longer than 4 GiB, so it is written as RF64, the WAV for long sounds";
   }
   const auto add = [&note = result.note](const std::string& more) {
     note.append(note.empty() || more.empty() ? "" : "; ").append(more);
   };
+  if (!settings_.outRate && format.rate != rate) {
+    add("this format has no rate of " + std::to_string(rate) + " Hz; wrote " + std::to_string(format.rate) + " Hz");
+  }
   add(reader.note());
   if (!writer.dropped().empty()) add("dropped: " + writer.dropped());
   return result;
@@ -207,13 +229,14 @@ double FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, 
   const int rate = reader.format().rate;
   const int channels = reader.format().channels;
   const int inner = effectRate(reader);
+  const int outRate = output.rate();
   AutomationTrack track;
   if (settings_.automation) track = settings_.automation->trackFor(reader.frames(), rate, inner);
   EffectChannels effects(module_, settings_.effect, track, inner, channels);
-  Chain chain(effects, rate, inner, channels);
+  Chain chain(effects, rate, inner, outRate, channels);
   if (!reader.frames()) progress.expectUnknown();
 
-  const int length = pieceLength(reader, settings_.effect.block, inner);
+  const int length = pieceLength(reader, settings_.effect.block, std::max(inner, outRate));
   ReadAhead pieces(reader, length, overlaps_ && reader.isRereadable());
   Piece piece;
   const auto play = [&] {
@@ -233,7 +256,7 @@ double FileRenderer::run(AudioReader& reader, OutputStage& output, double trim, 
   }
   if (settings_.automation && !reader.frames()) settings_.automation->trackFor(frames, rate, inner);
 
-  output.endSound(frames);
+  output.endSound(frames * outRate / rate);
   while (!output.isComplete()) {
     piece.assign(static_cast<std::size_t>(std::min(kSilenceFrames, length)) * static_cast<std::size_t>(channels), 0.0);
     play();

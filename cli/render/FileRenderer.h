@@ -26,6 +26,9 @@ class FileRenderer {
   // Tells the bar how much render() will add for `in`; nothing when that cannot be told.
   void announce(const std::string& in, Progress& progress) const;
 
+  // Whether there is a complete sound at `out`, which need not be rendered again.
+  bool isDone(const std::string& out) const;
+
   // Renders `in` to `out`, either of which may be "-". Throws Failure, leaving no new file.
   RenderResult render(const std::string& in, const std::string& out, Progress& progress) const;
 

@@ -26,6 +26,7 @@ class OutputStage {
   // True when nothing that follows would be kept. Until then the source plays silence after the sound.
   bool isComplete() const noexcept { return received_ >= soundLength_ && tail_.isComplete(); }
 
+  int rate() const noexcept { return rate_; }  // Hz
   std::int64_t framesKept() const noexcept { return kept_; }
   double peak() const noexcept { return peak_; }
 

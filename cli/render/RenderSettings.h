@@ -6,6 +6,7 @@
 #include <string>
 
 #include "cli/audio/AudioFormat.h"
+#include "cli/audio/AudioWriter.h"
 #include "cli/effect/Automation.h"
 #include "cli/effect/EffectChannels.h"
 
@@ -19,10 +20,12 @@ struct RenderSettings {
   bool advisesTrim = false;         // tell of sounds that want a trim
   std::optional<double> normalize;  // dBFS of the result's peak
   std::optional<double> tail;       // seconds; nothing: as long as it is heard
-  bool replace = false;             // an output that exists
+  AudioWriter::Options writer;
   std::optional<AudioFormat> raw;   // what input without a header holds
   std::optional<int> container;     // of the output; nothing: what its name says, in a stream the input's or WAV
   std::optional<int> sampleFormat;  // of the output; nothing: the input's
+  std::optional<int> outRate;       // Hz, of the output; nothing: the input's, or the nearest that the format can have
+  std::string suffix;               // of outputs' names in a folder, before the ending
   bool skipExisting = false;        // leave what is there as it is, and say so
   bool quiet = false;               // print errors only
   unsigned jobs = 0;                // recordings at a time; 0: one for each core

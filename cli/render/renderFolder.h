@@ -6,9 +6,10 @@
 
 #include "cli/render/RenderSettings.h"
 
-// Renders every file into `directory` under its own name (with the ending of settings.container, if that is given), as
-// many side by side as settings.jobs says. The folder is made if it is missing, and goes again when nothing came into
-// it. A file that fails is reported and leaves the others alone; a summary comes at the end. Throws Failure when the
-// list makes no sense, or at the end when files failed.
-void renderFolder(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& files,
-                  const std::string& directory);
+// Renders every file into `directory` under its own name (with settings.suffix, and the ending of settings.container if
+// that is given), as many at a time as settings.jobs says. With `recursive`, a folder among the paths stands for all
+// recordings in it, and in the folders in it, which are made again below `directory`. Folders are created as needed;
+// those that stay empty are removed. A file that fails is reported, and the others go on; a summary comes at the end.
+// Throws Failure if a result would replace a recording, or at the end if files failed.
+void renderFolder(const EffectModule& module, const RenderSettings& settings, const std::vector<std::string>& paths,
+                  const std::string& directory, bool recursive);

@@ -5,7 +5,9 @@
 #include <stdexcept>
 #include <string>
 
-// What went wrong, told in one line that names the culprit and what to do. main() prints it and exits with `status`.
+#include "cli/text/printable.h"
+
+// An error, in one printable line that names the culprit and says what to do. main() prints it and exits with `status`.
 class Failure : public std::runtime_error {
  public:
   enum Status : int {
@@ -14,7 +16,7 @@ class Failure : public std::runtime_error {
   };
 
   explicit Failure(const std::string& message, Status exitStatus = failed)
-      : std::runtime_error(message), status(exitStatus) {}
+      : std::runtime_error(printable(message)), status(exitStatus) {}
 
   Status status;
 };

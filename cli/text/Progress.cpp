@@ -1,16 +1,24 @@
 // SPDX-License-Identifier: MIT
 #include "cli/text/Progress.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 namespace {
 
 constexpr auto kBetweenDraws = std::chrono::milliseconds(100);
-constexpr int kBarWidth = 40;
+constexpr int kWidestBar = 40;    // characters
+constexpr int kNarrowestBar = 5;  // characters
+
+int columns() {
+  winsize size = {};
+  return ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : 80;
+}
 
 }  // namespace
 
@@ -39,15 +47,22 @@ void Progress::add(double seconds) {
 
 void Progress::draw() {
   drawn_ = true;
+  char text[80];
   if (unknown_ || expected_ <= 0.0) {
-    std::fprintf(stderr, "\r%.1f s ", done_);
-    return;
+    std::snprintf(text, sizeof text, "%.1f s", done_);
+  } else {
+    const double done = std::min(done_, expected_);
+    const double share = done / expected_;
+    std::snprintf(text, sizeof text, "%3.0f %%  %.1f of %.1f s", share * 100.0, done, expected_);
+    const int room = columns() - static_cast<int>(std::strlen(text)) - 4;  // brackets, blank and cursor
+    if (const int width = std::min(room, kWidestBar); width >= kNarrowestBar) {
+      const auto filled = static_cast<std::size_t>(share * width);
+      const std::string bar = std::string(filled, '#') + std::string(static_cast<std::size_t>(width) - filled, '.');
+      std::fprintf(stderr, "\r[%s] %s", bar.c_str(), text);
+      return;
+    }
   }
-  const double share = std::min(done_ / expected_, 1.0);
-  const auto filled = static_cast<std::size_t>(share * kBarWidth);
-  const std::string bar = std::string(filled, '#') + std::string(kBarWidth - filled, '.');
-  std::fprintf(stderr, "\r[%s] %3.0f %%  %.1f of %.1f s ", bar.c_str(), share * 100.0, std::min(done_, expected_),
-               expected_);
+  std::fprintf(stderr, "\r\033[K%.*s", std::max(columns() - 1, 0), text);
 }
 
 void Progress::clear() {

@@ -5,7 +5,7 @@
 #include <cctype>
 #include <cstddef>
 #include <numeric>
-#include <utility>
+#include <tuple>
 
 namespace {
 
@@ -36,16 +36,29 @@ std::size_t sharedBeginning(const std::string& a, const std::string& b) {
   return static_cast<std::size_t>(end - a.begin());
 }
 
+constexpr std::size_t kTellingPart = 3;  // letters
+
+bool contains(const std::string& name, const std::string& part) {
+  return part.size() >= kTellingPart &&
+         std::search(name.begin(), name.end(), part.begin(), part.end(), isSameLetter) != name.end();
+}
+
+// Without the dashes of an option, which tell nothing.
+std::size_t bareSize(const std::string& name) {
+  return name.size() - std::min(name.find_first_not_of('-'), name.size());
+}
+
 }  // namespace
 
 std::string suggestName(const std::string& given, const std::vector<std::string>& known) {
-  // Names that begin alike come first: the end of one may have been left off.
+  // Names of which a part was given come first, then those that begin alike: the end may have been left off.
   const auto rank = [&given](const std::string& name) {
-    return std::pair(sharedBeginning(given, name) < kTellingBeginning, distance(given, name));
+    return std::tuple(!contains(name, given), sharedBeginning(given, name) < kTellingBeginning, distance(given, name));
   };
   const auto nearest = std::min_element(
       known.begin(), known.end(), [&rank](const std::string& a, const std::string& b) { return rank(a) < rank(b); });
-  if (nearest != known.end() && distance(given, *nearest) <= std::max<std::size_t>(1, nearest->size() / 2)) {
+  if (nearest != known.end() &&
+      (contains(*nearest, given) || distance(given, *nearest) <= std::max<std::size_t>(1, bareSize(*nearest) / 2))) {
     return "did you mean " + *nearest + "?";
   }
   std::string list;

@@ -5,8 +5,9 @@
 #include <string>
 #include <vector>
 
-// "did you mean NAME?" with the known name that takes the fewest changes of a character to get to, whatever the case,
-// those that begin with the same four letters before all others; or a list of all known names when none is near.
+// "did you mean NAME?", whatever the case: a known name that contains the given one, else one that begins with the same
+// four letters, else the one that takes the fewest changes of a character; or a list of all known names if none is
+// near.
 std::string suggestName(const std::string& given, const std::vector<std::string>& known);
 
 // Where in `names` the text stands, upper and lower case being the same.

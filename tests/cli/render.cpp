@@ -195,7 +195,10 @@ TEST_CASE("the output's format, from its name or as it was asked for") {
       {"a.wav - --bits 16 > o.wav", "o.wav", 0, wav | SF_FORMAT_PCM_16},
       {"a.wav b.mp3 --out-dir d/e --out-type flac --bits 24", "d/e/b.flac", 0, flac | SF_FORMAT_PCM_24},
       {"b.mp3 --out-dir d --out-type wav", "d/b.wav", 0, wav | SF_FORMAT_PCM_24, "note: b.mp3: this format has no MP3"},
-      {"a.wav a.flac --out-dir d --out-type wav", "", 2, 0, "both would become d/a.wav"},
+      {"a.wav a.flac --out-dir d --out-type wav", "d/a-2.wav", 0, wav | SF_FORMAT_PCM_16},
+      {"a.wav tree --recursive --out-dir d --suffix _x", "d/in/a_x.flac", 0, flac | SF_FORMAT_PCM_16},
+      {"a.wav o.opus --quality 2", "o.opus", 0, SF_FORMAT_OGG | SF_FORMAT_OPUS, "44100 Hz; wrote 48000 Hz"},
+      {"a.wav o.mp3 --out-rate 44000", "", 1, 0, "cannot hold 1 channel at 44000 Hz"},
       {"text.wav in --out-dir d/e", "", 1, 0, "in: is a folder; name the recordings in it, like in/*.wav"},
       {"text.wav --out-dir d/e", "", 1, 0, "brumbler: text.wav: "},
       {"a.wav text.wav --out-dir d/e --jobs 1", "d/e/a.wav", 1, wav | SF_FORMAT_DOUBLE, "1 of 2 files failed"},
@@ -203,6 +206,7 @@ TEST_CASE("the output's format, from its name or as it was asked for") {
       {"a.wav a.flac --out-dir there --skip-existing --quiet", "there/a.wav", 0, wav | SF_FORMAT_DOUBLE},
       {"a.wav there/a.flac --skip-existing", "there/a.flac", 0, flac | SF_FORMAT_PCM_16},
       {"a.wav --out-dir a.flac/b", "", 1, 0, "a.flac/b: cannot be made"},
+      {"a.wav cut.flac --skip-existing", "cut.flac", 0, flac | SF_FORMAT_PCM_24},
   };
   CommandLine cli;
   cli.write("a.wav", guitar(44100, 1, 3000));
@@ -211,6 +215,9 @@ TEST_CASE("the output's format, from its name or as it was asked for") {
   cli.writeText("text.wav", "no sound");
   for (const char* folder : {"in", "there"}) fs::create_directory(cli.folder / folder);
   fs::copy(cli.folder / "a.flac", cli.folder / "there");
+  fs::create_directories(cli.folder / "tree/in");
+  fs::copy(cli.folder / "a.flac", cli.folder / "tree/in");
+  cli.writeText("cut.flac", cli.readText("a.flac").substr(0, 2000));
   const std::set<std::string> before = cli.files();
   for (const auto& row : rows) {
     CAPTURE(row.arguments);
