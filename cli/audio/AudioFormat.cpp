@@ -146,7 +146,7 @@ AudioFormat inContainer(const AudioFormat& wanted, int container, const std::str
     }
   }
   throw Failure(path + ": this format cannot hold " + counted(static_cast<std::size_t>(wanted.channels), "channel") +
-                " at " + std::to_string(wanted.rate) + " Hz; choose another ending, like .wav");
+                " at " + std::to_string(wanted.rate) + " Hz; choose another rate, or another format, like .wav");
 }
 
 int nearestRate(int rate, int container) {

@@ -266,5 +266,5 @@ void AudioWriter::fail(const std::string& reason) const {
   throw Failure(name_ + ": cannot be written (" + bare + "); " +
                 (writeError_ == ENOSPC || writeError_ == EDQUOT || writeError_ == EFBIG
                      ? "make room, or write to another disk"
-                     : "choose another place or format"));
+                     : "make room, or choose another place or format"));
 }

@@ -60,7 +60,7 @@ std::vector<Job> planJobs(const std::vector<std::string>& paths, const std::stri
   const auto add = [&](const std::string& file, const fs::path& place) {
     if (!sources.insert(file).second) return;
     std::string ending = place.extension().string();
-    if (settings.container) ending.assign(".").append(endingFor(*settings.container));
+    if (settings.container) ending.assign(1, '.').append(endingFor(*settings.container));
     const std::string stem = (fs::path(directory) / place.parent_path() / place.stem()).string() + settings.suffix;
     std::string out = stem + ending;
     for (int number = 2; !byTarget.emplace(out, file).second; ++number) {
