@@ -10,8 +10,8 @@
 #include <vector>
 
 #include "cli/audio/AudioFormat.h"
-#include "cli/audio/Metadata.h"
-#include "cli/audio/channelLayout.h"
+#include "cli/metadata/Metadata.h"
+#include "cli/metadata/channelLayout.h"
 
 // A sound file, or a stream on standard input, as interleaved doubles; full scale is -1 to 1. The channels are in the
 // file's order, those of Ogg files in WAV's.

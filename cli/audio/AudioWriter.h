@@ -12,9 +12,9 @@
 
 #include "cli/audio/AudioFormat.h"
 #include "cli/audio/Dither.h"
-#include "cli/audio/Metadata.h"
-#include "cli/audio/channelLayout.h"
 #include "cli/files/PendingFile.h"
+#include "cli/metadata/Metadata.h"
+#include "cli/metadata/channelLayout.h"
 
 // A sound file in the making, or a stream on standard output, fed with interleaved doubles; full scale is -1 to 1.
 //

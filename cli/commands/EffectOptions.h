@@ -27,7 +27,8 @@ class EffectOptions {
   // program.
   EffectSettings settings(const EffectModule& module) const;
 
-  // How many dB the sound lies above a guitar's own level, as given. Presets leave it alone: it belongs to the recording.
+  // How many dB the sound lies above a guitar's own level, as given. Presets leave it alone: it belongs to the
+  // recording.
   std::optional<double> trim() const noexcept { return trim_; }
   // Whether --trim was given.
   bool isTrimGiven() const noexcept { return trim_ || automaticTrim_; }

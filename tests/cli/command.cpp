@@ -373,7 +373,8 @@ TEST_CASE("levels and tails") {
     CHECK(cli.errText.find("--trim 18, or --trim auto") != std::string::npos);
   }
   CHECK((cli.run("render hot.wav in.wav --out-dir hot") == 0 && cli.errText.find("1 of 2") != std::string::npos));
-  for (const char* const known : {"in.wav", "hot.wav --trim 0", "hot.wav --off", "hot.wav --preset soft-edge --trim auto"}) {
+  for (const char* const known :
+       {"in.wav", "hot.wav --trim 0", "hot.wav --off", "hot.wav --preset soft-edge --trim auto"}) {
     render(cli, known);
     CHECK(cli.errText.empty());
   }

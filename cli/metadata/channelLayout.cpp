@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/audio/channelLayout.h"
+#include "cli/metadata/channelLayout.h"
 
 #include <sndfile.h>
 

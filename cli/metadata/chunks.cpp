@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/audio/chunks.h"
+#include "cli/metadata/chunks.h"
 
 #include <sndfile.h>
 #include <unistd.h>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/audio/Tags.h"
+#include "cli/metadata/Tags.h"
 
 #include <taglib/attachedpictureframe.h>
 #include <taglib/fileref.h>

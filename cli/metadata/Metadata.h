@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
-#include "cli/audio/Tags.h"
-#include "cli/audio/channelLayout.h"
-#include "cli/audio/chunks.h"
+#include "cli/metadata/Tags.h"
+#include "cli/metadata/channelLayout.h"
+#include "cli/metadata/chunks.h"
 
 // What a sound file says beside its sound: who is heard, when it was recorded, which channel is which, what is marked.
 //

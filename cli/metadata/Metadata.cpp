@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/audio/Metadata.h"
+#include "cli/metadata/Metadata.h"
 
 #include <fcntl.h>
 #include <unistd.h>
