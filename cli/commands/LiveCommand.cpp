@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: MIT
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
 #include <memory>
 #include <string>
@@ -19,15 +22,27 @@ struct LiveOptions {
   bool noConnect = false;
 };
 
+// So that no file or socket of ours becomes a standard stream that the caller has closed.
+void openStandardStreams() {
+  for (int stream = STDIN_FILENO; stream <= STDERR_FILENO; ++stream) {
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", O_RDWR);
+  }
+}
+
 void runLive(const LiveOptions& options) {
+  openStandardStreams();
   const EffectModule module(options.effect.module());
   LiveSettings settings = options.settings;
   if (settings.learn && settings.midiMapPath.empty()) {
     throw Failure("--learn needs --midi-map FILE.json, where to write what is learned", Failure::usage);
   }
   settings.effect = options.effect.settings(module);
-  settings.bankPath = options.effect.bank();
-  settings.trim = options.effect.trim().value_or(0.0);
+  settings.bank.path = options.effect.bank();
+  if (settings.bank.keep && settings.bank.path.empty()) {
+    throw Failure("--keep needs --bank FILE.json, where to keep what was turned", Failure::usage);
+  }
+  // A preset's trim is not used: how loud the guitar comes in does not depend on it.
+  settings.trim = options.effect.isTrimGiven() ? options.effect.trim().value_or(0.0) : 0.0;
   settings.jack.connects = !options.noConnect;
   LiveSession(module, settings).run();
 }
@@ -52,6 +67,9 @@ void addLiveCommand(CLI::App& app) {
   command->add_option("--midi", settings.jack.midi, "Obey the MIDI ports that fit, whenever they are plugged in")
       ->type_name("PATTERN")
       ->excludes(noConnect);
+  command->add_option("--midi-out", settings.jack.midiOut, "Tell the MIDI ports that fit what plays, for their lights")
+      ->type_name("PATTERN")
+      ->excludes(noConnect);
   command
       ->add_option_function<std::string>(
           "--midi-channel",
@@ -62,6 +80,7 @@ void addLiveCommand(CLI::App& app) {
       ->type_name("N");
   command->add_option("--midi-map", settings.midiMapPath, "Which MIDI control does what")->type_name("FILE.json");
   command->add_flag("--learn", settings.learn, "Learn the map from the controls as you move them, and write it");
+  command->add_flag("--keep", settings.bank.keep, "Write what you turn back to the bank");
   command->add_flag("--wait", settings.wait, "Wait for a JACK server, now and whenever it goes");
   command->add_option("--record", settings.recordPath, "Record what goes out")->type_name("TAKE.wav");
   command->add_option("--record-dry", settings.recordDryPath, "Record what comes in")->type_name("TAKE.wav");

@@ -19,9 +19,15 @@ struct RoleFacts {
   const char* type;
   unsigned long flags;  // of the ports it connects with
 };
-constexpr RoleFacts kRoles[] = {{"--input", "port with sound", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput},
-                                {"--output", "port that takes sound", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput},
-                                {"--midi", "MIDI port", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput}};
+constexpr RoleFacts kRoles[] = {
+    {"--input", "port with sound", JACK_DEFAULT_AUDIO_TYPE, JackPortIsOutput},
+    {"--output", "port that takes sound", JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput},
+    {"--midi", "MIDI port", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput},
+    {"--midi-out", "MIDI port that takes messages", JACK_DEFAULT_MIDI_TYPE, JackPortIsInput}};
+
+// tend() is called more often than this. A longer time between two calls was a pause of this process, not of the
+// server.
+constexpr auto kLongestTick = std::chrono::milliseconds(200);
 
 // A device's ports appear one after the other; they are looked at when no other has come for so many calls of tend().
 constexpr int kCallsToSettle = 3;
@@ -62,23 +68,34 @@ std::string join(const std::vector<std::string>& names, const char* ifEmpty) {
 }  // namespace
 
 JackClient::JackClient(LivePlayer& player, const Wishes& wishes) : player_(player), wishes_(wishes) {
-  const std::string* const texts[kNumRoles] = {&wishes_.input, &wishes_.output, &wishes_.midi};
-  for (int role = 0; role < kNumRoles; ++role) {
-    if (texts[role]->empty()) continue;
+  for (const Role role : kAllRoles) {
+    if (pattern(role).empty()) continue;
     try {
-      patterns_[role].emplace(*texts[role], std::regex::extended | std::regex::icase);
+      patterns_[role].emplace(pattern(role), std::regex::extended | std::regex::icase);
     } catch (const std::regex_error&) {
-      throw Failure(std::string(kRoles[role].option) + ": \"" + *texts[role] +
-                        "\" is no pattern; write a backslash before brackets and other signs",
-                    Failure::usage);
+      throw Failure(
+          std::string(kRoles[role].option) + ": \"" + pattern(role) +
+              "\" is not a regular expression; write a backslash before brackets and other special characters",
+          Failure::usage);
     }
   }
   jack_set_error_function(keepQuiet);
   jack_set_info_function(keepQuiet);
 }
 
+JackClient::~JackClient() {
+  close();
+  if (closer_.joinable()) closer_.join();
+}
+
+const std::string& JackClient::pattern(Role role) const {
+  const std::string* const patterns[kNumRoles] = {&wishes_.input, &wishes_.output, &wishes_.midi, &wishes_.midiOut};
+  return *patterns[role];
+}
+
 bool JackClient::open() {
   close();
+  if (!finishClosing()) return false;
   jack_status_t status{};
   client_ = jack_client_open(wishes_.name.c_str(), JackNoStartServer, &status);
   if (client_ == nullptr) {
@@ -86,6 +103,9 @@ bool JackClient::open() {
     throw Failure("the JACK server does not let " + wishes_.name +
                   " in; try another --name, or start the server again");
   }
+  name_ = jack_get_client_name(client_);
+  silence_ = {};
+  tendTime_ = Clock::now();
   alive_ = true;
   setShutdownCallback();  // before anything that a server which goes can fail
   registerPorts();
@@ -98,6 +118,7 @@ bool JackClient::open() {
     throw Failure("the JACK server does not let " + wishes_.name + " play; start the server again");
   }
   missing_ = connections_;
+  player_.reportAgain();
   lookAround();
   return true;
 }
@@ -105,7 +126,7 @@ bool JackClient::open() {
 void JackClient::registerPorts() {
   const bool isMono = player_.channels() == 1;
   const auto add = [this](Role role, const char* name) {
-    const unsigned long way = role == kOutput ? JackPortIsOutput : JackPortIsInput;
+    const unsigned long way = role == kOutput || role == kMidiOut ? JackPortIsOutput : JackPortIsInput;
     jack_port_t* const port = jack_port_register(client_, name, kRoles[role].type, way, 0);
     if (port == nullptr) throw Failure("the JACK server has no room for another port; end another client");
     ports_.push_back({role, port});
@@ -117,6 +138,7 @@ void JackClient::registerPorts() {
     if (!isMono || ports_.size() == 1) add(kOutput, isMono ? "out" : name);
   }
   add(kMidi, "midi_in");
+  add(kMidiOut, "midi_out");
 }
 
 void JackClient::setCallbacks() {
@@ -177,17 +199,20 @@ void JackClient::setShutdownCallback() {
 }
 
 int JackClient::process(jack_nframes_t frames, void* self) noexcept {
-  const auto& client = *static_cast<JackClient*>(self);
+  auto& client = *static_cast<JackClient*>(self);
+  client.periods_.fetch_add(1, std::memory_order_relaxed);
   std::array<const float*, LivePlayer::kMostChannels> in{};
   std::array<float*, LivePlayer::kMostChannels> out{};
   std::size_t ins = 0;
   std::size_t outs = 0;
   void* midi = nullptr;
+  void* midiOut = nullptr;
   for (const Port& port : client.ports_) {
     void* const buffer = jack_port_get_buffer(port.handle, frames);
     if (port.role == kInput) in[ins++] = static_cast<const float*>(buffer);
     if (port.role == kOutput) out[outs++] = static_cast<float*>(buffer);
     if (port.role == kMidi) midi = buffer;
+    if (port.role == kMidiOut) midiOut = buffer;
   }
   client.player_.begin(in.data(), out.data(), static_cast<int>(frames));
   const jack_nframes_t count = jack_midi_get_event_count(midi);
@@ -197,19 +222,38 @@ int JackClient::process(jack_nframes_t frames, void* self) noexcept {
     client.player_.receive(static_cast<int>(event.time), event.buffer, event.size);
   }
   client.player_.end();
+  jack_midi_clear_buffer(midiOut);
+  for (LivePlayer::Report report{}; client.player_.nextReport(report);) {
+    jack_midi_event_write(midiOut, frames - 1, report.bytes.data(), report.size);
+  }
   return 0;
 }
 
 void JackClient::close() {
-  if (client_ == nullptr) return;
+  if (client_ == nullptr || closer_.joinable()) return;
   // The library may end its audio thread wherever it is. No pause is held: the server may be waiting for a callback
   // that announces something.
   player_.setClosed(true);
-  jack_client_close(client_);
-  client_ = nullptr;
-  ports_.clear();
   alive_ = false;
-  appeared_.clear();
+  closing_ = true;
+  closer_ = std::thread([this] {
+    jack_client_close(client_);
+    closing_ = false;
+  });
+  // Nearly always done at once.
+  for (int i = 0; i < 50 && closing_; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(2));
+}
+
+// False as long as the server before does not let go.
+bool JackClient::finishClosing() {
+  if (closing_) return false;
+  if (closer_.joinable()) {
+    closer_.join();
+    client_ = nullptr;
+    ports_.clear();
+    appeared_.clear();
+  }
+  return true;
 }
 
 std::string JackClient::lossReason() const {
@@ -235,7 +279,7 @@ std::vector<std::string> JackClient::candidates(Role role) const {
 std::vector<std::string> JackClient::fitting(Role role) const {
   const RoleFacts& facts = kRoles[role];
   if (!patterns_[role]) {
-    if (role == kMidi || !wishes_.connects) return {};
+    if (role == kMidi || role == kMidiOut || !wishes_.connects) return {};
     return portNames(client_, facts.type, facts.flags | JackPortIsPhysical);
   }
   std::vector<std::string> names = candidates(role);
@@ -245,11 +289,11 @@ std::vector<std::string> JackClient::fitting(Role role) const {
   return names;
 }
 
-// One input takes the first port and one output gives to the first two; two of each take one port each. The MIDI port
-// takes all.
+// One input takes the first port and one output gives to the first two; two of each take one port each. The MIDI ports
+// take all.
 std::vector<JackClient::Connection> JackClient::wanted() const {
   std::vector<Connection> result;
-  for (const Role role : {kInput, kOutput, kMidi}) {
+  for (const Role role : kAllRoles) {
     std::vector<std::string> names = fitting(role);
     if (names.empty()) continue;
     std::vector<std::size_t> own;
@@ -257,7 +301,7 @@ std::vector<JackClient::Connection> JackClient::wanted() const {
       if (ports_[i].role == role) own.push_back(i);
     }
     const std::size_t most = role == kInput ? own.size() : 2;
-    if (role != kMidi && names.size() > most) names.resize(most);
+    if ((role == kInput || role == kOutput) && names.size() > most) names.resize(most);
     for (std::size_t i = 0; i < std::max(own.size(), names.size()); ++i) {
       result.emplace_back(own[std::min(i, own.size() - 1)], names[std::min(i, names.size() - 1)]);
     }
@@ -279,7 +323,7 @@ std::vector<JackClient::Connection> JackClient::current() const {
 
 std::set<std::string> JackClient::allPorts() const {
   std::set<std::string> all;
-  for (const Role role : {kInput, kOutput, kMidi}) {
+  for (const Role role : kAllRoles) {
     for (const std::string& name : candidates(role)) all.insert(name);
   }
   return all;
@@ -289,11 +333,17 @@ bool JackClient::connect(const Connection& connection) const {
   const Port& port = ports_[connection.first];
   const char* const own = jack_port_name(port.handle);
   const char* const other = connection.second.c_str();
-  const int result = port.role == kOutput ? jack_connect(client_, own, other) : jack_connect(client_, other, own);
+  const bool isOut = port.role == kOutput || port.role == kMidiOut;
+  const int result = isOut ? jack_connect(client_, own, other) : jack_connect(client_, other, own);
   return result == 0 || result == EEXIST;
 }
 
 void JackClient::tend() {
+  const auto now = Clock::now();
+  const unsigned periods = periods_;
+  const auto sinceLast = std::min<Clock::duration>(now - std::exchange(tendTime_, now), kLongestTick);
+  silence_ = std::exchange(periodsSeen_, periods) == periods ? silence_ + sinceLast : Clock::duration{};
+  if (hasStalled()) return;
   if (graphChanged_.exchange(false)) callsToWait_ = kCallsToSettle;
   if (isAlive() && callsToWait_ > 0 && --callsToWait_ == 0) lookAround();
 }
@@ -309,7 +359,8 @@ void JackClient::lookAround() {
   std::set<std::string> failed;
   const std::vector<Connection> wishes = wanted();
   for (const Connection& one : wishes) {
-    const bool isMidi = ports_[one.first].role == kMidi;
+    const Role role = ports_[one.first].role;
+    const bool isMidi = role == kMidi || role == kMidiOut;
     // By a port that is none of those it should have: of before, or chosen by hand.
     const bool isTaken = !isMidi && std::any_of(before.begin(), before.end(), [&](const Connection& b) {
       return b.first == one.first && std::find(wishes.begin(), wishes.end(), b) == wishes.end();
@@ -333,15 +384,18 @@ void JackClient::lookAround() {
   for (const Connection& one : missing_) known_.insert(one.second);
   std::set<Connection> all(made.begin(), made.end());
   for (const auto& more : {current(), missing_}) all.insert(more.begin(), more.end());
-  connections_.assign(all.begin(), all.end());
+  const std::vector<Connection> old = std::exchange(connections_, {all.begin(), all.end()});
+  const bool isNewlyHeard = std::any_of(connections_.begin(), connections_.end(), [&](const Connection& one) {
+    return ports_[one.first].role == kMidiOut && std::find(old.begin(), old.end(), one) == old.end();
+  });
+  if (isNewlyHeard) player_.reportAgain();
 }
 
 std::vector<std::string> JackClient::misfits() const {
   std::vector<std::string> texts;
-  const std::string* const patterns[kNumRoles] = {&wishes_.input, &wishes_.output, &wishes_.midi};
-  for (const Role role : {kInput, kOutput, kMidi}) {
+  for (const Role role : kAllRoles) {
     if (!isAlive() || !patterns_[role] || !fitting(role).empty()) continue;
-    texts.push_back(std::string(kRoles[role].option) + ": no " + kRoles[role].kind + " fits \"" + *patterns[role] +
+    texts.push_back(std::string(kRoles[role].option) + ": no " + kRoles[role].kind + " fits \"" + pattern(role) +
                     "\"; there are: " + join(candidates(role), "none"));
   }
   return texts;
@@ -357,9 +411,9 @@ std::string JackClient::connectionsText() const {
   for (const auto& [port, other] : connections_) {
     const Role role = port < ports_.size() ? ports_[port].role : kMidi;
     const bool isMissing = std::find(missing_.begin(), missing_.end(), Connection(port, other)) != missing_.end();
-    if (role == kMidi || isMissing) continue;
+    if (role == kMidi || role == kMidiOut || isMissing) continue;
     std::vector<std::string>& side = sides[role == kInput ? 0 : 1];
     if (std::find(side.begin(), side.end(), other) == side.end()) side.push_back(other);
   }
-  return join(sides[0], "nothing") + " > " + wishes_.name + " > " + join(sides[1], "nothing");
+  return join(sides[0], "nothing") + " > " + name_ + " > " + join(sides[1], "nothing");
 }

@@ -4,11 +4,13 @@
 #include <jack/jack.h>
 
 #include <atomic>
+#include <chrono>
 #include <mutex>
 #include <optional>
 #include <regex>
 #include <set>
 #include <string>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -27,7 +29,8 @@ class JackClient {
     std::string name = "brumbler";
     std::string input;
     std::string output;
-    std::string midi;
+    std::string midi;     // ports that the player obeys
+    std::string midiOut;  // ports that are told what plays
     bool connects = true;
   };
 
@@ -35,11 +38,13 @@ class JackClient {
   JackClient(LivePlayer& player, const Wishes& wishes);
   JackClient(const JackClient&) = delete;
   JackClient& operator=(const JackClient&) = delete;
-  ~JackClient() { close(); }
+  ~JackClient();
 
-  // Joins the server, announces its rate and period to the player, plays and connects. False when no server runs.
-  // Throws Failure when the server refuses.
+  // Joins the server, announces its rate and period to the player, plays and connects. False when no server runs, or
+  // the one before does not let go yet. Throws Failure when the server refuses.
   bool open();
+  // Leaves the server, on a thread of its own: a server that hangs may never answer. The player is closed when this
+  // returns; the destructor waits for the rest.
   void close();
 
   // False when it is closed or the server has gone or has thrown it out; lossReason() tells why.
@@ -49,10 +54,18 @@ class JackClient {
   // Connects with what has appeared. Call it a few times a second while alive.
   void tend();
 
+  // Whether the server, as far as its library says alive, has asked for no period for kLongestSilence, seen by tend().
+  // PipeWire's library does not report that its server has gone.
+  static constexpr auto kLongestSilence = std::chrono::seconds(2);
+  bool hasStalled() const noexcept { return isAlive() && silence_ >= kLongestSilence; }
+
   // For each pattern that fits no port: which ports there are.
   std::vector<std::string> misfits() const;
   // Whether one of --input and --output fits none.
   bool lacksSound() const;
+
+  // The client's name as the server gave it, which may have a number behind it.
+  const std::string& name() const noexcept { return name_; }
 
   // All connections, like "system:capture_1 > brumbler > system:playback_1, system:playback_2".
   std::string connectionsText() const;
@@ -63,14 +76,17 @@ class JackClient {
   bool isRealTime() const noexcept;  // whether the audio thread has real-time priority
 
  private:
-  enum Role { kInput, kOutput, kMidi, kNumRoles };
+  enum Role { kInput, kOutput, kMidi, kMidiOut, kNumRoles };
+  static constexpr Role kAllRoles[] = {kInput, kOutput, kMidi, kMidiOut};
   struct Port {
     Role role;
     jack_port_t* handle;
   };
   using Connection = std::pair<std::size_t, std::string>;  // one of ports_, and the name of the port of another client
 
+  bool finishClosing();
   void registerPorts();
+  const std::string& pattern(Role role) const;
   void setShutdownCallback();
   void setCallbacks();
   void lookAround();
@@ -87,8 +103,12 @@ class JackClient {
   Wishes wishes_;
   std::optional<std::regex> patterns_[kNumRoles];
   jack_client_t* client_ = nullptr;
-  std::vector<Port> ports_;  // in the order of channels, the MIDI port last
+  std::string name_;
+  std::vector<Port> ports_;  // in the order of channels, the MIDI ports last
+  std::thread closer_;
+  std::atomic<bool> closing_ = false;
   std::atomic<bool> alive_ = false;
+  std::atomic<unsigned> periods_ = 0;  // that the server asked for
   std::atomic<bool> graphChanged_ = false;
   std::atomic<int> period_ = 0;
   std::atomic<int> late_ = 0;
@@ -96,6 +116,10 @@ class JackClient {
   std::string lossReason_;
   std::set<std::string> appeared_;  // ports since it last looked
 
+  using Clock = std::chrono::steady_clock;
+  unsigned periodsSeen_ = 0;
+  Clock::time_point tendTime_;
+  Clock::duration silence_{};            // since the last period
   int callsToWait_ = 0;                  // of tend(), until it looks again
   std::set<std::string> known_;          // ports that were there when last looked
   std::vector<Connection> connections_;  // as last seen

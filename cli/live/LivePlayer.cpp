@@ -4,16 +4,19 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <initializer_list>
 #include <limits>
 #include <thread>
+#include <utility>
 
 #include "cli/live/TakeRecorder.h"
 
 namespace {
 
-constexpr int kFirstRate = 48000;           // Hz, until a server tells its own
-constexpr int kFirstLength = 1024;          // samples, likewise
-constexpr std::size_t kMostChanges = 4096;  // on their way
+constexpr int kFirstRate = 48000;            // Hz, until a server tells its own
+constexpr int kFirstLength = 1024;           // samples, likewise
+constexpr std::size_t kMostChanges = 4096;   // on their way
+constexpr std::size_t kTunerRoom = 1 << 16;  // samples between two reads
 constexpr auto relaxed = std::memory_order_relaxed;
 
 // The highest sample so far, which the reader sets back to 0.
@@ -50,7 +53,8 @@ LivePlayer::LivePlayer(const EffectModule& module, int channels, double trim, in
       midiChannel_(midiChannel),
       map_(&map),
       changes_(kMostChanges),
-      heard_(kMostChanges) {
+      heard_(kMostChanges),
+      tuner_(kTunerRoom) {
   player_->setTrim(trim);
 }
 
@@ -67,7 +71,9 @@ void LivePlayer::announce(int rate, int longest) {
   player_->start();
   if (!isNewRate) return;
   rate_ = rate;
+  rateChangedAt_ = played_.load();
   fadeLength_ = std::max(1, static_cast<int>(kFadeSeconds * rate));
+  fadeAt_ = fadeAt_ == 0 ? 0 : fadeLength_;
   dry_ = wet_ = nullptr;
 }
 
@@ -100,33 +106,64 @@ void LivePlayer::begin(const float* const* in, float* const* out, int frames) no
   }
   if (!entered_) {
     for (std::size_t c = 0; c < channelCount(); ++c) std::fill_n(out[c], frames, 0.0F);
+    if (!closed_) pausedFrames_ += frames;
     return;
   }
+  if (pausedFrames_ > 0) {
+    pausedTotal_.fetch_add(pausedFrames_, relaxed);
+    if (!ended_ && dry_ != nullptr) dry_->skip(pausedFrames_);
+    if (!ended_ && wet_ != nullptr) wet_->skip(pausedFrames_);
+    pausedFrames_ = 0;
+  }
   for (LiveChange change{}; changes_.read(&change, 1) > 0;) land(change);
+  for (std::size_t i = 0; i < numWaiting_; ++i) obey(waiting_[i], 0);
+  numWaiting_ = 0;
 }
 
 void LivePlayer::receive(int frame, const std::uint8_t* bytes, std::size_t size) noexcept {
-  if (!entered_ || size < 2) return;
-  const int kind = bytes[0] & 0xF0;
-  const int channel = bytes[0] & 0x0F;
-  if (midiChannel_ >= 0 && channel != midiChannel_) return;
-  if (kind == 0xC0) {
-    playTo(frame);
-    if (bytes[1] < kNumPrograms) select(bytes[1]);
+  if (size < 2 || bytes[0] < 0x80 || bytes[0] >= 0xF0) return;
+  Message message{{bytes[0], bytes[1], size > 2 ? bytes[2] : std::uint8_t{0}},
+                  static_cast<std::uint8_t>(std::min<std::size_t>(size, 3))};
+  if (entered_) return obey(message, frame);
+  if (closed_) return;
+  if (numWaiting_ < waiting_.size()) {
+    waiting_[numWaiting_++] = message;
+  } else {
+    messagesLost_.fetch_add(1, relaxed);
   }
-  if (size < 3 || kind < 0x80 || kind > 0xB0 || kind == 0xA0) return;
+}
+
+void LivePlayer::obey(const Message& message, int frame) noexcept {
+  const int kind = message.bytes[0] & 0xF0;
+  const int channel = message.bytes[0] & 0x0F;
+  if (midiChannel_ >= 0 && channel != midiChannel_) return;
+  const bool isNote = kind == 0x80 || kind == 0x90;
+  if (kind != 0xC0 && ((kind != 0xB0 && !isNote) || message.size < 3)) return;
   MidiControl control;
-  control.kind = kind == 0xB0 ? MidiControl::Kind::controller : MidiControl::Kind::note;
-  control.number = bytes[1] & 0x7F;
-  control.value = kind == 0x80 ? 0 : bytes[2] & 0x7F;
+  control.number = message.bytes[1] & 0x7F;
+  control.value = kind == 0x80 ? 0 : message.bytes[2] & 0x7F;
+  control.kind = isNote         ? MidiControl::Kind::note
+                 : kind == 0xC0 ? MidiControl::Kind::program
+                                : MidiControl::Kind::controller;
+  bool wasPressed = false;
+  if (control.kind == MidiControl::Kind::controller) {
+    std::uint8_t& position = positions_[static_cast<std::size_t>(channel)][control.number];
+    wasPressed = position >= MidiControl::kPressed;
+    position = control.value;
+  }
   if (listening_.load(relaxed)) {
     heard_.write(&control, 1);
+    return;
+  }
+  if (control.kind == MidiControl::Kind::program) {
+    playTo(frame);
+    if (control.number < kNumPrograms) select(control.number);
     return;
   }
   const LiveAction action = map_->actionOf(control);
   if (action == LiveAction::none) return;
   playTo(frame);
-  act(action, control);
+  act(action, control, control.isPressed() && (!wasPressed || map_->sendsPressesOnly(action)));
 }
 
 void LivePlayer::end() noexcept {
@@ -141,7 +178,8 @@ void LivePlayer::end() noexcept {
     if (wet_ != nullptr) wet_->record(out_, frames_);
     played_.fetch_add(frames_, relaxed);
   }
-  if (fadeLeft_ == 0) ended_ = true;
+  if (tuning_.load(relaxed)) tuner_.write(in_[0], static_cast<std::size_t>(frames_));
+  if (ending_.load(relaxed) && fadeAt_ == 0) ended_ = true;
   busy_.clear(std::memory_order_release);
 }
 
@@ -167,28 +205,55 @@ void LivePlayer::land(const LiveChange& change) noexcept {
         }
       }
       break;
-    case LiveChange::Kind::useMap: map_ = change.map; break;
+    case LiveChange::Kind::useMap:
+      map_ = change.map;
+      reportAgain_ = true;
+      break;
+    case LiveChange::Kind::tuner: tuning_.store(!tuning_.load(relaxed), relaxed); break;
   }
 }
 
-void LivePlayer::act(LiveAction action, const MidiControl& control) noexcept {
-  const float position = static_cast<float>(control.value) / 127.0F;
-  const bool isPressed = control.isPressed();
+void LivePlayer::act(LiveAction action, const MidiControl& control, bool isPress) noexcept {
   switch (action) {
-    case LiveAction::none: break;
-    case LiveAction::volume: setKnob(kVolume, position); break;
-    case LiveAction::fuzz: setKnob(kFuzz, position); break;
-    case LiveAction::onOff: setKnob(kOnOff, isPressed ? 1.0F : 0.0F); break;
-    case LiveAction::toggle:
-      if (isPressed) land({LiveChange::Kind::toggle});
-      break;
-    case LiveAction::previousProgram:
-      if (isPressed) land({LiveChange::Kind::stepProgram, -1});
-      break;
-    case LiveAction::nextProgram:
-      if (isPressed) land({LiveChange::Kind::stepProgram, 1});
-      break;
+    case LiveAction::volume: return setKnob(kVolume, map_->valueAt(action, control.value));
+    case LiveAction::fuzz: return setKnob(kFuzz, map_->valueAt(action, control.value));
+    case LiveAction::onOff: return setKnob(kOnOff, control.isPressed() ? 1.0F : 0.0F);
+    default: break;
   }
+  if (!isPress) return;
+  switch (action) {
+    case LiveAction::toggle: return land({LiveChange::Kind::toggle});
+    case LiveAction::previousProgram: return land({LiveChange::Kind::stepProgram, -1});
+    case LiveAction::nextProgram: return land({LiveChange::Kind::stepProgram, 1});
+    case LiveAction::tuner: return land({LiveChange::Kind::tuner});
+    case LiveAction::store: storeRequests_.fetch_add(1, relaxed); return;
+    default: return;
+  }
+}
+
+bool LivePlayer::nextReport(Report& report) noexcept {
+  if (reportAgain_.exchange(false, relaxed)) reportedProgram_ = reportedOn_ = reportedTuning_ = -1;
+  if (closed_) return false;
+  const auto channel = static_cast<unsigned>(std::max(midiChannel_, 0));
+  const int program = program_.load(relaxed);
+  if (std::exchange(reportedProgram_, program) != program) {
+    report = {{static_cast<std::uint8_t>(0xC0U | channel), static_cast<std::uint8_t>(program), 0}, 2};
+    return true;
+  }
+  const auto changed = [&](int& reported, bool isOn, std::initializer_list<LiveAction> actions) {
+    if (std::exchange(reported, isOn ? 1 : 0) == (isOn ? 1 : 0)) return false;
+    for (const LiveAction action : actions) {
+      MidiControl control;
+      if (!map_->findControl(action, control)) continue;
+      const unsigned kind = control.kind == MidiControl::Kind::note ? 0x90U : 0xB0U;
+      report = {{static_cast<std::uint8_t>(kind | channel), control.number, static_cast<std::uint8_t>(isOn ? 127 : 0)},
+                3};
+      return true;
+    }
+    return false;
+  };
+  return changed(reportedOn_, value(program, kOnOff) == 1.0F, {LiveAction::onOff, LiveAction::toggle}) ||
+         changed(reportedTuning_, tuning_.load(relaxed), {LiveAction::tuner});
 }
 
 void LivePlayer::setKnob(int parameter, float value) noexcept {
@@ -232,16 +297,18 @@ void LivePlayer::playPiece(int length) noexcept {
     out[c] = out_[c] + position_;
   }
   player_->process(in.data(), out.data(), length);
-  if (ending_.load(relaxed)) fade(length);
+  fade(length);
   position_ += length;
 }
 
+// The output's level goes evenly to silence at the end and while the tuner is on, and back after that.
 void LivePlayer::fade(int length) noexcept {
-  if (fadeLeft_ < 0) fadeLeft_ = fadeLength_;
+  const bool isOpen = !ending_.load(relaxed) && !tuning_.load(relaxed);
+  if (isOpen && fadeAt_ == fadeLength_) return;
   for (int i = 0; i < length; ++i) {
-    const float gain = static_cast<float>(fadeLeft_) / static_cast<float>(fadeLength_);
+    const float gain = static_cast<float>(fadeAt_) / static_cast<float>(fadeLength_);
     for (std::size_t c = 0; c < channelCount(); ++c) out_[c][position_ + i] *= gain;
-    if (fadeLeft_ > 0) --fadeLeft_;
+    fadeAt_ = std::clamp(fadeAt_ + (isOpen ? 1 : -1), 0, fadeLength_);
   }
 }
 

@@ -16,7 +16,7 @@ class TakeRecorder;
 
 // What the control thread asks of the audio thread. Values are 0 to 1, programs and parameters count from 0.
 struct LiveChange {
-  enum class Kind : std::uint8_t { knob, turn, toggle, selectProgram, stepProgram, storeProgram, useMap };
+  enum class Kind : std::uint8_t { knob, turn, toggle, selectProgram, stepProgram, storeProgram, useMap, tuner };
   Kind kind;
   int index = 0;                     // parameter of `knob` and `turn`, program, or how many programs to step
   std::array<float, 3> values = {};  // of the program to store; the first of `knob`; of `turn` how many hundredths
@@ -39,7 +39,7 @@ class LivePlayer {
   static constexpr int kNumPrograms = 16;
   static constexpr int kMostChannels = 2;
   static constexpr int kGlide = 64;              // samples
-  static constexpr double kFadeSeconds = 0.016;  // at the end
+  static constexpr double kFadeSeconds = 0.016;  // at the end, and around the tuner
   using Values = std::array<float, kNumParameters>;
 
   // The sound lies `trim` dB above a guitar's own level: taken off before the effect and put back behind it.
@@ -48,7 +48,8 @@ class LivePlayer {
 
   int channels() const noexcept { return player_->channels(); }
 
-  // Keeps the audio thread away from the effects while it lives: it plays silence meanwhile. Any thread but that one.
+  // Keeps the audio thread away from the effects while it lives: it plays silence meanwhile, and keeps the MIDI
+  // messages of that time for the next period that sounds. Any thread but that one.
   class Pause {
    public:
     explicit Pause(LivePlayer& player);
@@ -85,9 +86,28 @@ class LivePlayer {
   void receive(int frame, const std::uint8_t* bytes, std::size_t size) noexcept;
   void end() noexcept;
 
+  // The audio thread, after end(): the next MIDI message that tells a controller what plays, so that its lights are
+  // right; false when there is none. A program change when another program is selected; the map's controls for On/Off
+  // and the tuner, 127 or 0, when they change; on the channel that is obeyed, or channel 1. After reportAgain(), which
+  // any thread may call, all of them are sent once.
+  struct Report {
+    std::array<std::uint8_t, 3> bytes;
+    std::size_t size;
+  };
+  bool nextReport(Report& report) noexcept;
+  void reportAgain() noexcept { reportAgain_ = true; }
+
   // From then on the sound fades out; hasEnded() tells when it has. Any thread.
   void fadeOut() noexcept { ending_ = true; }
   bool hasEnded() const noexcept { return ended_; }
+
+  // While the tuner is on, the output is silent and the first channel's input goes to readTuner(), which reads at most
+  // `most` samples and returns how many. The control thread.
+  bool isTuning() const noexcept { return tuning_.load(std::memory_order_relaxed); }
+  std::size_t readTuner(float* samples, std::size_t most) noexcept { return tuner_.read(samples, most); }
+
+  // How often a MIDI control asked for the program to be stored. The control thread.
+  int storeRequests() const noexcept { return storeRequests_.load(std::memory_order_relaxed); }
 
   // While on, the controls that move are not obeyed but go to nextHeard(). The control thread.
   void listen(bool on) noexcept { listening_ = on; }
@@ -111,12 +131,23 @@ class LivePlayer {
   std::int64_t clippedIn() const noexcept { return clippedIn_.load(std::memory_order_relaxed); }
   std::int64_t clippedOut() const noexcept { return clippedOut_.load(std::memory_order_relaxed); }
   std::int64_t framesPlayed() const noexcept { return played_.load(std::memory_order_relaxed); }
+  // framesPlayed() when the rate last changed.
+  std::int64_t framesAtRateChange() const noexcept { return rateChangedAt_.load(std::memory_order_relaxed); }
+  // Frames that were silent because of a Pause; a take has silence there. MIDI messages that found no room meanwhile.
+  std::int64_t framesPaused() const noexcept { return pausedTotal_.load(std::memory_order_relaxed); }
+  int messagesLost() const noexcept { return messagesLost_.load(std::memory_order_relaxed); }
 
  private:
   using Meters = std::array<std::atomic<float>, kMostChannels>;
 
+  struct Message {
+    std::array<std::uint8_t, 3> bytes;
+    std::uint8_t size;
+  };
+
   void land(const LiveChange& change) noexcept;
-  void act(LiveAction action, const MidiControl& control) noexcept;
+  void obey(const Message& message, int frame) noexcept;
+  void act(LiveAction action, const MidiControl& control, bool isPress) noexcept;
   void setKnob(int parameter, float value) noexcept;
   void select(int program) noexcept;
   void playTo(int frame) noexcept;
@@ -132,6 +163,10 @@ class LivePlayer {
 
   LockFreeRing<LiveChange> changes_;
   LockFreeRing<MidiControl> heard_;
+  LockFreeRing<float> tuner_;
+  std::atomic<bool> tuning_ = false;
+  std::atomic<int> storeRequests_ = 0;
+  std::atomic<bool> reportAgain_ = false;
   std::atomic<bool> listening_ = false;
   std::atomic_flag busy_;  // by the audio thread for a period, or by who announces
   std::atomic<bool> closed_ = false;
@@ -146,6 +181,9 @@ class LivePlayer {
   std::atomic<std::int64_t> clippedIn_ = 0;
   std::atomic<std::int64_t> clippedOut_ = 0;
   std::atomic<std::int64_t> played_ = 0;
+  std::atomic<std::int64_t> rateChangedAt_ = 0;
+  std::atomic<std::int64_t> pausedTotal_ = 0;
+  std::atomic<int> messagesLost_ = 0;
 
   // The audio thread's own.
   const float* const* in_ = nullptr;
@@ -153,10 +191,17 @@ class LivePlayer {
   int frames_ = 0;
   int position_ = 0;
   bool entered_ = false;
-  double volumeAt_ = 0.0;  // at the end of the last piece
-  int glideLeft_ = 0;      // samples
-  int fadeLeft_ = -1;      // samples; -1 as long as it does not fade
-  int fadeLength_ = 1;
+  double volumeAt_ = 0.0;                                         // at the end of the last piece
+  int glideLeft_ = 0;                                             // samples
+  int fadeLength_ = 1;                                            // samples
+  int fadeAt_ = 1;                                                // of these: fadeLength_ is full level, 0 is silence
+  std::array<std::array<std::uint8_t, 128>, 16> positions_ = {};  // of the controllers, by MIDI channel
+  std::array<Message, 256> waiting_ = {};                         // MIDI messages that came during a pause
+  std::size_t numWaiting_ = 0;
+  std::int64_t pausedFrames_ = 0;  // of the pause that is on, or was just before
+  int reportedProgram_ = -1;       // -1: none yet
+  int reportedOn_ = -1;
+  int reportedTuning_ = -1;
   TakeRecorder* dry_ = nullptr;
   TakeRecorder* wet_ = nullptr;
 };

@@ -12,6 +12,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <memory>
 
 #include "cli/effect/Parameter.h"
@@ -23,16 +24,61 @@ enum Pair : short { kPlain = 0, kGreen = 1, kYellow, kRed, kBlue };
 
 constexpr double kFallPerSecond = 24.0;  // dB
 constexpr double kHoldSeconds = 2.0;
-constexpr int kLabelWidth = 10;  // columns before a bar
-constexpr int kValueWidth = 16;  // and behind it
+constexpr int kLabelWidth = 10;   // columns before a bar
+constexpr int kValueWidth = 16;   // and behind it
+constexpr int kWideColumns = 56;  // from here up the program has one row for all
+constexpr int kTunerColumn = 24;  // of its scale
+constexpr double kInTune = 3.0;   // cents, either way
+
+int barWidth() {
+  const int width = COLS - kLabelWidth - kValueWidth;
+  return width < 5 ? 0 : width;
+}
 
 attr_t attribute(int pair) { return static_cast<attr_t>(COLOR_PAIR(pair)); }
 
+// As much of `text`, which is UTF-8, as fits into the row.
 void print(int row, int column, attr_t attributes, const std::string& text) {
+  if (row < 0 || row >= LINES || column >= COLS) return;
+  int room = COLS - column;
+  const auto end = std::find_if(text.begin(), text.end(), [&room](char c) {
+    const bool startsCharacter = (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
+    return startsCharacter && room-- == 0;
+  });
   attr_on(attributes, nullptr);
-  mvaddstr(row, column, text.c_str());
+  mvaddnstr(row, column, text.c_str(), static_cast<int>(end - text.begin()));
   attr_off(attributes, nullptr);
 }
+
+constexpr const char* kHelp[] = {
+    "space        switch the effect on and off",
+    "up, down     choose a knob; left, right turn it by 0.1, with shift by 1",
+    "1 to 9, 0    programs 1 to 10; Page Up, Page Down the one before and after",
+    "t            tuner: mutes, and shows the note that you play",
+    "w            write the programs to the bank's file",
+    "m            learn which MIDI control does what; Enter skips one, Escape ends",
+    "c            clear the clipping lights and the count of late periods",
+    "q            fade out and quit",
+};
+constexpr const char* kKeys = "space on/off   arrows turn   0-9 PgUp PgDn program   t tuner   ? help   q quit";
+
+// Rows of the screen, handed out to what comes first.
+class Rows {
+ public:
+  bool take(int count) {
+    if (left_ < count) return false;
+    left_ -= count;
+    return true;
+  }
+  int takeUpTo(int count) {
+    const int taken = std::min(count, left_);
+    left_ -= taken;
+    return taken;
+  }
+
+ private:
+  int left_ = LINES;
+};
 
 std::string formatted(const char* format, double number) {
   char text[64];
@@ -94,65 +140,116 @@ void LiveScreen::draw(const LiveView& view, double seconds) {
     in_[c].update(view.peaks.in[c], seconds);
     out_[c].update(view.peaks.out[c], seconds);
   }
-  const bool isOn = view.values[LivePlayer::kOnOff] == 1.0F;
+  const bool isNarrow = COLS < kWideColumns;
+  const int numLines = static_cast<int>(view.help ? std::size(kHelp) : view.lines.size());
+  Rows rows;
+  rows.take(1);  // for the program
+  const bool hasName = isNarrow && rows.take(1);
+  const bool hasTuner = view.isTuning && rows.take(1);
+  const int warnings = rows.takeUpTo(static_cast<int>(view.warnings.size()));
+  const bool hasMessage = !view.message.empty() && rows.take(1);
+  const bool hasKnobs = rows.take(2);
+  int lines = view.help ? rows.takeUpTo(numLines) : 0;
+  const bool hasMeters = rows.take(2 * view.channels);
+  const bool hasHeader = rows.take(1);
+  const bool hasKeys = rows.take(1);
+  lines += rows.takeUpTo(numLines - lines);
+  const auto gap = [&rows] { return rows.takeUpTo(1); };
+
   erase();
-  print(0, 1, A_BOLD | attribute(kYellow), "BRUMBLER");
+  int row = 0;
+  if (hasHeader) drawHeader(row++, view), row += gap();
+  drawProgram(row++, view);
+  if (hasName) print(row++, 1, A_BOLD, view.programName);
+  for (int i = 0; i < warnings; ++i)
+    print(row++, 1, A_BOLD | A_REVERSE | attribute(kRed), view.warnings[static_cast<std::size_t>(i)]);
+  row += gap();
+  if (hasTuner) drawTuner(row++, view), row += gap();
+  if (hasKnobs) {
+    drawKnob(row++, LivePlayer::kFuzz, view);
+    drawKnob(row++, LivePlayer::kVolume, view);
+    row += gap();
+  }
+  if (hasMeters) row = drawMeters(row, view) + gap();
+  for (int i = 0; i < lines; ++i) {
+    const auto line = static_cast<std::size_t>(i);
+    print(row++, view.help ? 3 : 1, view.help ? A_NORMAL : A_DIM, view.help ? kHelp[line] : view.lines[line]);
+  }
+  if (hasMessage) print(LINES - (hasKeys ? 2 : 1), 1, A_BOLD | attribute(kYellow), view.message);
+  if (hasKeys) print(LINES - 1, 1, A_DIM, kKeys);
+  refresh();
+}
+
+void LiveScreen::drawHeader(int row, const LiveView& view) {
+  print(row, 1, A_BOLD | attribute(kYellow), "BRUMBLER");
   std::string server = "no JACK server";
   if (view.isPlaying) {
     const double milliseconds = 1000.0 * view.period / std::max(view.rate, 1);
     server = std::to_string(view.rate) + " Hz, " + std::to_string(view.period) + " samples (" +
              formatted("%.1f ms)", milliseconds) + ", load " + formatted("%.0f %%", 100.0 * view.load);
   }
-  server.resize(std::min(server.size(), static_cast<std::size_t>(std::max(0, COLS - 13))));
-  print(0, 12, view.isPlaying ? A_DIM : A_BOLD | attribute(kRed), server);
+  print(row, 12, view.isPlaying ? A_DIM : A_BOLD | attribute(kRed), server);
+}
+
+void LiveScreen::drawProgram(int row, const LiveView& view) {
+  const bool isNarrow = COLS < kWideColumns;
+  const bool isOn = view.values[LivePlayer::kOnOff] == 1.0F;
+  const attr_t color = A_BOLD | (isOn ? A_REVERSE | attribute(kGreen) : A_DIM);
+  print(row, 1, A_BOLD | A_REVERSE, formatted(isNarrow ? "%2.0f" : " %2.0f ", view.program + 1));
+  if (!isNarrow) print(row, 7, A_BOLD, view.programName);
+  print(row, isNarrow ? 4 : 34, color, isNarrow ? (isOn ? " ON " : " OFF ") : isOn ? "   ON   " : "  OFF   ");
   if (view.latePeriods > 0) {
-    print(0, 13 + static_cast<int>(server.size()), A_BOLD | attribute(kRed),
-          std::to_string(view.latePeriods) + " late");
+    print(row, isNarrow ? 10 : 44, A_BOLD | attribute(kRed), std::to_string(view.latePeriods) + " late");
   }
+}
 
-  print(2, 1, A_BOLD | A_REVERSE, formatted(" %2.0f ", view.program + 1));
-  print(2, 7, A_BOLD, view.programName);
-  print(2, 34, A_BOLD | (isOn ? A_REVERSE | attribute(kGreen) : A_DIM), isOn ? "   ON   " : "  OFF   ");
+// The note, and a scale from 50 cents too low to 50 too high.
+void LiveScreen::drawTuner(int row, const LiveView& view) {
+  print(row, 1, A_BOLD | A_REVERSE | attribute(kBlue), "TUNER");
+  if (!view.note) return print(row, 7, A_DIM, "muted; play a note");
+  const bool isInTune = std::fabs(view.note->cents) < kInTune;
+  const attr_t color = A_BOLD | attribute(isInTune ? kGreen : kYellow);
+  print(row, 7, color, view.note->name());
+  print(row, 11, color, formatted("%+4.0f cents", view.note->cents));
+  const int width = std::min(COLS - kTunerColumn - 2, 51);
+  if (width < 11) return;
+  const int middle = width / 2;
+  const int at = middle + static_cast<int>(std::lround(view.note->cents / 50.0 * middle));
+  for (int i = 0; i < width; ++i) {
+    const bool isNeedle = i == at;
+    print(row, kTunerColumn + i, isNeedle ? color : A_DIM,
+          isNeedle      ? (hasBlocks_ ? "\u2588" : "#")
+          : i == middle ? "|"
+                        : (hasBlocks_ ? "\u00b7" : "."));
+  }
+}
 
-  drawKnob(4, catalog::kParameters[LivePlayer::kFuzz].label, view.values[LivePlayer::kFuzz],
-           view.chosenKnob == LivePlayer::kFuzz, isOn);
-  drawKnob(5, catalog::kParameters[LivePlayer::kVolume].label, view.values[LivePlayer::kVolume],
-           view.chosenKnob == LivePlayer::kVolume, isOn);
+void LiveScreen::drawKnob(int row, LivePlayer::Parameter knob, const LiveView& view) {
+  const bool isChosen = view.chosenKnob == knob;
+  const float value = view.values.at(knob);
+  print(row, 1, isChosen ? A_BOLD | attribute(kYellow) : A_BOLD,
+        std::string(isChosen ? "> " : "  ") + catalog::kParameters[knob].label);
+  const int width = barWidth();
+  bar(row, kLabelWidth, width, value, -1.0, view.values[LivePlayer::kOnOff] == 1.0F ? kYellow : kPlain);
+  print(row, kLabelWidth + width + 1, A_BOLD, formatted("%4.1f", knobAtValue(value)));
+}
 
-  int row = 7;
-  const auto drawMeters = [&](const char* name, const auto& meters, bool clipped) {
-    constexpr const char* kSides[] = {" L", " R"};
+// Returns the row below.
+int LiveScreen::drawMeters(int row, const LiveView& view) {
+  constexpr const char* kSides[] = {" L", " R"};
+  const auto draw = [&](const char* name, const auto& meters, bool clipped) {
     for (std::size_t c = 0; c < static_cast<std::size_t>(view.channels); ++c) {
       drawMeter(row++, std::string(name) + (view.channels > 1 ? kSides[c] : ""), meters[c], clipped);
     }
   };
-  drawMeters("In", in_, view.clippedIn);
-  drawMeters("Out", out_, view.clippedOut);
-
-  ++row;
-  if (view.help) {
-    drawHelp(row);
-  } else {
-    for (const std::string& line : view.lines)
-      print(row++, 1, A_DIM, line.substr(0, static_cast<std::size_t>(COLS - 2)));
-  }
-  if (!view.message.empty()) {
-    print(LINES - 2, 1, A_BOLD | attribute(kYellow), view.message.substr(0, static_cast<std::size_t>(COLS - 2)));
-  }
-  print(LINES - 1, 1, A_DIM, "space on/off   arrows turn   0-9 PgUp PgDn program   ? help   q quit");
-  refresh();
-}
-
-void LiveScreen::drawKnob(int row, const char* name, float value, bool isChosen, bool isOn) {
-  print(row, 1, isChosen ? A_BOLD | attribute(kYellow) : A_BOLD, std::string(isChosen ? "> " : "  ") + name);
-  const int width = std::max(10, COLS - kLabelWidth - kValueWidth);
-  bar(row, kLabelWidth, width, value, -1.0, isOn ? kYellow : kPlain);
-  print(row, kLabelWidth + width + 1, A_BOLD, formatted("%4.1f", knobAtValue(value)));
+  draw("In", in_, view.clippedIn);
+  draw("Out", out_, view.clippedOut);
+  return row;
 }
 
 void LiveScreen::drawMeter(int row, const std::string& name, const Meter& meter, bool clipped) {
   print(row, 3, A_NORMAL, name);
-  const int width = std::max(10, COLS - kLabelWidth - kValueWidth);
+  const int width = barWidth();
   const auto share = [](double level) { return 1.0 - level / kFloor; };
   bar(row, kLabelWidth, width, share(meter.level), meter.held > kFloor ? share(meter.held) : -1.0,
       meter.level > -3.0   ? kRed
@@ -173,19 +270,6 @@ void LiveScreen::bar(int row, int column, int width, double share, double mark, 
     if (i == marked) sign = hasBlocks_ ? "\u2503" : "|";
     print(row, column + i, isFilled || i == marked ? attribute(pair) : A_DIM, sign);
   }
-}
-
-void LiveScreen::drawHelp(int row) {
-  constexpr const char* kLines[] = {
-      "space        switch the effect on and off",
-      "up, down     choose a knob; left, right turn it by 0.1, with shift by 1",
-      "1 to 9, 0    programs 1 to 10; Page Up, Page Down the one before and after",
-      "w            write the programs to the bank's file",
-      "m            learn which MIDI control does what; Enter skips one, Escape ends",
-      "c            clear the clipping lights and the count of late periods",
-      "q            fade out and quit",
-  };
-  for (const char* const line : kLines) print(row++, 3, A_NORMAL, line);
 }
 
 int LiveScreen::readKey() {

@@ -3,10 +3,12 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "cli/live/LivePlayer.h"
+#include "player/PitchDetector.h"
 
 struct screen;
 
@@ -25,12 +27,18 @@ struct LiveView {
   LivePlayer::Peaks peaks;  // since the last view
   bool clippedIn = false;
   bool clippedOut = false;
-  std::vector<std::string> lines;  // what else there is to tell, one below the other
-  std::string message;             // the newest
+  bool isTuning = false;
+  std::optional<TunerNote> note;      // that is played, while tuning
+  std::vector<std::string> lines;     // what else there is to tell, one below the other
+  std::vector<std::string> warnings;  // what the player must not miss
+  std::string message;                // the newest
   bool help = false;
 };
 
 // The screen of a player in a terminal, and its keyboard. One thread. While it lives nothing else may be printed.
+//
+// What finds no room is left out, the least important first: the program, On/Off and the count of late periods stay
+// down to 20 columns and one row.
 class LiveScreen {
  public:
   // A key of the keyboard: a character, or one of these.
@@ -75,9 +83,12 @@ class LiveScreen {
 
   static constexpr double kFloor = -60.0;  // dBFS, the left end
 
-  void drawKnob(int row, const char* name, float value, bool isChosen, bool isOn);
+  void drawHeader(int row, const LiveView& view);
+  void drawProgram(int row, const LiveView& view);
+  void drawTuner(int row, const LiveView& view);
+  void drawKnob(int row, LivePlayer::Parameter knob, const LiveView& view);
+  int drawMeters(int row, const LiveView& view);
   void drawMeter(int row, const std::string& name, const Meter& meter, bool clipped);
-  void drawHelp(int row);
   void bar(int row, int column, int width, double share, double mark, int pair);
 
   screen* terminal_;

@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-#include "cli/audio/TakeFile.h"
 #include "cli/live/LockFreeRing.h"
+#include "cli/live/TakeFile.h"
 #include "cli/text/Failure.h"
 
 // Writes what the audio thread plays into a file, on a thread of its own. When the disk falls behind by more than
@@ -61,6 +61,9 @@ class TakeRecorder {
     }
   }
 
+  // The audio thread: `frames` of silence, for a time in which nothing could be played.
+  void skip(std::int64_t frames) noexcept { missing_ += frames; }
+
   // Frames that found no room so far. Any thread.
   std::int64_t lostFrames() const noexcept { return lost_.load(std::memory_order_relaxed); }
 
@@ -102,6 +105,9 @@ class TakeRecorder {
       std::string reason;
       try {
         drain();
+        if (!file_.isInPlace()) {
+          throw Failure(file_.path() + ": " + file_.unfinishedPath() + " was removed or renamed while it was written");
+        }
       } catch (const std::exception& error) {
         reason = error.what();
       }
@@ -139,7 +145,7 @@ class TakeRecorder {
   LockFreeRing<Gap> gaps_;
   std::atomic<std::int64_t> lost_ = 0;
   std::int64_t sent_ = 0;     // frames, by the audio thread
-  std::int64_t missing_ = 0;  // frames since the last that was sent
+  std::int64_t missing_ = 0;  // frames of silence since the last that was sent
   std::int64_t written_ = 0;  // frames, without the gaps
   Gap nextGap_{};
   mutable std::mutex mutex_;

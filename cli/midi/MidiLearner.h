@@ -19,8 +19,12 @@ class MidiLearner {
   // What the player is to do now, like "Move the control for Volume"; empty when done.
   std::string request() const;
 
-  // A control moved, at `seconds` of any clock. A switch that lets go within half a second is taken for one that
-  // toggles. Answers what was learned, like "Volume: controller 7"; empty when this control is not taken.
+  // A control moved, at `seconds` of any clock. Answers what to tell the player, like "volume: controller 7"; empty
+  // when there is nothing to tell.
+  //
+  // A pedal that sends 14 bits sends two controllers, n and n + 32: they count as one control, controller n. A switch
+  // for On/Off that lets go within half a second is taken for one that toggles. Other switches count as sending presses
+  // alone until they let go. A switch that sends program changes cannot be learned.
   std::string take(const MidiControl& control, double seconds);
 
   // Leaves the action as it is.
@@ -29,6 +33,6 @@ class MidiLearner {
  private:
   MidiMap map_;
   std::size_t step_ = 0;
-  std::vector<MidiControl> taken_;
-  double lastSeconds_ = 0.0;  // when the last one was taken
+  std::vector<MidiControl> taken_;  // in the order of learning
+  double lastSeconds_ = 0.0;        // when the last one was taken
 };

@@ -10,8 +10,20 @@
 namespace {
 
 constexpr double kMostNumber = 127.0;
+constexpr double kKnobTop = 10.0;
 
-const char* kindName(MidiControl::Kind kind) { return kind == MidiControl::Kind::note ? "note" : "controller"; }
+const char* kindName(MidiControl::Kind kind) {
+  return kind == MidiControl::Kind::note ? "note" : kind == MidiControl::Kind::program ? "program" : "controller";
+}
+
+bool isKnob(LiveAction action) { return action == LiveAction::volume || action == LiveAction::fuzz; }
+
+bool readFlag(const JsonFile& file, const JsonFile::Path& path) {
+  if (!file.root().contains(path)) return false;
+  const auto& flag = file.root().at(path);
+  if (!flag.is_boolean()) file.fail(path, "must be true or false");
+  return flag.get<bool>();
+}
 
 MidiControl readControl(const JsonFile& file, const JsonFile::Path& path) {
   MidiControl control;
@@ -37,6 +49,8 @@ const std::array<MidiMap::Role, MidiMap::kNumRoles> MidiMap::kRoles = {{
     {"on/off", LiveAction::onOff, "Press the switch for on and off"},
     {"previous", LiveAction::previousProgram, "Press the switch for the previous program"},
     {"next", LiveAction::nextProgram, "Press the switch for the next program"},
+    {"tuner", LiveAction::tuner, "Press the switch for the tuner"},
+    {"store", LiveAction::store, "Press the switch that stores the program"},
 }};
 
 std::string MidiControl::text() const { return std::string(kindName(kind)) + " " + std::to_string(number); }
@@ -58,27 +72,44 @@ MidiMap::MidiMap(const std::string& path) {
     if (!file.root().contains(role.key)) continue;
     const JsonFile::Path at = JsonFile::Path() / role.key;
     std::vector<std::string> known = {"controller", "note"};
+    for (const char* const key : {"from", "to"}) {
+      if (isKnob(role.action)) known.emplace_back(key);
+    }
+    if (!isKnob(role.action)) known.emplace_back("pressOnly");
     if (role.action == LiveAction::onOff) known.emplace_back("toggle");
     file.expectObject(at, known);
     const MidiControl control = readControl(file, at);
-    if (actionOf(control) != LiveAction::none) file.fail(at, "has a control that another action has; keep one");
-    LiveAction action = role.action;
-    if (file.root()[role.key].contains("toggle")) {
-      const auto& toggle = file.root()[role.key]["toggle"];
-      if (!toggle.is_boolean()) file.fail(at / "toggle", "must be true or false");
-      if (toggle.get<bool>()) action = LiveAction::toggle;
+    if (actionOf(control) != LiveAction::none) file.fail(at, "has the control of another action; keep one");
+    assign(readFlag(file, at / "toggle") ? LiveAction::toggle : role.action, control);
+    setPressOnly(role.action, readFlag(file, at / "pressOnly"));
+    Range& range = ranges_[index(role.action)];
+    for (auto& [key, end] : {std::pair<const char*, double&>("from", range.from), {"to", range.to}}) {
+      if (file.root().contains(at / key)) end = file.number(at / key, 0.0, kKnobTop);
     }
-    assign(action, control);
   }
 }
 
+bool MidiMap::findControl(LiveAction action, MidiControl& control) const noexcept {
+  const auto* const found = std::find(actions_.begin(), actions_.end(), action);
+  if (found == actions_.end()) return false;
+  const auto place = static_cast<std::size_t>(found - actions_.begin());
+  control.kind = place < 128 ? MidiControl::Kind::controller : MidiControl::Kind::note;
+  control.number = static_cast<std::uint8_t>(place % 128);
+  return true;
+}
+
+float MidiMap::valueAt(LiveAction action, int position) const noexcept {
+  const Range& range = ranges_[index(action)];
+  return static_cast<float>((range.from + (range.to - range.from) * position / kMostNumber) / kKnobTop);
+}
+
 void MidiMap::assign(LiveAction action, const MidiControl& control) {
-  const auto isSameRole = [action](LiveAction other) {
-    const auto plain = [](LiveAction a) { return a == LiveAction::toggle ? LiveAction::onOff : a; };
-    return plain(other) == plain(action);
-  };
-  std::replace_if(actions_.begin(), actions_.end(), isSameRole, LiveAction::none);
+  std::replace_if(
+      actions_.begin(), actions_.end(), [action](LiveAction other) { return index(other) == index(action); },
+      LiveAction::none);
   actions_[place(control)] = action;
+  ranges_[index(action)] = {};
+  pressOnly_[index(action)] = false;
 }
 
 std::string MidiMap::text() const {
@@ -87,8 +118,13 @@ std::string MidiMap::text() const {
     for (std::size_t i = 0; i < actions_.size(); ++i) {
       const bool toggles = actions_[i] == LiveAction::toggle && role.action == LiveAction::onOff;
       if (actions_[i] != role.action && !toggles) continue;
-      root[role.key][i < 128 ? "controller" : "note"] = i % 128;
-      if (toggles) root[role.key]["toggle"] = true;
+      auto& control = root[role.key];
+      control[i < 128 ? "controller" : "note"] = i % 128;
+      if (toggles) control["toggle"] = true;
+      if (sendsPressesOnly(role.action)) control["pressOnly"] = true;
+      const Range& range = ranges_[index(role.action)];
+      if (range.from != 0.0) control["from"] = range.from;
+      if (range.to != kKnobTop) control["to"] = range.to;
     }
   }
   return root.dump(2) + "\n";

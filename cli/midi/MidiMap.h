@@ -8,16 +8,28 @@
 #include <vector>
 
 // What a control does to the effect.
-enum class LiveAction : std::uint8_t { none, volume, fuzz, onOff, toggle, previousProgram, nextProgram };
+enum class LiveAction : std::uint8_t {
+  none,
+  volume,
+  fuzz,
+  onOff,   // on while pressed
+  toggle,  // changes over at each press
+  previousProgram,
+  nextProgram,
+  tuner,
+  store,
+  count
+};
 
-// One control of a MIDI device: a knob, a pedal or a switch that sends a controller or a note.
+// One control of a MIDI device: a knob, a pedal or a switch that sends a controller, a note or a program change.
 struct MidiControl {
-  enum class Kind : std::uint8_t { controller, note };
+  static constexpr int kPressed = 64;  // the least value of a controller that counts as pressed
+  enum class Kind : std::uint8_t { controller, note, program };
   Kind kind = Kind::controller;
   std::uint8_t number = 0;  // 0 to 127
   std::uint8_t value = 0;   // 0 to 127; of a note its velocity, 0 when it ends
 
-  bool isPressed() const noexcept { return value >= (kind == Kind::note ? 1 : 64); }
+  bool isPressed() const noexcept { return value >= (kind == Kind::note ? 1 : kPressed); }
   bool isSameControl(const MidiControl& other) const noexcept { return kind == other.kind && number == other.number; }
   std::string text() const;  // "controller 7"
 };
@@ -25,7 +37,7 @@ struct MidiControl {
 // Which MIDI control does what: a plain table, so that the audio thread may read it.
 class MidiMap {
  public:
-  static constexpr std::size_t kNumRoles = 5;
+  static constexpr std::size_t kNumRoles = 7;
   // What a map's file (docs/midi-map.schema.json) calls the actions, in the order of learning.
   struct Role {
     const char* key;
@@ -34,7 +46,7 @@ class MidiMap {
   };
   static const std::array<Role, kNumRoles> kRoles;
 
-  // Controllers 7 Volume, 16 Fuzz, 64 On/Off, 80 and 81 the previous and next program.
+  // Controllers 7 Volume, 16 Fuzz, 64 On/Off, 80 and 81 the previous and next program; no tuner, no storing.
   MidiMap();
 
   // Reads a file; an action that it leaves out has no control. Throws Failure naming line and key.
@@ -42,8 +54,19 @@ class MidiMap {
 
   LiveAction actionOf(const MidiControl& control) const noexcept { return actions_[place(control)]; }
 
-  // The control is the only one of `action` from then on, and does nothing else. LiveAction::toggle stands in the place
-  // of LiveAction::onOff.
+  // The control of `action`; false when it has none.
+  bool findControl(LiveAction action, MidiControl& control) const noexcept;
+
+  // The value of a knob, 0 to 1, where a control of Volume or Fuzz stands at 0 to 127.
+  float valueAt(LiveAction action, int position) const noexcept;
+
+  // Whether a switch sends presses alone, so that each message of 64 or more is one. Otherwise a controller counts as
+  // pressed when it rises to 64.
+  bool sendsPressesOnly(LiveAction action) const noexcept { return pressOnly_[index(action)]; }
+  void setPressOnly(LiveAction action, bool pressOnly) noexcept { pressOnly_[index(action)] = pressOnly; }
+
+  // The control is the only one of `action` from then on, over the whole range, and does nothing else.
+  // LiveAction::toggle stands in the place of LiveAction::onOff.
   void assign(LiveAction action, const MidiControl& control);
 
   // The text of the file.
@@ -54,5 +77,18 @@ class MidiMap {
     return (control.kind == MidiControl::Kind::note ? 128U : 0U) + (control.number & 127U);
   }
 
+  // Where toggle and onOff share one place.
+  static std::size_t index(LiveAction action) noexcept {
+    return static_cast<std::size_t>(action == LiveAction::toggle ? LiveAction::onOff : action);
+  }
+
+  struct Range {
+    double from = 0.0;  // the knob at 0, on its scale of 0 to 10
+    double to = 10.0;   // and at 127
+  };
+  static constexpr std::size_t kNumActions = static_cast<std::size_t>(LiveAction::count);
+
   std::array<LiveAction, 256> actions_{};  // by controller, then by note
+  std::array<Range, kNumActions> ranges_{};
+  std::array<bool, kNumActions> pressOnly_{};
 };

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <array>
+#include <chrono>
+#include <filesystem>
 #include <memory>
 #include <string>
 
@@ -13,25 +15,50 @@
 // thread.
 class LivePrograms {
  public:
-  // Loads what `settings` says into the player. `bankPath` may be empty: no file. Throws Failure when the module is
-  // another effect than the player plays.
-  LivePrograms(const EffectModule& module, const EffectSettings& settings, std::string bankPath, LivePlayer& player,
+  static constexpr auto kRest = std::chrono::seconds(3);  // from the last change until it is written
+
+  struct File {
+    std::string path;   // empty: none
+    bool keep = false;  // what was turned is written back
+  };
+
+  // Loads what `settings` says into the player. Throws Failure when the module is another effect than the player plays.
+  LivePrograms(const EffectModule& module, const EffectSettings& settings, File file, LivePlayer& player,
                LiveMessages& messages);
 
   const std::string& name(int program) const { return names_.at(static_cast<std::size_t>(program)); }
 
   // Reads the bank's file again, whole or not at all, and keeps the program selected.
   void readBank();
-  // Writes the programs as the player has them to the bank's file.
+  // Writes all programs to the bank's file, as they are now.
   void writeBank();
 
+  // Call it a few times a second: stores the program that plays when a MIDI control asks for it, and with `keep` writes
+  // all programs some time after the last change. A file that another program has changed is not written by itself.
+  void check();
+  // With `keep` writes what has changed since.
+  void end();
+
  private:
+  using Clock = std::chrono::steady_clock;
+  using AllValues = std::array<LivePlayer::Values, LivePlayer::kNumPrograms>;
+
+  AllValues played() const;
   void load();
-  void update();
+  void update(const AllValues& values);
+  void write(const AllValues& values);
+  void keep();
+  std::filesystem::file_time_type fileTime() const;
 
   std::unique_ptr<HostedEffect> prototype_;  // holds the programs for files and texts; never plays
-  std::string bankPath_;
+  File file_;
   LivePlayer& player_;
   LiveMessages& messages_;
   std::array<std::string, LivePlayer::kNumPrograms> names_;
+  AllValues saved_{};  // as loaded or written last
+  AllValues seen_{};   // at the check before
+  Clock::time_point changeTime_;
+  std::filesystem::file_time_type fileTime_;  // of the file as read or written last
+  bool isRefusalTold_ = false;
+  int storesDone_ = 0;
 };

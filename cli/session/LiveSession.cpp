@@ -18,6 +18,7 @@ namespace {
 constexpr auto kTick = std::chrono::milliseconds(40);
 constexpr auto kBetweenJoins = std::chrono::milliseconds(500);
 constexpr auto kBetweenLines = std::chrono::seconds(1);
+constexpr auto kBetweenTunerLines = std::chrono::milliseconds(500);
 constexpr auto kLongestFade = std::chrono::milliseconds(500);  // with the longest of periods
 
 std::string peakText(float peak) {
@@ -33,8 +34,9 @@ LiveSession::LiveSession(const EffectModule& module, const LiveSettings& setting
       learn_(settings.learn),
       learning_(settings.midiMapPath, settings.learn),
       player_(module, settings.stereo ? 2 : 1, settings.trim, settings.midiChannel, learning_.map()),
-      programs_(module, settings.effect, settings.bankPath, player_, messages_),
+      programs_(module, settings.effect, settings.bank, player_, messages_),
       takes_(settings.recordDryPath, settings.recordPath, settings.replace, player_, messages_),
+      tuner_(player_),
       jack_(player_, settings.jack) {}
 
 void LiveSession::run() {
@@ -55,13 +57,16 @@ void LiveSession::run() {
     checkServer();
     learning_.proceed(player_, messages_);
     takes_.check();
+    programs_.check();
+    tuner_.listen();
     readPeaks();
     tellLatePeriods();
+    tellPauses();
+    tellTuner();
     if (screen_ != nullptr) draw();
   }
   fadeOut();
   finish();
-  jack_.close();  // last: a server that hangs never answers
   if (!takes_.failure().empty()) throw Failure(takes_.failure());
 }
 
@@ -80,6 +85,7 @@ void LiveSession::finish() {
   messages_.showOnScreen(false);
   signals_->setPatient(true);  // with a slow disk
   takes_.end();
+  programs_.end();
   tellEnd();
   signals_->setPatient(false);
 }
@@ -88,7 +94,7 @@ bool LiveSession::join() {
   joinTime_ = Clock::now();
   try {
     if (!jack_.open()) {
-      if (wait_) tellWaiting("Waiting for a JACK server");
+      if (wait_ && waiting_.empty()) tellWaiting("Waiting for a JACK server");
       return false;
     }
   } catch (const Failure& failure) {  // it refuses, or goes at this moment
@@ -112,17 +118,21 @@ void LiveSession::tellWaiting(const std::string& text) {
 }
 
 void LiveSession::checkServer() {
-  if (jack_.isAlive()) return jack_.tend();
+  if (jack_.isAlive() && !jack_.hasStalled()) return jack_.tend();
   if (waiting_.empty()) {
-    jack_.close();
-    std::string reason = jack_.lossReason();
-    if (!reason.empty()) reason = " (" + reason + ")";
+    std::string loss = "has stopped: it has asked for nothing in two seconds";
+    if (!jack_.hasStalled()) {
+      const std::string reason = jack_.lossReason();
+      loss = "has gone" + (reason.empty() ? "" : " (" + reason + ")");
+    }
     if (!wait_) {
+      signals_->quit();  // a server that hangs has as long as at any other end
       finish();
       if (!takes_.failure().empty()) messages_.say(takes_.failure());
-      throw Failure("the JACK server has gone" + reason + "; start it again, or add --wait to wait for it");
+      throw Failure("the JACK server " + loss + "; start it again, or add --wait to wait for it");
     }
-    tellWaiting("The JACK server has gone" + reason + "; waiting for it");
+    jack_.close();
+    tellWaiting("The JACK server " + loss + "; waiting for it");
   }
   player_.landChanges();
   if (Clock::now() - joinTime_ >= kBetweenJoins) join();
@@ -152,6 +162,7 @@ void LiveSession::obeyKey(int key) {
     case LiveScreen::kPageUp: player_.send({Kind::stepProgram, -1}); break;
     case LiveScreen::kPageDown: player_.send({Kind::stepProgram, 1}); break;
     case 'w': programs_.writeBank(); break;
+    case 't': player_.send({Kind::tuner}); break;
     case 'm': learning_.start(player_, messages_); break;
     case '?': help_ = !help_; break;
     case 'c':
@@ -172,6 +183,29 @@ void LiveSession::tellLatePeriods() {
   const int more = late - std::exchange(lateTold_, late);
   messages_.say(std::to_string(more) + (more == 1 ? " period late, " : " periods late, ") + std::to_string(late) +
                 " in all");
+}
+
+void LiveSession::tellPauses() {
+  const std::int64_t paused = player_.framesPaused();
+  const std::int64_t more = paused - std::exchange(pausedTold_, paused);
+  if (more > 0)
+    messages_.say("The server changed its period or rate: " + secondsText(more, player_.rate()) + " of silence");
+  const int lost = player_.messagesLost();
+  const int moreLost = lost - std::exchange(messagesLostTold_, lost);
+  if (moreLost > 0) messages_.say(std::to_string(moreLost) + " MIDI messages were lost meanwhile");
+}
+
+void LiveSession::tellTuner() {
+  const bool isOn = player_.isTuning();
+  if (std::exchange(tuningTold_, isOn) != isOn) {
+    messages_.say(isOn ? "Tuner on; the output is muted" : "Tuner off");
+    tunerTold_.clear();
+  }
+  if (!isOn || screen_ != nullptr || Clock::now() - tunerTime_ < kBetweenTunerLines) return;
+  const std::string text = tuner_.text();
+  if (std::exchange(tunerTold_, text) == text) return;
+  tunerTime_ = Clock::now();
+  messages_.say("Tuner: " + text);
 }
 
 void LiveSession::tellStart() {
@@ -215,6 +249,9 @@ void LiveSession::draw() {
   view.clippedOut = player_.clippedOut() > clippedOutCleared_;
   view.lines = takes_.lines();
   view.lines.insert(view.lines.begin(), jack_.connectionsText());
+  view.warnings = takes_.warnings();
+  view.isTuning = player_.isTuning();
+  view.note = tuner_.note();
   view.help = help_;
   view.message = messages_.newest(learning_.isOn());
   screen_->draw(view, std::chrono::duration<double>(now - drawTime_).count());

@@ -9,6 +9,7 @@
 #include "cli/live/JackClient.h"
 #include "cli/live/LivePlayer.h"
 #include "cli/live/LiveScreen.h"
+#include "cli/live/LiveTuner.h"
 #include "cli/session/LiveLearning.h"
 #include "cli/session/LiveMessages.h"
 #include "cli/session/LivePrograms.h"
@@ -18,8 +19,8 @@
 // How `brumbler live` was asked to play.
 struct LiveSettings {
   EffectSettings effect;
-  std::string bankPath;  // empty: none
-  double trim = 0.0;     // dB that the sound lies above a guitar's own level
+  LivePrograms::File bank;
+  double trim = 0.0;  // dB that the sound lies above a guitar's own level
   bool stereo = false;
   JackClient::Wishes jack;
   bool wait = false;        // for a server, now and when it goes
@@ -55,6 +56,8 @@ class LiveSession {
   void tellWaiting(const std::string& text);
 
   void tellLatePeriods();
+  void tellPauses();
+  void tellTuner();
   void readPeaks();
   void tellStart();
   void tellEnd() const;
@@ -69,6 +72,7 @@ class LiveSession {
   LivePlayer player_;
   LivePrograms programs_;
   LiveTakes takes_;
+  LiveTuner tuner_;
   JackClient jack_;
   std::unique_ptr<LiveScreen> screen_;
 
@@ -79,6 +83,11 @@ class LiveSession {
   Clock::time_point joinTime_;
   Clock::time_point lateTime_;
   int lateTold_ = 0;
+  std::int64_t pausedTold_ = 0;  // frames
+  int messagesLostTold_ = 0;
+  bool tuningTold_ = false;
+  std::string tunerTold_;
+  Clock::time_point tunerTime_;
   int lateCleared_ = 0;
   std::int64_t clippedInCleared_ = 0;
   std::int64_t clippedOutCleared_ = 0;

@@ -1,9 +1,10 @@
 // SPDX-License-Identifier: MIT
 #include "cli/session/LiveSignals.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 
@@ -12,11 +13,23 @@
 
 namespace {
 
-constexpr timespec kLongestEnd = {3, 0};  // of a server that does not answer
+constexpr timespec kSlice = {0, 50'000'000};                     // between looks at the deadline
+constexpr auto kAfterPatience = std::chrono::milliseconds(500);  // at least, for the server
+
+bool hasControllingTerminal() {
+  const int terminal = open("/dev/tty", O_RDONLY | O_NOCTTY | O_CLOEXEC);
+  if (terminal >= 0) close(terminal);
+  return terminal >= 0;
+}
+
+bool isIgnored(int signal) {
+  struct sigaction action = {};
+  return sigaction(signal, nullptr, &action) == 0 && action.sa_handler == SIG_IGN;
+}
 
 }  // namespace
 
-LiveSignals::LiveSignals() {
+LiveSignals::LiveSignals() : hangupQuits_(hasControllingTerminal() && !isIgnored(SIGHUP)) {
   sigemptyset(&set_);
   for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) sigaddset(&set_, signal);
   pthread_sigmask(SIG_BLOCK, &set_, nullptr);
@@ -30,16 +43,25 @@ LiveSignals::~LiveSignals() {
   thread_.join();
 }
 
+void LiveSignals::setPatient(bool patient) {
+  if (!patient) deadline_ = std::max(deadline_.load(), Clock::now() + kAfterPatience);
+  patient_ = patient;
+}
+
 void LiveSignals::run() {
+  Clock::time_point first;
   for (;;) {
-    const int step = step_;
-    const int signal = quit_ ? sigtimedwait(&set_, nullptr, &kLongestEnd) : sigwaitinfo(&set_, nullptr);
+    const int signal = quit_ ? sigtimedwait(&set_, nullptr, &kSlice) : sigwaitinfo(&set_, nullptr);
     if (done_) return;
-    if (signal == SIGHUP) {
+    const auto now = Clock::now();
+    if (signal == SIGHUP && !hangupQuits_) {
       reload_ = true;
-    } else if (signal > 0 && !quit_) {
+    } else if (!quit_) {
+      if (signal <= 0) continue;
+      first = now;
+      deadline_ = now + kLongestEnd;
       quit_ = true;
-    } else if (signal > 0 || (errno == EAGAIN && !patient_ && step == step_)) {
+    } else if (signal > 0 ? now - first >= kSameSignal : !patient_ && now >= deadline_.load()) {
       LiveScreen::giveBack();
       std::fprintf(
           stderr, "brumbler: %s\n",

@@ -13,6 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 constexpr auto kBetweenLines = std::chrono::seconds(1);
+constexpr auto kBetweenTries = std::chrono::seconds(2);  // to write again
 
 // take.wav, then take-2.wav and so on.
 std::string partPath(const std::string& path, int part) {
@@ -45,18 +46,29 @@ void LiveTakes::start() {
   for (Take& take : takes_) {
     if (take.recorder != nullptr && take.recorder->rate() != player_.rate()) end(take, false);
     if (take.path.empty() || take.recorder != nullptr) continue;
-    while (take.part > 1 && fs::exists(partPath(take.path, take.part))) ++take.part;
     try {
-      take.recorder = std::make_unique<TakeRecorder>(partPath(take.path, take.part), player_.rate(), player_.channels(),
-                                                     replace_ && take.part == 1);
+      open(take);
     } catch (const std::exception& failure) {
       if (!hasStarted_) throw;
       fail(failure.what(), false);  // a further file; the playing goes on without it
     }
   }
   hasStarted_ = true;
-  player_.record(takes_[0].recorder.get(), takes_[1].recorder.get());
+  attach();
 }
+
+// Throws what TakeRecorder throws. False when there is too little room for a further file.
+bool LiveTakes::open(Take& take) {
+  take.tryTime = Clock::now() + kBetweenTries;
+  while (take.part > 1 && fs::exists(partPath(take.path, take.part))) ++take.part;
+  const std::string path = partPath(take.path, take.part);
+  std::error_code error;
+  if (hasStarted_ && fs::space(fs::absolute(path).parent_path(), error).available < kLeastRoom) return false;
+  take.recorder = std::make_unique<TakeRecorder>(path, player_.rate(), player_.channels(), replace_ && take.part == 1);
+  return true;
+}
+
+void LiveTakes::attach() { player_.record(takes_[0].recorder.get(), takes_[1].recorder.get()); }
 
 void LiveTakes::fail(const std::string& text, bool isTold) {
   if (!isTold || !failure_.empty()) messages_.say(text);
@@ -71,7 +83,7 @@ void LiveTakes::end(Take& take, bool isLast) {
   } catch (const std::exception& failure) {
     fail(failure.what(), isLast);
   }
-  take = {take.path, nullptr, 0, {}, false, take.part + 1};
+  take = {take.path, nullptr, 0, {}, take.part + 1, Clock::now() + kBetweenTries};
 }
 
 void LiveTakes::end() {
@@ -80,33 +92,56 @@ void LiveTakes::end() {
 }
 
 void LiveTakes::check() {
+  if (!hasStarted_) return;
+  const auto now = Clock::now();
+  bool isOldRate = false;
   for (Take& take : takes_) {
-    if (take.recorder == nullptr) continue;
+    if (take.path.empty()) continue;
+    if (take.recorder == nullptr) {
+      if (now < take.tryTime) continue;
+      try {
+        if (!open(take)) continue;
+        messages_.say("Recording again, in " + take.recorder->file().path());
+        attach();
+      } catch (const std::exception&) {
+        continue;  // told when it failed first
+      }
+    }
+    if (!take.recorder->failure().empty()) {
+      player_.record(nullptr, nullptr);
+      end(take, false);
+      attach();
+      continue;
+    }
+    isOldRate = isOldRate || take.recorder->rate() != player_.rate();
     const std::int64_t lost = take.recorder->lostFrames();
-    const std::string failure = take.recorder->failure();
-    if (!failure.empty() && !take.failureTold) {
-      take.failureTold = true;
-      messages_.say(failure);
-    } else if (failure.empty() && lost > take.lostTold && Clock::now() - take.lostTime >= kBetweenLines) {
-      take.lostTime = Clock::now();
-      messages_.say(take.recorder->file().path() + ": the disk is too slow; " +
-                    secondsText(lost - take.lostTold, take.recorder->rate()) +
-                    " are silent in the file, not in what you hear");
+    if (lost > take.lostTold && now - take.lostTime >= kBetweenLines) {
+      take.lostTime = now;
+      messages_.say(take.recorder->file().path() + ": the disk is too slow; the file has " +
+                    secondsText(lost - take.lostTold, take.recorder->rate()) + " of silence that you did not hear");
       take.lostTold = lost;
     }
   }
-  const bool isOldRate = std::any_of(takes_.begin(), takes_.end(), [this](const Take& take) {
-    return take.recorder != nullptr && take.recorder->rate() != player_.rate();
-  });
   if (!isOldRate) return;
-  messages_.say("The sample rate has changed: the take goes on in a file of its own");
   start();
+  messages_.say("The sample rate has changed: takes go on in further files, without the first " +
+                secondsText(player_.framesPlayed() - player_.framesAtRateChange(), player_.rate()));
 }
 
 std::vector<std::string> LiveTakes::lines() const {
   std::vector<std::string> lines;
   for (const Take& take : takes_) {
     if (take.recorder != nullptr) lines.push_back("Recording " + take.recorder->file().path());
+  }
+  return lines;
+}
+
+std::vector<std::string> LiveTakes::warnings() const {
+  std::vector<std::string> lines;
+  for (const Take& take : takes_) {
+    if (hasStarted_ && !take.path.empty() && take.recorder == nullptr) {
+      lines.push_back("NOT recording " + take.path + ": make room, or bring its folder back");
+    }
   }
   return lines;
 }

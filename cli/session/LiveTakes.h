@@ -23,7 +23,8 @@ class LiveTakes {
   // when the first file of a take cannot be written.
   void start();
 
-  // Call it a few times a second: tells what the disk could not take, and follows a change of the sample rate.
+  // Call it a few times a second: tells what the disk could not take, and follows a change of the sample rate. A take
+  // that cannot be written stops, and goes on in a further file as soon as there is a folder with kLeastRoom.
   void check();
 
   // Completes the files; nothing records any more. The caller tells failure(); others are told here.
@@ -32,8 +33,11 @@ class LiveTakes {
   // The first failure; empty when all that was played is in its file.
   const std::string& failure() const noexcept { return failure_; }
 
-  // A line for the screen for each take that is recorded.
+  // For the screen: a line for each take that is recorded, and for each that should be but is not.
   std::vector<std::string> lines() const;
+  std::vector<std::string> warnings() const;
+
+  static constexpr std::uintmax_t kLeastRoom = 64U << 20U;  // bytes, about three minutes of mono at 96 kHz
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -42,10 +46,12 @@ class LiveTakes {
     std::unique_ptr<TakeRecorder> recorder;
     std::int64_t lostTold = 0;  // frames
     Clock::time_point lostTime;
-    bool failureTold = false;
     int part = 1;
+    Clock::time_point tryTime;  // while it is to be recorded, but is not: when to try again
   };
 
+  bool open(Take& take);
+  void attach();
   void end(Take& take, bool isLast);
   void fail(const std::string& text, bool isTold);
 

@@ -29,6 +29,7 @@ class Process {
   Process(const Words& words, const fs::path& folder, const std::string& log) : log_(folder / log) {
     id_ = fork();
     if (id_ != 0) return;
+    setsid();  // no terminal: SIGHUP reloads the bank
     std::vector<char*> arguments;
     for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
@@ -107,6 +108,7 @@ class Studio {
   }
 
   void hangServer() const { server_->send(SIGSTOP); }
+  void wakeServer() const { server_->send(SIGCONT); }
 
   void plugPedalIn() {
     pedal_ = jack_port_register(sender_, "FootSwitch", JACK_DEFAULT_MIDI_TYPE, JackPortIsOutput, 0);
@@ -383,6 +385,101 @@ TEST_CASE("a take fades at SIGTERM, goes on at another rate, and gets its name f
   CHECK(live->says("the JACK server does not answer"));
   CHECK(studio.cli.read("take-3.wav").rate == 96000);
   CHECK(studio.cli.readText("take-2.wav") == "of another evening");
+}
+
+TEST_CASE("the end: timeout's doubled signal, a closed terminal, closed streams, a server that hangs") {
+  Studio studio;
+  const auto seconds = [](const std::function<void()>& run) {
+    const auto begin = std::chrono::steady_clock::now();
+    run();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
+  };
+  const std::string live = std::string("'") + BRUMBLER_COMMAND + "' live --no-connect ";
+  const struct {
+    std::string command;
+    int status;
+    std::string told;  // in the log
+  } rows[] = {
+      {"timeout -s INT 1 " + live + "--record 1.wav </dev/null >log 2>&1", 124, "late periods: "},
+      {"script -qec \"TERM=dumb " + live +
+           "--record 2.wav </dev/null >log 2>&1\" /dev/null </dev/null & sleep 1; kill $!;"
+           " for i in $(seq 50); do sleep 0.1; grep -q Played log && exit 7; done",
+       7, "Wrote 2.wav"},
+      {"timeout -s INT 1 " + live + "--record 3.wav <&- >&- 2>&-; echo done >log", 0, "done"},
+  };
+  for (const auto& row : rows) {
+    INFO(row.command);
+    fs::remove(studio.cli.folder / "log");
+    Process shell({"bash", "-c", row.command}, studio.cli.folder, "shell");
+    CHECK(shell.end() == row.status);
+    CHECK(studio.cli.readText("log").find(row.told) != std::string::npos);
+    const std::string take = std::to_string(&row - rows + 1) + ".wav";
+    CHECK(studio.cli.files().count(take) == 1);
+  }
+
+  const auto signalled = studio.live({});
+  signalled->send(SIGINT);
+  CHECK(signalled->end(SIGTERM) == 0);  // at once: the same one
+  for (const bool waits : {false, true}) {
+    const auto hung = studio.live(waits ? Words{"--wait"} : Words{});
+    std::this_thread::sleep_for(std::chrono::milliseconds(500));  // until it has connected all
+    studio.hangServer();
+    if (waits) CHECK(hung->says("has stopped: it has asked for nothing in two seconds; waiting for it"));
+    CHECK(seconds([&] { CHECK(hung->end(waits ? SIGINT : 0) == 1); }) < (waits ? 3.0 : 6.0));
+    CHECK(hung->says("the JACK server does not answer; ended without it"));
+    studio.wakeServer();
+    CHECK(eventually([&] { return !studio.isConnected("brumbler:out", "listener:ear"); }));
+  }
+}
+
+TEST_CASE("a take stops when its folder goes, tells it, and goes on when it is back") {
+  Studio studio;
+  fs::create_directory(studio.cli.folder / "stick");
+  const auto live = studio.live({"--record", "stick/take.wav"});
+  CHECK(live->says("Playing program 1"));
+  fs::rename(studio.cli.folder / "stick", studio.cli.folder / "gone");
+  CHECK(live->says("stick/take.wav: stick/take.unfinished.wav was removed or renamed while it was written"));
+  fs::create_directory(studio.cli.folder / "stick");
+  CHECK(live->says("Recording again, in stick/take-2.wav"));
+  CHECK(live->end(SIGINT) == 1);
+  CHECK(fs::exists(studio.cli.folder / "stick/take-2.wav"));
+  CHECK(fs::exists(studio.cli.folder / "gone/take.unfinished.wav"));
+}
+
+TEST_CASE("a preset leaves the trim alone, what was undone by hand stays undone, and what is turned is kept") {
+  Studio studio;
+  studio.cli.writeText("bank.json", R"({"programs": [{"name": "Kept", "FUZZ": 2}]})");
+  studio.cli.writeText("map.json", R"({"fuzz": {"controller": 16}, "volume": {"controller": 7},
+    "store": {"controller": 23}, "tuner": {"controller": 22}})");
+  const Floats sound = guitar(studio.cli, 20000);
+  {
+    const auto live = studio.live({"--preset", "wall-of-fuzz", "--stereo"});
+    const auto heard = studio.play(sound);
+    Floats opposite(sound.size());
+    std::transform(sound.begin(), sound.end(), opposite.begin(), std::negate<>());
+    CHECK(sameFrames(heard[0], render(studio.cli, sound, "--volume 6 --fuzz 10")) == 20000);
+    CHECK(sameFrames(heard[1], render(studio.cli, opposite, "--volume 6 --fuzz 10")) == 20000);
+    CHECK(live->end(SIGINT) == 0);
+  }
+  const auto live = studio.live({"--bank", "bank.json", "--midi-map", "map.json", "--midi", "foot", "--keep"});
+  jack_disconnect(studio.client(), "brumbler:out", "listener:ear");
+  studio.plugPedalIn();  // it looks around again
+  std::this_thread::sleep_for(std::chrono::milliseconds(400));
+  CHECK_FALSE(studio.isConnected("brumbler:out", "listener:ear"));
+  CHECK(studio.isConnected("brumbler:out", "listener:other_ear"));
+
+  studio.play(sound, {{100, {0xB0, 16, 127}}, {200, {0xC0, 1}}, {300, {0xB0, 7, 0}}, {400, {0xB0, 23, 127}}});
+  CHECK(live->says("Stored program 2 in bank.json"));
+  std::string bank = studio.cli.readText("bank.json");
+  CHECK(bank.find("\"FUZZ\": 2.0") != std::string::npos);  // of program 1, which was not stored
+  CHECK(bank.find("\"VOLUME\": 0.0") != std::string::npos);
+  CHECK(eventually([&] { return studio.cli.readText("bank.json").find("\"FUZZ\": 10.0") != std::string::npos; }));
+  studio.play(sound, {{100, {0xB0, 16, 0}}, {200, {0xB0, 22, 127}}});
+  CHECK(live->says("Tuner on; the output is muted"));
+  CHECK(live->end(SIGINT) == 0);
+  bank = studio.cli.readText("bank.json");
+  CHECK(bank.find("\"VOLUME\": 0.0,\n      \"FUZZ\": 0.0") != std::string::npos);
+  CHECK(bank.find("Kept") != std::string::npos);
 }
 
 TEST_CASE("no server, a pattern that fits nothing, a server that goes, one that comes, goes and comes back") {

@@ -117,6 +117,104 @@ TEST_CASE("VOLUME glides from its sample on; what is not for us changes nothing"
   CHECK(deaf.play(in, 256, others) == before);
 }
 
+TEST_CASE("switches step at the rise to 64, or at each press; pedals keep to their range; the tuner mutes and hears") {
+  const CommandLine cli;
+  cli.writeText("m.json", R"({"next": {"controller": 20}, "previous": {"controller": 21, "pressOnly": true},
+    "fuzz": {"controller": 4, "from": 10, "to": 2.5}, "on/off": {"note": 9, "toggle": true},
+    "tuner": {"controller": 22}, "store": {"controller": 23}})");
+  Stage stage;
+  const MidiMap map((cli.folder / "m.json").string());
+  LiveChange useMap{Kind::useMap};
+  useMap.map = &map;
+  stage.player.send(useMap);
+  const Floats in = noise(1000);
+  const auto send = [&](int status, int number, const std::vector<int>& values) {
+    for (const int value : values) {
+      stage.play(
+          in, 1000,
+          {{5,
+            {static_cast<std::uint8_t>(status), static_cast<std::uint8_t>(number), static_cast<std::uint8_t>(value)}}});
+    }
+    return stage.player.program();
+  };
+  CHECK(send(0xB0, 20, {63, 64, 90, 127, 64, 63, 127}) == 2);  // a pedal that is moved; two rises
+  CHECK(send(0xB1, 20, {127}) == 3);                           // of another channel
+  CHECK(send(0xB0, 21, {127, 127, 10}) == 1);
+  for (const auto& [position, value] : {std::pair<int, float>{0, 1.0F}, {127, 0.25F}, {64, 0.622047F}}) {
+    send(0xB0, 4, {position});
+    CHECK(stage.player.value(1, LivePlayer::kFuzz) == doctest::Approx(value));
+  }
+  send(0x90, 9, {100, 0, 100, 0, 100});
+  CHECK(stage.player.value(1, LivePlayer::kOnOff) == 0.0F);
+  send(0xB0, 23, {127, 0, 127});
+  CHECK(stage.player.storeRequests() == 2);
+
+  CHECK_FALSE(stage.player.isTuning());
+  send(0xB0, 22, {127});
+  CHECK(stage.player.isTuning());
+  stage.play(in, 256);
+  const Floats muted = stage.play(in, 256);
+  CHECK(std::all_of(muted.begin(), muted.end(), [](float x) { return x == 0.0F; }));
+  Floats heard(10000);
+  heard.resize(stage.player.readTuner(heard.data(), heard.size()));
+  REQUIRE(heard.size() == 3000);
+  CHECK(std::equal(in.begin(), in.end(), heard.begin() + 2000));
+  send(0xB0, 22, {0, 127});
+  const Floats open = stage.play(in, 256);
+  CHECK(open[999] == in[999]);  // off, and faded in again
+}
+
+TEST_CASE("what plays is told to a controller, once and again when it asks") {
+  Stage stage(1, 0.0, 2);
+  const auto told = [&] {
+    stage.play(noise(64), 64);
+    std::string text;
+    char number[8];
+    for (LivePlayer::Report report{}; stage.player.nextReport(report);) {
+      for (std::size_t i = 0; i < report.size; ++i) {
+        std::snprintf(number, sizeof number, "%02x", static_cast<unsigned>(report.bytes.at(i)));
+        text += number;
+      }
+      text += ' ';
+    }
+    return text;
+  };
+  CHECK(told() == "c200 b2407f ");
+  CHECK(told().empty());
+  stage.player.send({Kind::toggle});
+  CHECK(told() == "b24000 ");
+  stage.player.send({Kind::selectProgram, 5});
+  CHECK(told() == "c205 b2407f ");  // it is on there
+  stage.player.reportAgain();
+  CHECK(told() == "c205 b2407f ");
+}
+
+TEST_CASE("a pause loses no MIDI message, and a take has silence of its length") {
+  const CommandLine cli;
+  Stage stage;
+  const std::string path = (cli.folder / "t.wav").string();
+  TakeRecorder take(path, 48000, 1, false);
+  stage.player.record(&take, nullptr);
+  const Floats in = noise(256);
+  stage.play(in, 256);
+  {
+    const LivePlayer::Pause pause(stage.player);
+    CHECK(stage.play(in, 64, {{10, {0xC0, 4}}, {70, {0xB0, 16, 127}}}) == Floats(256));
+  }
+  CHECK(stage.player.program() == 0);
+  stage.play(in, 256);
+  CHECK(stage.player.program() == 4);
+  CHECK(stage.player.value(4, LivePlayer::kFuzz) == 1.0F);
+  CHECK(stage.player.framesPaused() == 256);
+  CHECK(stage.player.messagesLost() == 0);
+  stage.player.record(nullptr, nullptr);
+  take.finish();
+  std::vector<double> expected(in.begin(), in.end());
+  expected.resize(512);
+  expected.insert(expected.end(), in.begin(), in.end());
+  CHECK(cli.read("t.wav").samples == expected);
+}
+
 TEST_CASE("trim, stereo, no number at all, and the fade at the end") {
   Floats in = noise(3000);
   Stage stage(2, 12.0);
@@ -242,9 +340,12 @@ TEST_CASE("MIDI maps are read, refused, learned and written") {
            {R"({"volume": {}})", "needs one of"},
            {R"({"next": {"controller": 128}})", "0 to 127"},
            {R"({"next": {"note": 1.5}})", "whole number"},
-           {R"({"next": {"note": 1, "toggle": true}})", "/next/toggle is unknown"},
+           {R"({"next": {"note": 1, "from": 2}})", "from is unknown"},
+           {R"({"fuzz": {"note": 1, "pressOnly": true}})", "pressOnly is unknown"},
+           {R"({"fuzz": {"note": 1, "to": 11}})", "0 to 10"},
+           {R"({"next": {"note": 1, "toggle": true}})", "toggle is unknown"},
            {R"({"on/off": {"note": 1, "toggle": 1}})", "true or false"},
-           {"{\"fuzz\": {\"note\": 1},\n\"next\": {\"note\": 1}}", "line 2: /next has a control that another"}}) {
+           {"{\"fuzz\": {\"note\": 1},\n\"next\": {\"note\": 1}}", "line 2: /next has the control of another"}}) {
     cli.writeText("m.json", text);
     CHECK_THROWS_WITH_AS(MidiMap{path}, doctest::Contains(complaint.c_str()), Failure);
   }
@@ -259,7 +360,14 @@ TEST_CASE("MIDI maps are read, refused, learned and written") {
   CHECK(learner.take(control(20, 0), 3.0).empty());        // a switch is taken when it is pressed
   CHECK(learner.take(control(20, 127), 3.0) == "previous: controller 20");
   learner.skip();
+  CHECK(learner.take(control(21, 127), 5.0) == "tuner: controller 21");
+  CHECK(learner.take(control(21, 0), 9.0).empty());  // held long, and let go all the same
+  CHECK(learner.take(MidiControl{MidiControl::Kind::program, 3, 0}, 10.0).find("sends program changes") !=
+        std::string::npos);
+  CHECK(learner.take(control(22, 127), 11.0) == "store: controller 22");
   REQUIRE(learner.isDone());
+  CHECK_FALSE(learner.map().sendsPressesOnly(LiveAction::tuner));
+  CHECK(learner.map().sendsPressesOnly(LiveAction::store));
   cli.writeText("m.json", learner.map().text());
   const MidiMap map(path);
   for (const MidiMap* one : {&learner.map(), &map}) {
@@ -268,7 +376,20 @@ TEST_CASE("MIDI maps are read, refused, learned and written") {
     CHECK(one->actionOf(control(16, 0)) == LiveAction::fuzz);
     CHECK(one->actionOf(control(60, 0, true)) == LiveAction::toggle);
     CHECK(one->actionOf(control(81, 0)) == LiveAction::nextProgram);
+    CHECK(one->sendsPressesOnly(LiveAction::store));
+    CHECK_FALSE(one->sendsPressesOnly(LiveAction::tuner));
   }
+
+  // The halves of a 14-bit pedal, in either order, are one control.
+  MidiLearner fine{MidiMap()};
+  CHECK(fine.take(control(4, 64), 0.0) == "volume: controller 4");
+  CHECK(fine.take(control(36, 9), 0.0).empty());
+  CHECK(fine.take(control(33, 9), 1.0) == "fuzz: controller 33");
+  CHECK(fine.take(control(1, 64), 1.0).empty());
+  CHECK(fine.take(control(33, 64), 1.0).empty());
+  CHECK(fine.map().actionOf(control(1, 0)) == LiveAction::fuzz);
+  CHECK(fine.map().actionOf(control(33, 0)) == LiveAction::none);
+  CHECK(fine.request() == "Press the switch for on and off");
 }
 
 TEST_SUITE_END();

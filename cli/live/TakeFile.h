@@ -25,6 +25,9 @@ class TakeFile {
   void write(const float* samples, std::int64_t frames);
   void writeSilence(std::int64_t frames);
 
+  // Whether the unfinished file is still under its name: false when it or its folder was removed or renamed.
+  bool isInPlace() const;
+
   // Completes the file and gives it its name. Throws Failure, leaving the unfinished file, when the system refuses or,
   // without `replace`, the name is taken meanwhile.
   void finish();

@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: MIT
-#include "cli/audio/TakeFile.h"
+#include "cli/live/TakeFile.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -66,6 +67,13 @@ void TakeFile::writeSilence(std::int64_t frames) {
   constexpr std::int64_t kPiece = 4096;
   const std::vector<float> silence(static_cast<std::size_t>(kPiece * channels_));
   for (; frames > 0; frames -= kPiece) write(silence.data(), std::min(frames, kPiece));
+}
+
+bool TakeFile::isInPlace() const {
+  struct stat own = {};
+  struct stat named = {};
+  return fstat(descriptor_, &own) == 0 && stat(unfinishedPath_.c_str(), &named) == 0 && own.st_dev == named.st_dev &&
+         own.st_ino == named.st_ino;
 }
 
 void TakeFile::finish() {
