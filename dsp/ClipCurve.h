@@ -11,7 +11,7 @@
 //
 // From the interpolated sample to the position in the table every operation is monotone, rounding and flush-to-zero
 // included, so the clamps act as well on the position: the same double, and one pair of bounds for two clamps. In the
-// form in which they stand a not-a-number ends at a bound too: no read ever leaves the table.
+// form in which they stand NaN ends at a bound too: no read ever leaves the table.
 template <typename T>
 class ClipCurve {
  public:

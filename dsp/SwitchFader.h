@@ -38,6 +38,6 @@ struct SwitchFader {
   void run(std::int32_t samples, float onOff, double* gain) noexcept;
 
  private:
-  // A not-a-number stays, too: it would start a fade in every block.
+  // NaN stays, too: it would start a fade in every block.
   bool stays(float onOff) const noexcept { return onOff == lastSwitch || (onOff != onOff && lastSwitch != lastSwitch); }
 };

@@ -116,7 +116,7 @@ class Brumbler : public Q_TypeBase {
   BrumblerProgram* programs = nullptr;  // numPrograms of them
   RecursiveMutex lock;
   int32 sampleRateInt = 44100;  // Hz
-  double curSampleRate = -1.0;  // Hz; -1 before the first set-up, not-a-number after one that failed
+  double curSampleRate = -1.0;  // Hz; -1 before the first set-up, NaN after one that failed
   double ovsState[2][6] = {};   // histories of the interpolating and the decimating lowpass
   int32 adjustCount = kNumAdjust;
   int32 revCount = kNumRev;

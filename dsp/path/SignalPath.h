@@ -21,6 +21,22 @@ using Step = std::int64_t;
 // within the block: the histories come in and go out one stage after another, each just before its first and just after
 // its last sample, so that they hold the truth between blocks.
 //
+// Which sample each stage works on at step n, with two lanes; stages in one row share a vector or stand side by side:
+//
+//   fuzzPeak                        n      adjust 0       n - 1
+//   adjust 1                        n - 1
+//   interpolating lowpass, 4x       n - 2
+//   clip curve                      between the two, in two halves of a step
+//   decimating lowpass, 4x          n - 4
+//   lowPeak                         n - 4  fuzzHighpass   n - 5
+//   tone stage                      n - 4
+//   rev 0                           n - 5  rev 1          n - 6
+//   rev 2                           n - 6  rev 3          n - 7
+//   rev 4                           n - 7  dcBlock        n - 8: the output
+//
+// The tone stage sits between the two lanes of the first vector of `post`: it takes what lowPeak has just made of its
+// sample, and gives fuzzHighpass the result at the next step.
+//
 // Exact: the same double as sample by sample through one stage after the other. Any block from 1 sample up; kDelay
 // extra steps a block. `width`: filter sections to a vector, 2 or 4.
 template <int width>

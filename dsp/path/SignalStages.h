@@ -21,8 +21,8 @@ struct SignalStages {
   double& toneZ2;
   IIRFilter* post[8];  // lowPeak first
 
-  // The tone stage's coefficients for a block's first sample, all of the block's when VOLUME stands: kept, because they
-  // take three divisions.
+  // The tone stage's coefficients for a block's first sample, and for the whole block while VOLUME rests. Kept, because
+  // they take three divisions.
   double toneVolume = 0.0;
   ToneCoefficients<double> tone = ToneCoefficients<double>::forVolume(toneK, toneVolume);
 
