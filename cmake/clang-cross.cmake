@@ -12,3 +12,5 @@ find_program(BRUMBLER_EMULATOR_PATH ${BRUMBLER_EMULATOR})
 if(BRUMBLER_EMULATOR_PATH)
   set(CMAKE_CROSSCOMPILING_EMULATOR ${BRUMBLER_EMULATOR_PATH} -L /usr/${BRUMBLER_TRIPLE})
 endif()
+# CMake 3.31 looks at a program linked without the options above, finds no ELF and could not change an RPATH.
+set(CMAKE_BUILD_WITH_INSTALL_RPATH ON)
