@@ -48,7 +48,6 @@ EXPORT(setParameter) void setParameter(PagePlayer& player, int index, float valu
 EXPORT(setProgram) void setProgram(PagePlayer& player, int index) { player.player().setProgram(index); }
 // The selected program gets the name in text().
 EXPORT(setProgramName) void setProgramName(PagePlayer& player) { player.player().setProgramName(text); }
-EXPORT(parameter) float parameter(PagePlayer& player, int index) { return player.player().effect(0).parameter(index); }
 EXPORT(setTrim) void setTrim(PagePlayer& player, double decibels) { player.player().setTrim(decibels); }
 
 // What the effect would show for a value, and its name for the selected program.
