@@ -14,13 +14,7 @@ struct PedalState {
   static constexpr int kPresets = kNumControls;  // the preset bar, which can have the focus as a control can
   static constexpr int kNone = -1;
 
-  std::array<float, kNumControls> values = [] {
-    std::array<float, kNumControls> defaults{};
-    for (std::size_t i = 0; i < defaults.size(); ++i) {
-      defaults[i] = static_cast<float>(catalog::kParameters[i].initial);
-    }
-    return defaults;
-  }();
+  std::array<float, kNumControls> values = defaults();
   std::array<float, 2> levels{};  // of the input and the output, 0 to 1
   int focus = kNone;              // the control that keys turn, or kPresets
   bool showsFocus = false;        // the window has the keyboard
@@ -30,6 +24,12 @@ struct PedalState {
   int highlighted = 0;  // the preset that Enter would choose
 
   float valueOf(int control) const { return values[static_cast<std::size_t>(control)]; }
+
+  static std::array<float, kNumControls> defaults() {
+    std::array<float, kNumControls> initial{};
+    for (std::size_t i = 0; i < initial.size(); ++i) initial[i] = static_cast<float>(catalog::kParameters[i].initial);
+    return initial;
+  }
 
   // The preset whose values the knobs have, or kNone.
   int preset() const {

@@ -139,11 +139,11 @@ struct Host {
     return static_cast<const LV2UI_Idle_Interface*>(ui->extension_data(LV2_UI__idleInterface));
   }
 
-  // As long as events and two frames take.
+  // As long as events and two frames take, and a busy machine.
   int settle() const {
     int status = 0;
     sync();
-    for (int i = 0; i < 10 && status == 0; ++i) {
+    for (int i = 0; i < 20 && status == 0; ++i) {
       std::this_thread::sleep_for(std::chrono::milliseconds(5));
       status = idle();
     }
