@@ -8,7 +8,8 @@ const HIGHEST = 16000;
 const QUIETEST = -110; // dBFS
 const LOUDEST = -20;
 const DARK = globalThis.matchMedia?.('(prefers-color-scheme: dark)') ?? { matches: false };
-const FRAME = 1000 / 32; // milliseconds between two pictures, at least
+const FRAME = 40; // milliseconds between two pictures, at least: each third of a screen with 60 a second
+const FALL = 0.64; // of a meter, from one picture to the next
 const CONVERTER_TOP = 32767 / 32768; // where converters of 16 bits end
 
 /** @param {number} amplitude of full scale */
@@ -117,7 +118,7 @@ export class Meter {
 
   /** @param {number} peak of full scale, since the last call @param {number} now milliseconds @param {number} clipping what the lamp looks at */
   show(peak, now, clipping = peak) {
-    this.level = Math.max(peak, this.level * 0.86);
+    this.level = Math.max(peak, this.level * FALL);
     if (peak >= this.hold || now - this.held > 1500) [this.hold, this.held] = [peak, now];
     if (this.clips(clipping)) this.clipped(true);
     const place = (/** @type {number} */ level) => Math.max(0, Math.min(1, 1 - decibels(level + 1e-9) / FLOOR));
@@ -256,7 +257,7 @@ export class Scope {
     for (let i = 0; i < this.samples.length; ++i) {
       top = Math.max(top, Math.abs(this.samples[i]), Math.abs(this.second[i]));
     }
-    this.scale = Math.max(top, this.scale * 0.97);
+    this.scale = Math.max(top, this.scale * 0.91);
     const points = (/** @type {Float32Array} */ wave) => (/** @type {number} */ i) =>
       /** @type {[number, number]} */ ([
         (i * width) / (shown - 1),

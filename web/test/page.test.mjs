@@ -370,7 +370,7 @@ test('MIDI turns the knobs, also what it learnt', async () => {
     ...['fuzz', 'volume', 'trim'].map((id) => document.querySelector(`#${id} input`).getAttribute('aria-valuetext')),
     document.getElementById('on').ariaChecked].join(' '));
   const rows = [
-    [[0xc0, 4], '4 5.00 5.00 4.0 dB true'], [[0xb3, 16, 127], '4 10.00 5.00 4.0 dB true'],
+    [[0xc0, 4], '4 7.00 7.00 4.0 dB true'], [[0xb3, 16, 127], '4 10.00 7.00 4.0 dB true'],
     [[0xb0, 7, 0], '4 10.00 0.00 4.0 dB true'], [[0xb0, 18, 127], '4 10.00 0.00 30.0 dB true'],
     [[0xb0, 64, 0], '4 10.00 0.00 30.0 dB false'], [[0xb0, 64, 127], '4 10.00 0.00 30.0 dB true'],
     [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'], // not learnt yet
