@@ -90,6 +90,9 @@ unsigned long __wrap___isoc23_strtoul(const char* text, char** end, int base) {
 }
 #endif
 
+// The runtime skips atomic operations while the process has one thread, and asks this variable of 2.32. Here: never skip.
+char __libc_single_threaded = 0;
+
 // The unwinder only asks whether there is one, to know whether there may be threads.
 int __wrap___pthread_key_create() { return -1; }
 
