@@ -23,7 +23,7 @@ for folder in one another-and-longer; do
   (cd "$work/$folder/brumbler" && CCACHE_DISABLE=1 DEB_BUILD_OPTIONS="nocheck parallel=$(nproc)" \
     dpkg-buildpackage -us -uc -b >"$work/$folder.log" 2>&1) || { tail -60 "$work/$folder.log" && exit 1; }
   # The archive of this build, too.
-  (cd "$work/$folder" && cpack --config brumbler/obj-*/CPackConfig.cmake >/dev/null)
+  (cd "$work/$folder" && umask 077 && cmake --build brumbler/obj-* --target archive >/dev/null && mv brumbler/obj-*/*.tar.gz .)
 done
 cd "$work/one"
 for file in ./*.deb ./*.tar.gz; do
@@ -99,7 +99,7 @@ holds "dpkg removes" into_root --purge brumbler brumbler-lv2-ui brumbler-lv2 bru
 holds "nothing stays behind" nothing "$(find "$root" -not -type d -not -path "$root/var/*" -not -regex "$root/etc/\(passwd\|group\|g?shadow\|.pwd.lock\)-?")"
 
 # The archive, unpacked to some folder.
-cmake --build "$release" --target package >"$work/package.log" || { cat "$work/package.log" && exit 1; }
+cmake --build "$release" --target archive >"$work/package.log" || { cat "$work/package.log" && exit 1; }
 mkdir "$work/some folder"
 tar -xzf "$release"/brumbler-"$version"-Linux-*.tar.gz -C "$work/some folder" --strip-components=1
 holds "the archive's command plays" plays "$work/some folder/bin/brumbler" "$work/some folder/lib"

@@ -5,6 +5,13 @@ namespace CLI {
 class App;
 }
 
+class EffectModule;
+struct LiveSettings;
+
+// Plays live until the player ends it. The executable brumbler-live defines it so; in `brumbler` itself it becomes that
+// program, with the same arguments. Throws Failure if that cannot be.
+void playLive(const EffectModule& module, const LiveSettings& settings);
+
 // Each adds one subcommand: its options, its help, and the function that runs when it was given.
 void addRenderCommand(CLI::App& app);
 void addInfoCommand(CLI::App& app);

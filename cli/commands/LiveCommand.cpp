@@ -44,7 +44,7 @@ void runLive(const LiveOptions& options) {
   // A preset's trim is not used: how loud the guitar comes in does not depend on it.
   settings.trim = options.effect.isTrimGiven() ? options.effect.trim().value_or(0.0) : 0.0;
   settings.jack.connects = !options.noConnect;
-  LiveSession(module, settings).run();
+  playLive(module, settings);
 }
 
 }  // namespace

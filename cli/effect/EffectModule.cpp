@@ -13,24 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr const char* kModuleName = "brumbler.so";
-
-// The module beside this executable, else where `cmake --install` puts it, seen from here or from the root.
-std::string findModule() {
-  std::error_code ignored;
-  const fs::path executableDirectory = fs::read_symlink("/proc/self/exe", ignored).parent_path();
-  const std::vector<fs::path> places = {executableDirectory,
-                                        (executableDirectory / BRUMBLER_MODULE_FROM_BIN).lexically_normal(),
-                                        fs::path(BRUMBLER_MODULE_DIRECTORY)};
-  for (const fs::path& place : places) {
-    if (fs::exists(place / kModuleName, ignored)) return (place / kModuleName).string();
-  }
-  std::string looked;
-  for (const fs::path& place : places) looked += (looked.empty() ? "" : ", ") + place.string();
-  throw Failure(std::string(kModuleName) + " is in none of: " + looked +
-                "; build or install it, or say where it is with --module PATH");
-}
-
 std::string lastLoaderError() {
   const char* const text = dlerror();  // of this thread. NOLINT(concurrency-mt-unsafe)
   return text != nullptr ? text : "the loader gives no reason";
@@ -38,9 +20,23 @@ std::string lastLoaderError() {
 
 }  // namespace
 
+std::string findBeside(const std::string& name) {
+  std::error_code ignored;
+  const fs::path executableDirectory = fs::read_symlink("/proc/self/exe", ignored).parent_path();
+  const std::vector<fs::path> places = {executableDirectory,
+                                        (executableDirectory / BRUMBLER_MODULE_FROM_BIN).lexically_normal(),
+                                        fs::path(BRUMBLER_MODULE_DIRECTORY)};
+  for (const fs::path& place : places) {
+    if (fs::exists(place / name, ignored)) return (place / name).string();
+  }
+  std::string looked;
+  for (const fs::path& place : places) looked += (looked.empty() ? "" : ", ") + place.string();
+  throw Failure(name + " is in none of: " + looked + "; build or install it");
+}
+
 void EffectModule::Unload::operator()(void* library) const noexcept { dlclose(library); }
 
-EffectModule::EffectModule(const std::string& path) : path_(path.empty() ? findModule() : path) {
+EffectModule::EffectModule(const std::string& path) : path_(path.empty() ? findBeside("brumbler.so") : path) {
   // A name without a slash would be looked for in the system's library folders.
   const std::string absolute = fs::absolute(path_).string();
   library_.reset(dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL));

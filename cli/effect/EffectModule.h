@@ -6,6 +6,10 @@
 
 #include "player/EffectPlayer.h"
 
+// The path of an installed file of ours that lies with the modules: beside this executable, else where `cmake --install`
+// puts it, seen from the executable or from the root. Throws Failure if it is in none of these folders.
+std::string findBeside(const std::string& name);
+
 // The loaded module brumbler.so and its entry function. Must outlive every effect that it made.
 class EffectModule {
  public:
