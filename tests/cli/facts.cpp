@@ -45,13 +45,13 @@ TEST_CASE("documents name the lengths and levels that the code has") {
     const char* document;
     std::string said;
   } rows[] = {
-      {"README.md", "fades out for " + fade},
+      {"docs/overview.md", "over " + fade},
       {"docs/lv2.md", "fades out in " + fade},
       {"catalog/parameters.json", fade + " each"},
       {"docs/command.md", format("until %g s in a row stay below −%g dBFS, at most %g s", Tail::kQuietSeconds,
                                  -decibels(Tail::kQuiet), Tail::kLongestSeconds)},
       {"docs/command.md", format("a peak of −%g dBFS for a guitar's own", -kGuitarPeak)},
-      {"README.md", format("around −%g dBFS peak", -kGuitarPeak)},
+      {"docs/overview.md", format("−%g dBFS peak", -kGuitarPeak)},
   };
   for (const auto& row : rows) {
     INFO("document ", row.document, ", said ", row.said);
