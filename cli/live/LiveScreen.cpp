@@ -16,6 +16,7 @@
 #include <memory>
 
 #include "cli/effect/Parameter.h"
+#include "cli/text/printable.h"
 #include "player/decibels.h"
 
 namespace {
@@ -37,9 +38,10 @@ int barWidth() {
 
 attr_t attribute(int pair) { return static_cast<attr_t>(COLOR_PAIR(pair)); }
 
-// As much of `text`, which is UTF-8, as fits into the row.
-void print(int row, int column, attr_t attributes, const std::string& text) {
+// As much of `line`, which is UTF-8, as fits into the row.
+void print(int row, int column, attr_t attributes, const std::string& line) {
   if (row < 0 || row >= LINES || column >= COLS) return;
+  const std::string text = printable(line);
   int room = COLS - column;
   const auto end = std::find_if(text.begin(), text.end(), [&room](char c) {
     const bool startsCharacter = (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;

@@ -6,6 +6,8 @@
 #include <string>
 #include <utility>
 
+#include "cli/text/printable.h"
+
 // Messages to the player: printed as lines, or kept for the screen while there is one. The control thread.
 class LiveMessages {
  public:
@@ -22,7 +24,7 @@ class LiveMessages {
   }
 
   static void print(const std::string& text) {
-    std::printf("brumbler: %s\n", text.c_str());
+    std::printf("brumbler: %s\n", printable(text).c_str());
     std::fflush(stdout);
   }
 
