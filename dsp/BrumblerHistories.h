@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: MIT
-// All values that a block leaves to the next one.
+// Visits every value that the signal path carries from one block to the next.
 #pragma once
 
 #include "dsp/IIRFilter.h"
 #include "effect/Brumbler.h"
 
-// Calls function(double& history) for every history of the signal path. The effect is set up.
+// Calls function(double& history) for every history of the signal path. The effect must be set up.
 template <typename Function>
 void Brumbler::forEachHistory(Function function) {
   const auto ofSection = [&](IIRFilter& section) {

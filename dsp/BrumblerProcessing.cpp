@@ -15,25 +15,27 @@
 namespace {
 
 // VOLUME and FUZZ outside 0 to 1 are stored and played, up to limits from which the effect recovers within 20 ms once
-// the value is back between 0 and 1. Beyond a limit the value plays as the limit, and NaN as 0.
+// the value is back between 0 and 1. A value beyond a limit plays as the limit, NaN as 0.
 //
-// VOLUME: the tone stage has a slow pole with the time constant g / (2 pi 1600 Hz Q), where Q = 0.35 VOLUME + 0.3 and
-// g = 0.874 VOLUME^2 + 0.126. It is 2.3 ms at 10 and 3.4 ms at -0.8, and has no bound at -6/7, where Q is 0.
+// VOLUME: the tone stage has a slow pole with the time constant g / (2 pi 1600 Hz Q), where Q = 0.35 VOLUME + 0.3 and g
+// = 0.874 VOLUME^2 + 0.126. The time constant is 2.3 ms at 10 and 3.4 ms at -0.8. It grows without bound towards -6/7,
+// where Q is 0.
 constexpr float kLeastVolume = -0.8F;
 constexpr float kLargestVolume = 10.0F;
 
-// FUZZ: the 110 Hz peak boosts by 0.8 FUZZ^4 dB, so its histories may hold that much more than the signal. They decay
-// by exp(-pi 110 Hz t / 0.8), 75 dB in 20 ms. At 1.7 the boost is 6.7 dB: what a full-scale signal left is then 3.8e-4,
+// FUZZ: the 110 Hz peak boosts by 0.8 FUZZ^4 dB, so its histories may exceed the signal by that much. They decay by
+// exp(-pi 110 Hz t / 0.8), 75 dB in 20 ms. At 1.7 the boost is 6.7 dB: after 20 ms a full-scale signal leaves 3.8e-4,
 // less than half the smallest clipping threshold, 8e-4 at FUZZ 1.
 constexpr float kLargestFuzz = 1.7F;
 
-// Whatever the samples and parameters, histories stay far below this at usual rates. (Below 4 kHz the fixed sections at
-// 2 to 8 kHz pile up at half the rate, and some settings make the path unstable.)
+// At usual sample rates the histories stay far below this, whatever the samples and parameters. (Below 4 kHz the fixed
+// sections at 2 to 8 kHz all end up at half the rate, and some settings make the path unstable.)
 constexpr double kLargestHistory = 1e300;
 constexpr double kLargestBoost = 0.8 * kLargestFuzz * kLargestFuzz * kLargestFuzz * kLargestFuzz;  // dB
 static_assert(kLargestBoost < 20.0 && kLargestSample * 10.0 < 1e-200 * kLargestHistory);
 
-// Smaller values change no float of the output, and do not decay from here to a denormal number within kLookInterval.
+// A history below this changes no float of the output. One above it does not decay to a denormal number within
+// kLookInterval.
 constexpr double kLeastHistory = 1e-200;
 
 float limited(float value, float least, float largest) noexcept {
@@ -77,7 +79,7 @@ void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 s
 
 float Brumbler::playedFuzz() const noexcept { return limited(fuzz, -kLargestFuzz, kLargestFuzz); }
 
-// After a set-up. The filters stay where they are, whatever their design; setGain() brings the curve up to date.
+// Called after a set-up. The filters stay where they are when they are designed anew; setGain() updates the curve.
 void Brumbler::joinStages() {
   stages.emplace(SignalStages{
       {fuzzPeak, adjustFilters[0], adjustFilters[1]},
@@ -94,7 +96,7 @@ void Brumbler::joinStages() {
 
 ClipCurve<double> Brumbler::clipCurve() const noexcept { return {clip[0], clipThrPos, clipThrNeg, clipDrive}; }
 
-// Whether a look at the histories is due after `length` more samples. Counts down: no length is too long for it.
+// Whether the histories are due for a check after `length` more samples. Counts down, so no length can overflow it.
 bool Brumbler::lookIsDue(int32 length) noexcept {
   samplesToLook -= length;
   if (samplesToLook > 0) return false;
@@ -102,8 +104,8 @@ bool Brumbler::lookIsDue(int32 length) noexcept {
   return true;
 }
 
-// Looks at all histories: whether they are finite and not too large. At usual rates they always are. Where the
-// processor cannot flush denormals, it clears those that are on their way there.
+// Checks that all histories are finite and not too large; at usual rates they always are. Where the processor cannot
+// flush denormals, also clears histories before they become denormal.
 bool Brumbler::historiesAreGood() noexcept {
   bool good = true;
   forEachHistory([&](double& history) {
@@ -114,7 +116,7 @@ bool Brumbler::historiesAreGood() noexcept {
   return good;
 }
 
-// Clears what a bad block has left, so that the next one starts from silence.
+// Clears the histories after a bad block, so that the next one starts from silence.
 void Brumbler::forgetBlock() noexcept {
   forEachHistory([](double& history) { history = 0.0; });
 }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The sample-rate set-up: joins the host's rate to everything of the signal path that depends on it, and builds that.
+// The sample-rate set-up: builds everything in the signal path that depends on the host's sample rate.
 #include <algorithm>
 #include <iterator>
 #include <limits>
@@ -32,10 +32,10 @@ namespace {
 
 constexpr double kToneRadians = 5026.54824574367;  // pi times the tone stage's centre of 1600 Hz
 
-// Fifth-order lowpass at four times the sample rate, of the elliptic kind: equal ripple of 0.3 dB up to 4500 Hz, 3 dB
-// down at 4856 Hz, 46 dB at 10 kHz and at least 55 dB above 12 kHz, with zeros on the unit circle at 29.4 and 42.1 kHz
-// (29.8 and 43.3 at 48000 Hz) and at half the rate. Found from the coefficients: their response and their roots. y =
-// sum b[k] x[n-k] + sum a[k] y[n-k]; b is symmetric, so its first half stands for all.
+// Fifth-order elliptic lowpass at four times the sample rate: equal ripple of 0.3 dB up to 4500 Hz, 3 dB down at 4856
+// Hz, 46 dB at 10 kHz and at least 55 dB above 12 kHz, with zeros on the unit circle at 29.4 and 42.1 kHz (29.8 and
+// 43.3 at 48000 Hz) and at half the rate. These figures follow from the response and the roots of the coefficients. y =
+// sum b[k] x[n-k] + sum a[k] y[n-k]; b is symmetric, so only its first half is stored.
 struct OversamplingLowpass {
   double a[5];
   double b[3];
@@ -95,7 +95,7 @@ bool Brumbler::isSetUpFor(double rate) {
   return rate == curSampleRate;
 }
 
-// Set-ups of several effects take turns at the shared table.
+// Set-ups of several effects take turns to build the shared table.
 void Brumbler::buildTable(double rateArgument) {
   const RecursiveMutex::Guard guard(clipLock);
   if (rateArgument == clipSampleRate) return;
@@ -105,7 +105,7 @@ void Brumbler::buildTable(double rateArgument) {
 
 void Brumbler::setUpFor(float rate) {
   const RecursiveMutex::Guard guard(lock);
-  storeShared(sampleRate, rate);  // another thread's set-up may have asked since
+  storeShared(sampleRate, rate);  // another thread's set-up may have changed it meanwhile
   curSampleRate = rate;
   releaseProcessing();
   if (buildProcessing()) return;
@@ -113,7 +113,7 @@ void Brumbler::setUpFor(float rate) {
   curSampleRate = std::numeric_limits<double>::quiet_NaN();  // no rate equals it: the next set-up runs in full
 }
 
-// False when storage ran out; what was built so far then stays for releaseProcessing.
+// False when out of memory; releaseProcessing() then frees what was built so far.
 bool Brumbler::buildProcessing() {
   constexpr double kMostRate = 2147483647.0;
   sampleRateInt = static_cast<int32>(std::min(curSampleRate, kMostRate));
@@ -147,11 +147,11 @@ bool Brumbler::buildProcessing() {
                         switchFader != nullptr;
   if (!complete) return false;
   joinStages();
-  growWorkBuffers(loadShared(blockSize));  // no storage for so much: shorter blocks may still play
+  growWorkBuffers(loadShared(blockSize));  // if this fails, shorter blocks may still play
   return true;
 }
 
-// Tolerates whatever is missing.
+// Also works when only some of it was built.
 void Brumbler::releaseProcessing() noexcept {
   if (fuzzTaper != nullptr) delete[] fuzzTaper->coefs;
   deleteAndClear(fuzzTaper);
@@ -174,8 +174,8 @@ void Brumbler::setBlockSize(int32 newBlockSize) {
   if (isSetUp()) growWorkBuffers(newBlockSize);
 }
 
-// Makes the work buffers hold `samples`: the switch buffer first, which holds at least as many as workBufLen says. They
-// never shrink. False when storage ran out, and what was there stays.
+// Makes the work buffers hold `samples`. The switch buffer grows first, so it always holds at least workBufLen samples.
+// The buffers never shrink. False when out of memory; workBufLen is then unchanged.
 bool Brumbler::growWorkBuffers(int32 samples) noexcept {
   return switchFader->reserve(samples) && growBuffer(gainBuffer, workBufLen, samples);
 }

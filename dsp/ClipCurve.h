@@ -7,15 +7,16 @@
 #include "dsp/Clipper.h"
 #include "dsp/Lanes.h"
 
-// Clamp, drive, clamp to the curve's range and read, for one interpolated sample (T double) or two at once (Lanes).
+// The clip curve for one interpolated sample (T double) or two at once (Lanes): clamps the sample, multiplies it by the
+// drive, clamps the product to the curve's range and reads the table.
 //
-// From the interpolated sample to the position in the table every operation is monotone, rounding and flush-to-zero
-// included, so the clamps act as well on the position: the same double, and one pair of bounds for two clamps. In the
-// form in which they stand NaN ends at a bound too: no read ever leaves the table.
+// Every operation from the sample to its position in the table is monotone, even with rounding and flush-to-zero.
+// Clamping the position therefore gives the same double as the two clamps, with one pair of bounds. The comparisons
+// also send NaN to a bound, so no read leaves the table.
 template <typename T>
 class ClipCurve {
  public:
-  // Samples are clamped to `lower` .. `upper`, then multiplied by `drive`. Any values do.
+  // Samples are clamped to `lower` .. `upper`, then multiplied by `drive`. Any values are allowed.
   ClipCurve(const Clipper& table, double upper, double lower, double drive) noexcept
       : table_(&table), drive_(T{} + drive), center_(T{} + table.center) {
     const double atUpper = positionOf(upper * drive);
@@ -24,7 +25,7 @@ class ClipCurve {
     highest_ = T{} + std::max(atUpper, atLower);
   }
 
-  // The same curve, for as many samples at once as this one takes.
+  // The same curve as `one`, for another number of samples at once.
   template <typename U>
   explicit ClipCurve(const ClipCurve<U>& one) noexcept
       : table_(one.table_),
@@ -33,10 +34,10 @@ class ClipCurve {
         lowest_(T{} + one.lowest_),
         highest_(T{} + one.highest_) {}
 
-  // Where between two entries of the table each sample stands.
+  // The position of each sample between two entries of the table.
   struct Spot {
-    TableIndex first, second;  // the entries below; a single sample has no second
-    T fraction;                // 0 to 1, from there to the next ones
+    TableIndex first, second;  // indices of the entries below; `second` is for Lanes only
+    T fraction;                // 0 to 1, from that entry to the next
   };
 
   Spot locate(T sample) const noexcept {

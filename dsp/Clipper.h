@@ -6,8 +6,8 @@
 
 #include "dsp/Lanes.h"
 
-// Counts the entries of a curve's table. Of two widths the one that a processor converts doubles to, and adds to
-// addresses, in fewer instructions: 64 bits take AArch64 10 less a sample, but x86-64 a twentieth longer.
+// Index into the curve's table. The width is the one for which the processor needs fewer instructions to convert a
+// double and to compute an address: 64 bits save AArch64 10 instructions a sample, but make x86-64 a twentieth slower.
 #if defined(__SSE2__)
 using TableIndex = int;
 #else
@@ -15,7 +15,7 @@ using TableIndex = std::ptrdiff_t;
 #endif
 
 // The saturation curve tanh(18 u) for u in [-1, 1] as a table, read with linear interpolation: two reads and a
-// multiply-add in the place of an exponential. The error against tanh is below 2e-7, most at the bend.
+// multiply-add instead of an exponential. The error against tanh is below 2e-7 and is largest at the bend.
 //
 // One table of 313 KiB serves every effect in the process. It does not depend on the sample rate.
 struct Clipper {
@@ -25,13 +25,13 @@ struct Clipper {
   double table[2 * kHalfWidth + 1];  // entry k: the curve at u = (k - kHalfWidth) / kHalfWidth
   double guard;                      // right-hand neighbour of the last entry, equal to it
 
-  // Fills the table. What holds the right value already is not written, so a build over a built table changes nothing
-  // under a reader. Builds must not overlap each other.
+  // Fills the table. Entries that already hold the right value are not written, so building a complete table again does
+  // not disturb a reader. Builds must not overlap.
   void build() noexcept;
 
   // Entry `index`, 0 to 2 * kHalfWidth, and the one after it. Any thread.
   Lanes entries(TableIndex index) const noexcept {
-    Lanes pair;  // one read; behind the table stands the guard
+    Lanes pair;  // one read; after the last entry comes the guard
     std::memcpy(&pair, &table[0] + index, sizeof pair);
     return pair;
   }

@@ -3,9 +3,9 @@
 
 #include <cstdint>
 
-// While it lives, results of the calling thread that would be denormal become zero. Only that mode is added; rounding,
-// masks and the rest stay the caller's. The end puts the whole control word back, sticky flags included.
-// Processors without such a mode (WebAssembly) are left alone.
+// While an object of this class exists, denormal results on the calling thread become zero. The constructor adds only
+// this mode; rounding, masks and the rest stay as the caller set them. The destructor restores the whole control word,
+// sticky flags included. Does nothing on processors without such a mode (WebAssembly).
 class FlushToZero {
  public:
   FlushToZero() noexcept : saved_(read()) { write(saved_ | kMode); }

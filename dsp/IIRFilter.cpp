@@ -53,8 +53,8 @@ void IIRFilter::designSmoother(double frequency, double sampleRate) noexcept {
   biquad = 0;
 }
 
-// Analogue prototypes with the corner at the prewarped k, transformed by s -> (1 - 1/z) / (1 + 1/z). The order of the
-// operations fixes the exact doubles.
+// Analogue prototypes with the corner at the prewarped k, transformed by s -> (1 - 1/z) / (1 + 1/z). The exact doubles
+// depend on the order of the operations.
 void IIRFilter::FDexcute(filterPrm_tag* parameters) noexcept {
   filterPrm_tag& prm = *parameters;
   type = static_cast<std::int16_t>(static_cast<std::uint16_t>(prm.type));
@@ -122,7 +122,7 @@ void IIRFilter::FDexcute(filterPrm_tag* parameters) noexcept {
       break;
     }
     case FT_PEQ: {
-      // A boost stands in the numerator, a cut in the denominator, so that the two undo each other.
+      // A boost goes into the numerator, a cut into the denominator, so that the two cancel each other.
       const double A = g > 0.0 ? fromDecibels(g) : 1.0;
       const double B = g > 0.0 ? 1.0 : fromDecibels(-g);
       const double n = 1.0 / (1.0 + k2 + B * k / q);

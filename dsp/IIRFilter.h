@@ -3,7 +3,8 @@
 
 #include <cstdint>
 
-// Section types for filterPrm_tag::type. Any other value, after a cut to 16 bits, is a one-pole smoothing lowpass.
+// Section types for filterPrm_tag::type, of which the low 16 bits count. Any other value is a one-pole smoothing
+// lowpass.
 enum FilterType : std::int32_t {
   FT_LPF1 = 0,      // first-order lowpass
   FT_HPF1 = 1,      // first-order highpass
@@ -20,13 +21,13 @@ enum FilterType : std::int32_t {
   FT_HSHELF1 = 12,  // first-order high shelf, gain above freq
 };
 
-// What a section is to be. A design writes `freq` and `q` back as it used them.
+// The parameters of a section. A design writes back the `freq` and `q` that it used.
 struct filterPrm_tag {
   std::int32_t type;  // FilterType
-  double freq;        // corner or centre, Hz; 20 when not above 0, at most half the sample rate
-  double freqLow;     // lower band edge, Hz (types 4 and 5), below freqHigh or the section is unstable
+  double freq;        // corner or centre, Hz; 20 if not above 0; limited to half the sample rate
+  double freqLow;     // lower band edge, Hz (types 4 and 5); must be below freqHigh, or the section is unstable
   double freqHigh;    // upper band edge, Hz (types 4 and 5)
-  double q;           // quality factor (types 6 to 10); 1 when not above 0
+  double q;           // quality factor (types 6 to 10); 1 if not above 0
   double gain;        // dB (types 10 to 12)
   double sampleRate;  // Hz
 };
@@ -34,8 +35,8 @@ struct filterPrm_tag {
 // One filter of first or second order: bilinear transform with prewarping, run in transposed direct form II, in double
 // precision, one sample at a time and in place. The building block of the whole signal path.
 //
-// Not locked: design and filtering of one section must not overlap. Nothing allocates. A design costs three tangents;
-// a sample five multiplications and four additions.
+// No lock: do not design and filter one section at the same time. Nothing allocates. A design costs three tangents; a
+// sample costs five multiplications and four additions.
 class IIRFilter {
  public:
   explicit IIRFilter(filterPrm_tag* parameters) noexcept;
@@ -43,30 +44,31 @@ class IIRFilter {
   IIRFilter& operator=(const IIRFilter&) = default;
   virtual ~IIRFilter();
 
-  // Designs the section anew. The history stays unless the type changes.
+  // Designs the section. Keeps the history unless the type changes.
   void FDexcute(filterPrm_tag* parameters) noexcept;
 
-  // What the section makes of one sample, or of `length` in place; in the two-history form alone, which every type of
-  // FilterType has.
+  // Filters one sample (returned), or `length` samples in place. Only for the two-history form, which all types in
+  // FilterType have.
   double step(double x) noexcept { return twoHistories(coef, z1, z2, x); }
   void run(double* samples, int length) noexcept;
 
-  // Filters the sample at `sample`, in either form.
+  // Filters one sample in place, in either form.
   void iirProcessing(double* sample) noexcept { filter(coef, sample); }
 
-  // Designs anew, and glides there over `samples` calls of ipIirProcessing, each coefficient in a straight line. Fewer
-  // than one sample: at once. iirProcessing does not glide, it uses the new design.
+  // Designs the section and glides to the new design over `samples` calls of ipIirProcessing, each coefficient in a
+  // straight line. If `samples` is below 1, the new design applies at once. iirProcessing does not glide; it uses the
+  // new design.
   void ipFDexcute(filterPrm_tag* parameters, int samples) noexcept;
   void ipIirProcessing(double* sample) noexcept;
 
   // Clears the history.
   void refresh() noexcept;
 
-  // Coefficients in the two-history form: the weights c0, c1 of the output in the history updates (the negated
-  // denominator), then the feed-forward weights c2, c3, c4. In the one-pole form c0 weighs the input, c2 the history.
+  // Two-history form: c0 and c1 are the weights of the output in the history updates (the negated denominator), c2, c3
+  // and c4 the feed-forward weights. One-pole form: c0 is the weight of the input, c2 that of the history.
   double coef[5];
-  double startCoef[5] = {};  // of a glide
-  double deltaCoef[5] = {};  // of a glide, per sample
+  double startCoef[5] = {};  // at the start of a glide
+  double deltaCoef[5] = {};  // change per sample of a glide
   double z1 = 0.0;
   double z2 = 0.0;
   double pi = 3.141592653589794;  // two units in the last place above the nearest double; the designs rely on it

@@ -6,24 +6,25 @@
 #include <cstring>
 #include <type_traits>
 
-// Two doubles that are worked on at once: the compilers' own vector type, SSE2 on x86, NEON on AArch64, plain scalar
-// code elsewhere, always with the results of scalar arithmetic in the same order.
+// Two doubles processed at once, in the compilers' own vector type: SSE2 on x86, NEON on AArch64, plain scalar code
+// elsewhere. The results are those of scalar arithmetic in the same order.
 using Lanes = double __attribute__((vector_size(2 * sizeof(double))));
 
-// The same for four, which is worth it where the processor has vectors of them (laneCount.h); others work on them by
-// twos. `count` 2 or 4.
+// Four doubles at once. They pay only where the processor has vectors of four (laneCount.h); others process them two at
+// a time. `count`: 2 or 4.
 using FourLanes = double __attribute__((vector_size(4 * sizeof(double))));
 template <int count>
 using LanesOf = std::conditional_t<count == 4, FourLanes, Lanes>;
 
-// Whether the processor has them. Where it has not (32-bit ARM), one double after the other is better.
+// Whether the processor has vectors of doubles. Without them (32-bit ARM), it is better to process one double at a
+// time.
 #if defined(__SSE2__) || defined(__aarch64__) || defined(__wasm_simd128__)
 constexpr bool kHasLanes = true;
 #else
 constexpr bool kHasLanes = false;
 #endif
 
-// Whether it has 32 registers for them, not 16 or fewer.
+// Whether the processor has 32 vector registers, not 16 or fewer.
 #if defined(__aarch64__)
 constexpr bool kManyRegisters = true;
 #else
@@ -32,7 +33,7 @@ constexpr bool kManyRegisters = false;
 
 constexpr Lanes bothLanes(double value) noexcept { return Lanes{value, value}; }
 
-// Puts `value` in one of the lanes. Writes the whole vector: a load of it must not wait for two stores.
+// Sets one lane to `value`. Writes the whole vector, so that a load of it need not wait for two stores.
 template <typename T>
 void setLane(T& lanes, int lane, double value) noexcept {
   T changed = lanes;
@@ -60,24 +61,24 @@ inline Lanes magnitudes(Lanes values) noexcept {
   return reinterpret_cast<Lanes>(reinterpret_cast<Bits>(values) & ~kSignBit);
 }
 
-// Denormal values as zeros of the same sign.
+// Replaces denormal values by zeros of the same sign.
 inline Lanes withoutDenormals(Lanes values) noexcept {
   const Lanes zeros = reinterpret_cast<Lanes>(reinterpret_cast<Bits>(values) & kSignBit);
   return magnitudes(values) < bothLanes(DBL_MIN) ? zeros : values;
 }
 
-// Both for a single value.
+// Both functions for a single value.
 inline double magnitudes(double value) noexcept { return std::fabs(value); }
 inline double withoutDenormals(double value) noexcept {
   return std::fabs(value) < DBL_MIN ? std::copysign(0.0, value) : value;
 }
 
-// One lane of each, named in the order of the arguments.
+// Combine one lane of `a` with one of `b`; the names give the lanes in the order of the arguments.
 inline Lanes lowLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 2); }
 inline Lanes highLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 1, 3); }
 inline Lanes lowHighLanes(Lanes a, Lanes b) noexcept { return __builtin_shufflevector(a, b, 0, 3); }
 
-// Sample number i as a double, or it and the next one.
+// The sample number i as a double, or i and i + 1 as Lanes.
 template <typename T>
 T counted(int i) noexcept {
   if constexpr (std::is_same_v<T, Lanes>) {
@@ -87,7 +88,7 @@ T counted(int i) noexcept {
   }
 }
 
-// A sum of doubles and of the lanes of pairs.
+// Adds up single doubles and the lanes of vectors.
 struct LaneSum {
   Lanes ofPairs = {0.0, 0.0};
   double ofSingles = 0.0;
@@ -97,8 +98,8 @@ struct LaneSum {
   double total() const noexcept { return kHasLanes ? (ofPairs[0] + ofPairs[1]) + ofSingles : ofSingles; }
 };
 
-// Calls step.operator()<T>(i) for the samples from `first` up to `end`: with Lanes for two at a time where the
-// processor has vectors of them, with double for one that is left.
+// Calls step.operator()<T>(i) for the samples from `first` up to `end`. T is Lanes for two samples at a time where the
+// processor has vectors of doubles, and double for the rest.
 template <typename Step>
 [[gnu::always_inline]] inline void forEachLanes(int first, int end, const Step& step) noexcept {
   int i = first;

@@ -10,7 +10,7 @@
 namespace {
 
 constexpr double kFadeSeconds = 0.016;
-constexpr double kMostSamples = 1 << 20;  // no ramp is longer, 16 MiB for both: 65 MHz and more is no sample rate
+constexpr double kMostSamples = 1 << 20;  // longest ramp, 16 MiB for both; reached at 65 MHz, no real sample rate
 
 }  // namespace
 
@@ -22,7 +22,7 @@ SwitchFader* SwitchFader::create(double sampleRate, float onOff) noexcept {
   fader->lengthD = std::clamp(std::floor(kFadeSeconds * sampleRate), 1.0, kMostSamples);
   fader->length = static_cast<std::int32_t>(fader->lengthD);
   fader->lastSwitch = onOff;
-  fader->switchBuf = nullptr;  // as {} does, which clang-tidy 19 does not see
+  fader->switchBuf = nullptr;  // {} has done this, but clang-tidy 19 does not see it
   fader->fadeIn = new (std::nothrow) double[static_cast<std::size_t>(fader->length)];
   fader->fadeOut = new (std::nothrow) double[static_cast<std::size_t>(fader->length)];
   if (fader->fadeIn == nullptr || fader->fadeOut == nullptr) {
@@ -53,7 +53,7 @@ void SwitchFader::run(std::int32_t samples, float onOff, double* gain) noexcept 
   if (!stays(onOff)) state = kFadingOut;
   lastSwitch = onOff;
 
-  // The switch value of a fade-out stands for the setting that is being left.
+  // During a fade-out the switch value is that of the old setting.
   const float leaving = onOff == 1.0F ? 0.0F : 1.0F;
   std::int32_t i = 0;
   while (state != kIdle && i < samples) {

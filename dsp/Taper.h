@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-// Curves for Taper::curve, as a function of x in 0 to 1. Any other code is the straight line.
+// Curves for Taper::curve, as a function of x in 0 to 1. Any other code selects a straight line.
 enum TaperCurve : std::int32_t {
   TAPER_POWER = 0,  // offset + scale * (x - shift) ^ exponent
   TAPER_SQRT2 = 1,  // x ^ sqrt(2)
@@ -23,8 +23,9 @@ struct Taper {
   float exponent;
   std::int32_t numCoefs;
 
-  // The value for `parameter`. Where the settings leave the curve undefined (no coefficients, steepness 0, a root of a
-  // negative number), the lower end of the range. Never allocates; any thread while nobody writes the record.
+  // The value for `parameter`. If the settings leave the curve undefined (no coefficients, steepness 0, a root of a
+  // negative number), returns the lower end of the range. Never allocates. Any thread may call it while no thread
+  // writes the record.
   double evaluate(float parameter) const noexcept;
 
  private:

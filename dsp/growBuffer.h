@@ -6,9 +6,9 @@
 #include <limits>
 #include <new>
 
-// Makes `buffer`, which holds `length` values, hold at least `wanted`; what it held is gone then. It never shrinks.
-// False when storage ran out or no array can be so large (where even the nothrow form of new throws), and what was
-// there stays.
+// Makes `buffer`, which holds `length` values, hold at least `wanted`. If it has to grow, its contents are lost. It
+// never shrinks. Returns false, and leaves the buffer as it was, when memory runs out or when no array can be so large
+// (a size for which even the nothrow form of new throws).
 template <typename T>
 bool growBuffer(T*& buffer, std::int32_t& length, std::int32_t wanted) noexcept {
   if (wanted <= length) return true;

@@ -4,8 +4,8 @@
 #include "dsp/ClipCurve.h"
 #include "dsp/Lanes.h"
 
-// The lowpass of the oversampling, fifth order in transposed direct form II: y = sum b[k] x[n-k] + sum a[k] y[n-k]. The
-// feed-forward weights are symmetric, b5 = b0, b4 = b1, b3 = b2, so three products stand for six. T is double, or Lanes
+// The oversampling lowpass, fifth order in transposed direct form II: y = sum b[k] x[n-k] + sum a[k] y[n-k]. The
+// feed-forward weights are symmetric (b5 = b0, b4 = b1, b3 = b2), so three products are enough. T is double, or Lanes
 // for two signals at once.
 template <typename T>
 struct OversamplingFilter {
@@ -41,7 +41,7 @@ struct OversamplingFilter {
     return y;
   }
 
-  // step(0), without the products that vanish.
+  // step(0) without the products that are zero.
   T stepWithoutInput() noexcept {
     const T y = h0;
     h0 = a1 * y + h1;
@@ -52,7 +52,7 @@ struct OversamplingFilter {
     return y;
   }
 
-  // All five histories, of a filter for one signal.
+  // Load and store all five histories of a filter for one signal.
   void load(const double* h) noexcept {
     h0 = h[0];
     h1 = h[1];
@@ -68,7 +68,7 @@ struct OversamplingFilter {
     h[4] = h4;
   }
 
-  // The histories of one lane, of a filter for two.
+  // Load and store the histories of one lane of a filter for two signals.
   void loadLane(int lane, const double* h) noexcept {
     setLane(h0, lane, h[0]);
     setLane(h1, lane, h[1]);
@@ -88,16 +88,19 @@ struct OversamplingFilter {
 // The saturating stage, at four times the sample rate: the interpolating lowpass, the clip curve, the decimating
 // lowpass.
 //
-// The two lowpasses have the same coefficients and share a vector, the decimating one two samples behind, so that the
-// curve stands beside their recurrences and not in them. Its long way, from the interpolated sample to a place in the
-// table to what stands there, is cut in two: parts that wait for nothing leave the processor free for other work, where
-// the whole way in one step took a fifth longer. enter() and leave() put a lane's history in just before the step of
-// its first sample and take it out just after the step of its last one; lane 0 interpolates, lane 1 decimates.
+// The two lowpasses have the same coefficients and share a vector. The decimating one runs two samples behind, which
+// keeps the curve out of the recurrences. The curve is a long chain of operations: from the interpolated sample to a
+// position in the table, and from there to the table's value. It is cut in two halves that do not wait for each other,
+// so that the processor can do other work at the same time; the whole chain in one step took a fifth longer.
+//
+// enter() loads a lane's history just before the step of its first sample, and leave() stores it just after the step of
+// its last one. Lane 0 interpolates, lane 1 decimates.
 class ClipStage {
  public:
   static constexpr int kDelay = 2;  // steps from the interpolating to the decimating lowpass
 
-  // `a`, `b`: the lowpass. `histories`: five values for each of the two, a sixth that stays 0.
+  // `a`, `b`: the lowpass's coefficients. `histories`: for each of the two lowpasses, five values and a sixth that
+  // stays 0.
   ClipStage(const double (&a)[5], const double (&b)[6], double (&histories)[2][6],
             const ClipCurve<double>& curve) noexcept
       : histories_(&histories), curve_(curve), filter_(a, b) {}
@@ -108,7 +111,7 @@ class ClipStage {
   // The decimated sample of the last step.
   double output() const noexcept { return output_; }
 
-  // One step: takes in one sample of the base rate.
+  // One step, for one sample at the base rate.
   void step(double sample) noexcept {
     lowpass<0>(sample);
     lowpass<1>();
@@ -118,11 +121,11 @@ class ClipStage {
     lowpass<3>();
   }
 
-  // The parts of a step, for a caller that puts other work in between. In this order, but clip<0>() anywhere behind
-  // lowpass<1>(), and clip<1>() anywhere before lowpass<2>().
+  // The parts of a step, for a caller that does other work in between. Call them in the order of step(), except that
+  // clip<0>() may come anywhere after lowpass<1>(), and clip<1>() anywhere before lowpass<2>().
 
-  // Sub-sample k of a step, through both lowpasses. Between two samples stand three zeros; the factor 4 makes up for
-  // them.
+  // Runs sub-sample k of a step through both lowpasses. Three zeros are inserted between two input samples; the factor
+  // 4 makes up for them.
   template <int k>
   void lowpass(double sample = 0.0) noexcept {
     const Lanes in = bothLanes(k == 0 ? sample * 4.0 : 0.0);
@@ -132,7 +135,8 @@ class ClipStage {
     if (k == 0) output_ = y[1];
   }
 
-  // The curve for half a step, two sub-samples: reads at the spots of the last step and finds those for the next.
+  // The curve for two sub-samples, half a step: reads the table at the positions found in the last step and finds the
+  // next ones.
   template <int half>
   void clip() noexcept {
     clipped_[half] = curve_.read(spots_[half]);
@@ -143,7 +147,7 @@ class ClipStage {
   double (*histories_)[2][6];
   ClipCurve<Lanes> curve_;
   OversamplingFilter<Lanes> filter_;
-  Lanes interpolated_[2] = {};  // four sub-samples, in the order of time
+  Lanes interpolated_[2] = {};  // four sub-samples in time order
   ClipCurve<Lanes>::Spot spots_[2] = {};
   Lanes clipped_[2] = {};
   double output_ = 0.0;

@@ -3,23 +3,23 @@
 
 #include "dsp/Lanes.h"
 
-// The largest magnitude of a valid sample. Guitars give less than 1e3; a fault that gives more than this would make the
+// The largest magnitude of a valid sample. Guitars stay below 1e3; a faulty sample beyond this limit would make the
 // effect clip for seconds.
 constexpr double kLargestSample = 1e36;
 
-// Reads samples, and notes whether one is invalid: NaN, or beyond kLargestSample. Denormal samples are read as zeros:
-// they would not reach the output, because they vanish where the interpolated sample is added to the centre of the
+// Reads samples and records whether one is invalid: NaN, or beyond kLargestSample. Denormal samples are read as zeros.
+// They could not reach the output, because they vanish when the interpolated sample is added to the centre of the
 // curve, but arithmetic with them costs some processors a hundred cycles each time.
 class Intake {
  public:
-  // One sample (T double), or two (Lanes).
+  // Reads one sample (T double), or two (Lanes).
   template <typename T>
   [[gnu::always_inline]] T take(const double* in) noexcept {
     const T samples = withoutDenormals(load<T>(in));
     invalid_.add(magnitudes(samples));
     return samples;
   }
-  // `length` samples, to `piece`.
+  // Reads `length` samples into `piece`.
   [[gnu::always_inline]] void take(const double* in, int length, double* piece) noexcept {
     forEachLanes(0, length, [&]<typename T>(int i) { store<T>(piece + i, take<T>(in + i)); });
   }
@@ -28,7 +28,7 @@ class Intake {
   bool good() const noexcept { return !invalid_.any(); }
 
  private:
-  // Notes each magnitude that is not within the limit; NaN is not.
+  // Records each magnitude that is above the limit or NaN.
   class Invalid {
    public:
     void add(Lanes sizes) noexcept { pairs_ |= ~(sizes <= bothLanes(kLargestSample)); }

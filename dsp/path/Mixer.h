@@ -6,7 +6,7 @@
 #include "dsp/Lanes.h"
 #include "dsp/path/VolumeGlide.h"
 
-// What a block's output needs.
+// How a block is mixed.
 enum class Mix {
   rest,   // nothing fades and VOLUME rests: two products a sample
   glide,  // VOLUME glides
@@ -39,13 +39,14 @@ struct Mixer {
     return settle(sum.total(), first, end);
   }
 
-  // Writes sample i; returns its effect signal at its loudness, of which settle() wants the sum.
+  // Writes sample i. Returns its effect signal with VOLUME and the gains applied; settle() takes the sum of these.
   [[gnu::always_inline]] double put(double effect, int i) const noexcept {
     if (mix == Mix::rest) return rest(effect, i);
     return mix == Mix::fade ? fade(effect, i) : glide(effect, i);
   }
 
-  // `sum` over the samples from `first` up to `end`, which are written. False when one was not finite.
+  // `sum`: of the samples from `first` up to `end`, already written. If one was not finite, replaces it by 0 and
+  // returns false.
   [[gnu::always_inline]] bool settle(double sum, int first, int end) const noexcept {
     if (std::isfinite(sum)) [[likely]]
       return true;

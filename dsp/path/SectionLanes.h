@@ -8,18 +8,18 @@
 
 // N filter sections in series, `width` of them to a vector, 2 or 4, each one sample behind the one before.
 //
-// Section s needs, for sample n, what section s - 1 made of it. Within a vector that was made a step earlier, so at
-// step n the first lane works on a sample, the next one on the sample before; the next vector takes over in the same
-// step. For two lanes:
+// Section s needs the output of section s - 1 for the same sample. Within a vector that output comes from the step
+// before, so each lane works one sample behind the lane to its left. The first lane of the next vector takes its input
+// in the same step. For two lanes:
 //
 //   step n    [ s0(n)    s1(n-1) ]  [ s2(n-1)  s3(n-2) ]  [ s4(n-2)  ...
 //   step n+1  [ s0(n+1)  s1(n)   ]  [ s2(n)    s3(n-1) ]  [ s4(n-1)  ...
 //
-// A section's history is put in its lane by enter() just before the step of its first sample, and taken out by leave()
-// just after the step of its last one; what a lane does before and after that goes nowhere.
+// enter() loads a section's history into its lane just before the step of its first sample, and leave() stores it just
+// after the step of its last one. What a lane computes before and after that is discarded.
 //
-// Exact: every section sees the samples, and updates its history, as if the sections ran one after the other. All must
-// be of the two-history form. Cost: 9 vector operations and a shuffle for a vector of sections.
+// Exact: every section sees the samples, and updates its history, as if the sections ran one after the other. All
+// sections must have the two-history form. Cost: 9 vector operations and a shuffle for each vector of sections.
 template <int N, int width = 2>
 class SectionLanes {
  public:
@@ -29,10 +29,12 @@ class SectionLanes {
     }
   }
 
-  // Steps that `section` works behind the first one.
+  // How many steps `section` works behind the first one.
   static constexpr int behind(int section) noexcept { return section - section / width; }
 
-  // Before and after step `n` of a block, for the sections whose first or last sample that is.
+  // Call enter() before step `n` of a block: it loads the histories of the sections whose first sample is due. Call
+  // leave() after the step that is `n` steps after the block's last sample came in: it stores the histories of the
+  // sections that have just finished.
   void enter(int n) noexcept {
     forEachBehind(n, [this](int s) {
       setLane(z1_[s / width], s % width, sections_[s]->z1);
@@ -46,7 +48,7 @@ class SectionLanes {
     });
   }
 
-  // What `section` made of its sample in the last step.
+  // The output of `section` in the last step.
   double output(int section) const noexcept { return y_[section / width][section % width]; }
 
   // One step. `first` and `second` are the samples for the sections 0 and 1.
@@ -55,8 +57,8 @@ class SectionLanes {
     (std::make_integer_sequence<int, kVectors>());
   }
 
-  // One step's share of a vector of sections, for a caller that puts other work in between: all vectors, in their
-  // order. Those that are not there cost nothing. `first` and `second` are for vector 0 alone.
+  // The part of a step for vector `v`, for a caller that does other work in between. Call it for all vectors in order;
+  // a vector that does not exist costs nothing. `first` and `second` are for vector 0 only.
   template <int v>
   void stepVector(double first = 0.0, double second = 0.0) noexcept {
     if constexpr (v < kVectors) {
@@ -80,7 +82,7 @@ class SectionLanes {
 
  private:
   using Vector = LanesOf<width>;
-  static constexpr int kVectors = (N + width - 1) / width;  // the last lanes may idle
+  static constexpr int kVectors = (N + width - 1) / width;  // the last lanes may be unused
 
   // The sections that work `n` steps behind the first one.
   template <typename Function>

@@ -11,17 +11,17 @@
 #include "dsp/path/ToneStage.h"
 #include "dsp/path/VolumeGlide.h"
 
-// Counts the steps of a block, which end behind its last sample: the longest block has 2^31 - 1.
+// Counts the steps of a block. They go on past its last sample, and the longest block has 2^31 - 1 samples.
 using Step = std::int64_t;
 
 // The signal path with all stages in one loop.
 //
-// Every stage stands so many steps behind the input that all stages of a step are nearly independent: the processor
-// works on the filter sections beside the recurrences of the clip stage, which set the pace. The skew opens and closes
-// within the block: the histories come in and go out one stage after another, each just before its first and just after
-// its last sample, so that they hold the truth between blocks.
+// Each stage works a fixed number of steps behind the input, chosen so that all stages of a step are nearly
+// independent. The processor can then work on the filter sections and, at the same time, on the recurrences of the clip
+// stage, which set the pace. The skew opens and closes within the block: each stage loads its histories just before its
+// first sample and stores them just after its last one, so they are complete between blocks.
 //
-// Which sample each stage works on at step n, with two lanes; stages in one row share a vector or stand side by side:
+// The sample that each stage works on at step n, with two lanes. Stages in one row share a vector or run side by side:
 //
 //   fuzzPeak                        n      adjust 0       n - 1
 //   adjust 1                        n - 1
@@ -34,11 +34,11 @@ using Step = std::int64_t;
 //   rev 2                           n - 6  rev 3          n - 7
 //   rev 4                           n - 7  dcBlock        n - 8: the output
 //
-// The tone stage sits between the two lanes of the first vector of `post`: it takes what lowPeak has just made of its
-// sample, and gives fuzzHighpass the result at the next step.
+// The tone stage sits between the two lanes of the first vector of `post`: it takes the sample that lowPeak has just
+// filtered, and passes its result to fuzzHighpass at the next step.
 //
-// Exact: the same double as sample by sample through one stage after the other. Any block from 1 sample up; kDelay
-// extra steps a block. `width`: filter sections to a vector, 2 or 4.
+// Exact: the output is bit-identical to running each sample through one stage after the other. Blocks have any length
+// from 1 sample up; each takes kDelay extra steps. `width`: filter sections to a vector, 2 or 4.
 template <int width>
 class SignalPath {
  private:
@@ -62,8 +62,8 @@ class SignalPath {
         volume_(volume),
         blockLength_(blockLength) {}
 
-  // Runs the steps from `first` up to `end`, of blockLength + kDelay in all. `steps` holds for each the sample that
-  // comes in (anything for the last kDelay) and is given the output for the sample kDelay before.
+  // Runs the steps from `first` up to `end`, of blockLength + kDelay in all. On entry `steps` holds the input sample of
+  // each step (any value for the last kDelay); on return, the output for the sample kDelay steps before.
   void run(double* steps, Step first, Step end) noexcept {
     const ToneCoefficients<double> atRest = toneAtRest_;
     Step n = first;
@@ -75,9 +75,9 @@ class SignalPath {
       }
     };
     runEdge(std::min<Step>(end, kDelay + 1));
-    // In between nothing comes or goes. A copy that nobody else sees stays in registers: the clip stage's, whose
-    // recurrences set the pace. With copies of all, there are too few registers, and these are the first to suffer; for
-    // the tone stage's there is room in 32.
+    // In between no stage begins or ends. A local copy stays in registers, because no other code can see it. The clip
+    // stage gets one, because its recurrences set the pace. With copies of all stages there are too few registers, and
+    // the clip stage's are spilled first. 32 registers leave room for the tone stage, too.
     const Step innerEnd = std::min<Step>(end, blockLength_ - 1);
     if (n < innerEnd) {
       ClipStage clip = clip_;
@@ -100,7 +100,9 @@ class SignalPath {
   }
 
  private:
-  // Before and after step `n` of a block, for the stages whose first or last sample that is.
+  // Call enter() before step `n` of a block: it loads the histories of the stages whose first sample is due. Call
+  // leave() after the step that is `n` steps after the block's last sample came in: it stores the histories of the
+  // stages that have just finished.
   void enter(int n) noexcept {
     pre_.enter(n);
     if (n == kInterpolate) clip_.enter(0);
@@ -121,9 +123,9 @@ class SignalPath {
     return ToneCoefficients<double>::forVolume(toneK_, volume_.at(sample));
   }
 
-  // Each stage works on what the others made of their samples in the last step, `post` also on this step's. The parts
-  // stand in the order in which the processor can begin with them: it looks ahead by less than a step, so what waits
-  // for the recurrences has to stand among what does not.
+  // Each stage works on the outputs that the others produced in the last step; `post` also takes outputs of this step.
+  // The parts are in the order in which the processor can start them. It looks ahead by less than a step, so work that
+  // waits for the recurrences must be mixed with work that does not.
   [[gnu::always_inline]] double step(ClipStage& clip, ToneStage& tone, double sample,
                                      const ToneCoefficients<double>& coefficients) noexcept {
     clip.lowpass<0>(pre_.output(2));
@@ -144,7 +146,7 @@ class SignalPath {
     return post_.output(7);
   }
 
-  // The same with only those stages that have a sample to work on.
+  // The same, but runs only the stages that have a sample to work on.
   double edgeStep(double sample, Step n, const ToneCoefficients<double>& tone) noexcept {
     const Step last = n - (blockLength_ - 1);  // steps since the last sample came in
     if (n >= kInterpolate && last <= kDecimate) clip_.step(pre_.output(2));
@@ -162,7 +164,7 @@ class SignalPath {
   double toneK_;
   ToneCoefficients<double> toneAtRest_;
   ToneStage tone_;
-  PostLanes post_;  // behind lowPeak stands the tone stage
+  PostLanes post_;  // the tone stage comes after lowPeak
   VolumeGlide volume_;
   int blockLength_;
 };

@@ -6,7 +6,7 @@
 
 class IIRFilter;
 
-// The stages of the signal path and how they are joined. They belong to the effect:
+// The stages of the signal path, which belong to the effect, and how they are joined:
 //
 //   pre: fuzzPeak, adjust 0, adjust 1 -> clip stage (4x) -> lowPeak -> tone -> post: fuzzHighpass, rev 0 .. 4, dcBlock
 struct SignalStages {
@@ -21,8 +21,8 @@ struct SignalStages {
   double& toneZ2;
   IIRFilter* post[8];  // lowPeak first
 
-  // The tone stage's coefficients for a block's first sample, and for the whole block while VOLUME rests. Kept, because
-  // they take three divisions.
+  // The tone stage's coefficients for a block's first sample; while VOLUME rests, for the whole block. Kept, because
+  // computing them takes three divisions.
   double toneVolume = 0.0;
   ToneCoefficients<double> tone = ToneCoefficients<double>::forVolume(toneK, toneVolume);
 

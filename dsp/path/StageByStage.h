@@ -7,17 +7,20 @@
 #include "dsp/path/ToneStage.h"
 #include "dsp/path/VolumeGlide.h"
 
-// The signal path as one short loop after another, each over all samples of a piece: the form for processors without
-// vectors of doubles and with few registers (32-bit ARM), where a stage alone fits what a loop of all does not.
+// The signal path as a sequence of short loops, one for each stage, each over all samples of a piece. For processors
+// without vectors of doubles and with few registers (32-bit ARM): there a single stage fits the registers, but a loop
+// of all stages does not.
 //
-// Exact: the same double as sample by sample through one stage after the other. Any block from 1 sample up.
+// Exact: the output is bit-identical to running each sample through one stage after the other. Blocks have any length
+// from 1 sample up.
 class StageByStage {
  public:
-  static constexpr int kPiece = 64;  // samples at most; with the four sub-samples of each 2.5 KiB on the stack
+  static constexpr int kPiece = 64;  // most samples in a piece; with four sub-samples each, 2.5 KiB on the stack
 
   StageByStage(const SignalStages& stages, const VolumeGlide& volume) noexcept : stages_(&stages), volume_(volume) {}
 
-  // Runs the samples from `first` up to `end` of the block, kPiece at most, which stand at `piece` onwards.
+  // Processes the block's samples from `first` up to `end`, at most kPiece of them, in place. `piece` holds these
+  // samples.
   void run(double* piece, int first, int end) noexcept {
     const int length = end - first;
     for (IIRFilter* section : stages_->pre) section->run(piece, length);
@@ -46,7 +49,7 @@ class StageByStage {
     sub = subSamples;
     for (int i = 0; i < length; ++i) {
       piece[i] = filter.step(*sub++) * stages_->clipOutGain;
-      for (int k = 1; k < 4; ++k) filter.step(*sub++);  // for the history alone
+      for (int k = 1; k < 4; ++k) filter.step(*sub++);  // only for the history
     }
     filter.store(stages_->ovsState[1]);
   }

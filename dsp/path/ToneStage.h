@@ -3,8 +3,8 @@
 
 #include "dsp/Lanes.h"
 
-// What VOLUME makes of the tone stage, for one sample (T double) or two (Lanes). `k`: the prewarped centre,
-// tan(pi * 1600 Hz / sample rate). Three divisions.
+// The tone stage's coefficients for a value of VOLUME, for one sample (T double) or two (Lanes). `k`: the prewarped
+// centre, tan(pi * 1600 Hz / sample rate). Costs three divisions.
 template <typename T>
 struct ToneCoefficients {
   T f1, f2, b2, b0, inverse;
@@ -20,7 +20,7 @@ struct ToneCoefficients {
     return {f1, f2, 1.0 + K2 - Kq, 1.0 + K2 + Kq, inverse};
   }
 
-  // Those of one of two samples.
+  // The coefficients of one of two samples.
   ToneCoefficients<double> lane(int index) const noexcept {
     return {f1[index], f2[index], b2[index], b0[index], inverse[index]};
   }
@@ -32,7 +32,7 @@ class ToneStage {
  public:
   ToneStage(double& z1, double& z2) noexcept : z1_(&z1), z2_(&z2) {}
 
-  // As in SectionLanes: histories in before the first sample, out after the last.
+  // As in SectionLanes: enter() loads the histories before the first sample, leave() stores them after the last.
   void enter() noexcept {
     w1_ = *z1_;
     w2_ = *z2_;

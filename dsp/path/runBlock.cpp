@@ -10,11 +10,11 @@
 
 namespace {
 
-constexpr int kPiece = 256;  // samples worked on at once, on the stack
+constexpr int kPiece = 256;  // samples processed at a time, on the stack
 
-// From this many samples up the forms for long blocks are used. Chosen by counted instructions, so that no length takes
-// more of them than one sample through one section at a time would; by time they already pay from 8 on x86 with clang++
-// (bench/README.md).
+// From this many samples up, the forms for long blocks are used. The limits come from counted instructions: no block
+// length takes more of them than one sample at a time through one section at a time. By time, the long forms already
+// pay from 8 samples up on x86 with clang++ (bench/README.md).
 #if defined(__aarch64__) || defined(__i386__) || defined(__arm__)
 constexpr int kLongBlock = 16;
 #elif defined(__x86_64__) && defined(__clang__)
@@ -23,14 +23,15 @@ constexpr int kLongBlock = 12;
 constexpr int kLongBlock = 8;
 #endif
 
-// The tone stage for sample i of a gliding block. noinline: else a block at rest would load all its constants.
+// The tone stage for sample i of a gliding block. noinline: otherwise a block at rest would load all its constants,
+// too.
 [[gnu::noinline]] ToneCoefficients<double> glidingTone(const SignalStages& stages, const VolumeGlide& volume,
                                                        int i) noexcept {
   return ToneCoefficients<double>::forVolume(stages.toneK, volume.at<double>(i));
 }
 
 // For fewer than kLongBlock samples. A sample stays in registers from end to end: each operation waits for the one
-// before, so a store and a load in between made a block of one sample 5 % slower.
+// before, and a store and a load in between made a block of one sample 5 % slower.
 bool runShort(const SignalStages& stages, const Mixer& mixer, int length) noexcept {
   const VolumeGlide& volume = mixer.volume;
   const ToneCoefficients<double>* coefficients = &stages.tone;
@@ -48,13 +49,13 @@ bool runShort(const SignalStages& stages, const Mixer& mixer, int length) noexce
   return mixer.settle(sum, 0, length) && intake.good();
 }
 
-// The path's steps from `first` up to `end`.
+// Runs the path's steps from `first` up to `end`.
 void run(SignalPath<2>& path, double* steps, Step first, Step end) noexcept { path.run(steps, first, end); }
 
-// Four lanes, with g++ alone. Flattened, so that all that it calls becomes part of it and is compiled for AVX2: no
-// function compiled for AVX2 can then be linked in place of one that other processors run. With clang++ four lanes took
-// 0.93 to 0.96 of the time of two, in long blocks only, and are left out.
-// On Windows g++ does not align the stack for vectors of four doubles.
+// Four lanes, with g++ only. gnu::flatten inlines everything that this function calls, so that all of it is compiled
+// for AVX2 here and the linker cannot use a function compiled for AVX2 on other processors. With clang++ four lanes
+// took 0.93 to 0.96 of the time of two, and only in long blocks, so they are left out. On Windows g++ does not align
+// the stack for vectors of four doubles.
 #if defined(__x86_64__) && !defined(__clang__) && !defined(_WIN32)
 #define BRUMBLER_FOUR_LANES
 [[gnu::target("avx2"), gnu::flatten, gnu::noinline]] void run(SignalPath<4>& path, double* steps, Step first,
@@ -63,8 +64,8 @@ void run(SignalPath<2>& path, double* steps, Step first, Step end) noexcept { pa
 }
 #endif
 
-// For any length, faster from kLongBlock samples up. The outputs come kDelay steps after the inputs, so kDelay more
-// steps follow the last input.
+// For any length; faster from kLongBlock samples up. An output comes kDelay steps after its input, so kDelay more steps
+// follow the last input.
 //
 // noinline, as is the next form: inlined into runBlock(), they would make the short-block path spill its registers.
 template <int width>

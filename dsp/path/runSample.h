@@ -6,15 +6,16 @@
 #include "dsp/path/SignalStages.h"
 #include "dsp/path/ToneStage.h"
 
-// One sample through one stage after the other: nothing to open or close. Not inlined: what a loop around it would keep
-// in registers has to be loaded and stored all the same for one or two samples, and made them an eighth slower.
+// Runs one sample through one stage after the other, with no skew to open or close. noinline: for one or two samples,
+// values that an inlining loop keeps in registers have to be loaded and stored anyway, and inlining made such blocks an
+// eighth slower.
 [[gnu::noinline]] inline double runSample(const SignalStages& stages, const ToneCoefficients<double>& coefficients,
                                           double x) noexcept {
   for (IIRFilter* section : stages.pre) x = section->step(x);
 
-  // All that follows waits for the first sub-sample; the others leave the decimator's history alone behind. They stand
-  // in front of what waits, so that the processor has them done meanwhile: behind it they made a block of one an eighth
-  // slower.
+  // Everything that follows waits for the first sub-sample only; the others only update the histories. They stand
+  // before the code that waits, so that the processor runs them meanwhile. After it, they made a block of one sample an
+  // eighth slower.
   OversamplingFilter<double> interpolator(stages.ovsA, stages.ovsB);
   OversamplingFilter<double> decimator(stages.ovsA, stages.ovsB);
   interpolator.load(stages.ovsState[0]);
