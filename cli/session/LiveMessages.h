@@ -12,6 +12,7 @@
 class LiveMessages {
  public:
   static constexpr auto kShownFor = std::chrono::seconds(6);
+  static constexpr auto kBetweenLines = std::chrono::seconds(1);  // about one and the same trouble
 
   // While on, messages are kept for the screen and not printed.
   void showOnScreen(bool on) noexcept { onScreen_ = on; }

@@ -17,7 +17,6 @@ namespace {
 
 constexpr auto kTick = std::chrono::milliseconds(40);
 constexpr auto kBetweenJoins = std::chrono::milliseconds(500);
-constexpr auto kBetweenLines = std::chrono::seconds(1);
 constexpr auto kBetweenTunerLines = std::chrono::milliseconds(500);
 constexpr auto kLongestFade = std::chrono::milliseconds(500);  // with the longest of periods
 
@@ -178,7 +177,7 @@ void LiveSession::obeyKey(int key) {
 void LiveSession::tellLatePeriods() {
   if (screen_ != nullptr) return;
   const int late = jack_.latePeriods();
-  if (late == lateTold_ || Clock::now() - lateTime_ < kBetweenLines) return;
+  if (late == lateTold_ || Clock::now() - lateTime_ < LiveMessages::kBetweenLines) return;
   lateTime_ = Clock::now();
   const int more = late - std::exchange(lateTold_, late);
   messages_.say(std::to_string(more) + (more == 1 ? " period late, " : " periods late, ") + std::to_string(late) +

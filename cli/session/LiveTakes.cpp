@@ -12,7 +12,6 @@
 namespace {
 
 namespace fs = std::filesystem;
-constexpr auto kBetweenLines = std::chrono::seconds(1);
 constexpr auto kBetweenTries = std::chrono::seconds(2);  // to write again
 
 // take.wav, then take-2.wav and so on.
@@ -115,7 +114,7 @@ void LiveTakes::check() {
     }
     isOldRate = isOldRate || take.recorder->rate() != player_.rate();
     const std::int64_t lost = take.recorder->lostFrames();
-    if (lost > take.lostTold && now - take.lostTime >= kBetweenLines) {
+    if (lost > take.lostTold && now - take.lostTime >= LiveMessages::kBetweenLines) {
       take.lostTime = now;
       messages_.say(take.recorder->file().path() + ": the disk is too slow; the file has " +
                     secondsText(lost - take.lostTold, take.recorder->rate()) + " of silence that you did not hear");
