@@ -8,7 +8,8 @@
 
 namespace {
 
-// Copies `source` into the first `size` bytes of the host's buffer, zeros behind it, and a terminating zero after them.
+// Copies `source` to the host's buffer, fills its first `size` bytes up with zeros, and writes a terminating zero after
+// them.
 bool copyText(char* text, const char* source, std::size_t size) noexcept {
   if (text == nullptr) return false;
   std::strncpy(text, source, size);

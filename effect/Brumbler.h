@@ -13,28 +13,28 @@ struct Taper;
 
 // The fuzz effect: one channel of doubles in, one out, three parameters in sixteen programs.
 //
-// Threads: `lock` is held by processDoubleReplacing for its block and by everything that changes what a block reads
-// (setParameter, setProgram, setSampleRate, setBlockSize), so that changes land between blocks and a call from another
-// thread waits for the block. Texts, names, properties, getParameter, getSampleRate and getBlockSize take no lock and
-// may be called at any time; a name that one thread sets while another reads it may be seen half old and half new,
-// always terminated. Effects share the curve alone, which set-ups of several effects build in turn. Set-ups of one
-// effect at the same time leave it set up for the rate of one of them.
+// Threads: processDoubleReplacing holds `lock` for its block, and so does everything that changes what a block reads
+// (setParameter, setProgram, setSampleRate, setBlockSize). Changes therefore land between blocks, and a call from
+// another thread waits for the block. Texts, names, properties, getParameter, getSampleRate and getBlockSize take no
+// lock and may be called at any time. If one thread sets a name while another reads it, the reader may get a mixture of
+// both, but always a terminated text. Effects share only the curve, which set-ups of several effects build in turn.
+// Overlapping set-ups of one effect leave it set up for the rate of one of them.
 //
-// Calls into the host: setSampleRate asks for the rate, setParameterAutomated tells of the change, and the host
-// services of the base classes do what they say; nothing else reaches the host. They call it on their caller's thread
-// and hold no lock meanwhile, so a host may answer under a lock of its own.
+// Calls into the host: setSampleRate asks for the rate, setParameterAutomated reports the change, and the host services
+// of the base classes do what they say; nothing else calls the host. These calls run on the caller's thread and hold no
+// lock, so a host may answer under a lock of its own.
 //
 // A host must not overlap close with any other call for the same effect, and must call what describes the effect (the
-// record's fields, the flag and channel setters, setEditor) from one thread at a time. Input and output of a block are
-// one array or two that do not overlap.
+// record's fields, the flag and channel setters, setEditor) from one thread at a time. A block's input and output are
+// the same array, or two that do not overlap.
 //
 // Bad input: if a block contains a NaN, an infinity or a sample beyond 1e36, its output is unspecified but finite, and
-// the next block starts from silent histories. VOLUME plays as -0.8 to 10 and FUZZ as -1.7 to 1.7 at most; NaN plays as
+// the next block starts from silent histories. VOLUME plays limited to -0.8 to 10 and FUZZ to -1.7 to 1.7; NaN plays as
 // 0.
 //
-// Storage: everything is allocated by construction, setSampleRate and setBlockSize. A block no longer than the
-// announced length allocates nothing; a longer one grows the work buffers once. When storage runs out the effect passes
-// its input through until the next setSampleRate (or shorter block) succeeds.
+// Storage: construction, setSampleRate and setBlockSize allocate everything. A block no longer than the announced
+// length allocates nothing; a longer one grows the work buffers once. When memory runs out, the effect passes its input
+// through until the next setSampleRate (or a shorter block) succeeds.
 class Brumbler : public Q_TypeBase {
  public:
   static constexpr int32 kNumPrograms = 16;
@@ -46,7 +46,7 @@ class Brumbler : public Q_TypeBase {
   ~Brumbler() override;
 
   void resume() override;
-  void setSampleRate(float sampleRate) override;  // builds the processing for the rate that the host answers
+  void setSampleRate(float sampleRate) override;  // builds the processing for the rate that the host reports
   void setBlockSize(int32 blockSize) override;
   void processReplacing(float** inputs, float** outputs, int32 sampleFrames) override;  // does nothing
   void processDoubleReplacing(double** inputs, double** outputs, int32 sampleFrames) override;
@@ -110,9 +110,9 @@ class Brumbler : public Q_TypeBase {
   void releaseProcessing() noexcept;
   bool growWorkBuffers(int32 samples) noexcept;
 
-  static RecursiveMutex clipLock;  // of `clip` and `clipSampleRate`
+  static RecursiveMutex clipLock;  // guards `clip` and `clipSampleRate`
 
-  // The order of the fields is documented; they hold the truth between blocks.
+  // The order of the fields is documented. Between blocks they are up to date.
   BrumblerProgram* programs = nullptr;  // numPrograms of them
   RecursiveMutex lock;
   int32 sampleRateInt = 44100;  // Hz
@@ -145,10 +145,10 @@ class Brumbler : public Q_TypeBase {
   double clipThrPos = 0.0;
   double clipDrive = 0.0;
   double clipThrNeg = 0.0;
-  int32 workBufLen = 0;  // samples that gainBuffer holds, and the switch buffer at least
+  int32 workBufLen = 0;  // samples that gainBuffer holds; the switch buffer holds at least as many
 
-  std::optional<SignalStages> stages;         // all of the above for the signal path, once set up
-  static constexpr int32 kLookInterval = 64;  // samples, at least, between two looks at the histories
+  std::optional<SignalStages> stages;         // the fields above that the signal path uses, once set up
+  static constexpr int32 kLookInterval = 64;  // samples, at least, between two checks of the histories
   int32 samplesToLook = kLookInterval;
 
   friend struct FieldOffsets;

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Holds the compiler to the layouts of the binary interface. A host compiled elsewhere reads these offsets.
+// Checks at compile time that the layouts are those of the binary interface. A host compiled elsewhere reads these
+// offsets.
 #include <cstddef>
 #include <initializer_list>
 
@@ -12,7 +13,7 @@
 #include "host/Q_TypeIF.h"
 #include "host/VstRecords.h"
 
-#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // the classes have virtual tables; both compilers lay them out so
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"  // both compilers allow it for classes with virtual tables
 
 namespace {
 
@@ -24,7 +25,7 @@ struct DoubleInRecord {
 };
 constexpr bool kDoublesTo4 = offsetof(DoubleInRecord, value) == 4;  // 32-bit x86 alone
 
-// The number for this target. 32-bit targets differ only where a record holds doubles.
+// Picks the number for this target. 32-bit targets differ only where a record holds doubles.
 consteval std::size_t at(std::size_t on32Bits, std::size_t on64Bits) { return k64Bits ? on64Bits : on32Bits; }
 consteval std::size_t at(std::size_t onI386, std::size_t on32Bits, std::size_t on64Bits) {
   return kDoublesTo4 ? onI386 : at(on32Bits, on64Bits);
@@ -155,7 +156,7 @@ static_assert(sizeof(BrumblerProgram) == at(40, 48));
 
 // The classes; their fields are not public.
 struct FieldOffsets {
-  // What an entry function hands over, the base of the effect, and the host extension.
+  // What an entry function returns, the base of the effect, and the host extension.
   static_assert(offsetof(Q_TypeIF, aeffect) == at(4, 8));
   static_assert(sizeof(Q_TypeIF) == at(8, 16));
   static_assert(offsetof(AudioEffect, audioMaster) == at(4, 8));
@@ -170,7 +171,8 @@ struct FieldOffsets {
   static_assert(offsetof(Q_TypeBase, headerVersion) == at(176, 240));
   static_assert(sizeof(Q_TypeBase) == at(180, 248));
 
-  // The effect. Its first field follows the base's last; where the others lie depends on the size of a mutex.
+  // The effect. Its first field follows the base's last. The offsets of the others depend on the size of a mutex, so
+  // only their order is checked.
   static_assert(offsetof(Brumbler, programs) == at(180, 248));
   static_assert(
       ascending({offsetof(Brumbler, programs),      offsetof(Brumbler, lock),        offsetof(Brumbler, sampleRateInt),

@@ -7,11 +7,11 @@
 #include <pthread.h>
 #endif
 
-// A mutex that the thread which holds it may take again, and that inherits priority: while a thread waits for it, the
-// one that holds it runs with the waiting thread's priority, so that a low-priority thread in setParameter() cannot
-// hold up the audio thread (bench/priority.cpp). Where the system has no priority inheritance, a mutex without.
+// A recursive mutex with priority inheritance. The thread that holds it may lock it again. While another thread waits
+// for it, the holder runs with that thread's priority, so that a low-priority thread in setParameter() cannot hold up
+// the audio thread (bench/priority.cpp). Where the system has no priority inheritance, the mutex works without it.
 //
-// Unlike std::recursive_mutex it throws nothing and brings no part of the C++ runtime's threading into the module.
+// Unlike std::recursive_mutex it never throws, and it brings no part of the C++ runtime's threading into the module.
 // Where there are no threads it does nothing. Construction allocates nothing.
 class RecursiveMutex {
  public:
@@ -36,7 +36,7 @@ class RecursiveMutex {
   void unlock() noexcept { pthread_mutex_unlock(&mutex_); }
 
  private:
-  // False if the system cannot; the mutex is then as it was.
+  // False if the system does not support this; the mutex is then unchanged.
   bool initialise(bool inheritsPriority) noexcept {
     pthread_mutexattr_t attributes;
     if (pthread_mutexattr_init(&attributes) != 0) return false;
@@ -47,7 +47,7 @@ class RecursiveMutex {
     return done;
   }
 
-#ifdef PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP  // usable as it is where the attributes cannot be had
+#ifdef PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP  // usable even if the attributes cannot be set
   pthread_mutex_t mutex_ = PTHREAD_RECURSIVE_MUTEX_INITIALIZER_NP;
 #else
   pthread_mutex_t mutex_;
@@ -58,7 +58,7 @@ class RecursiveMutex {
 static_assert(sizeof(RecursiveMutex) == sizeof(pthread_mutex_t));  // the effect's documented fields lie around it
 #endif
 
-// Holds the mutex while it lives.
+// Holds the mutex for its own lifetime.
 class RecursiveMutex::Guard {
  public:
   explicit Guard(RecursiveMutex& mutex) noexcept : mutex_(mutex) { mutex_.lock(); }

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What a host asks about the parameters.
+// What a host can ask about the parameters.
 #include <cstring>
 
 #include "effect/Brumbler.h"

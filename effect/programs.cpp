@@ -11,8 +11,8 @@ namespace {
 
 using Name = char[BrumblerProgram::kNameSize];
 
-// Names are set and read without a lock, character by character. The last byte of a stored name is never written, so
-// every reader finds an end.
+// Names are set and read without a lock, character by character. The last byte of a stored name is never written, so a
+// reader always finds the end of the text.
 void readName(const Name& stored, Name& name) noexcept {
   for (int i = 0; i < BrumblerProgram::kNameSize; ++i) name[i] = loadShared(stored[i]);
 }

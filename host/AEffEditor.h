@@ -3,8 +3,8 @@
 
 #include "host/VstRecords.h"
 
-// An effect's own window, as the dispatchers call it. This effect has none; an editor that is added derives from this.
-// The host's user-interface thread calls.
+// An effect's own window, as the dispatchers call it. This effect has none; an editor would derive from this class. The
+// host calls on its user-interface thread.
 class AEffEditor {
  public:
   virtual ~AEffEditor() = default;

@@ -38,7 +38,7 @@ enum EffectFlag : int32 {
   flagCanDoubleReplacing = 0x1000,
 };
 
-// Builds the integer that shows `text` when it is read with its most significant byte first.
+// The integer that spells `text` when it is read with its most significant byte first.
 constexpr int32 fourCharacterCode(const char (&text)[5]) noexcept {
   std::uint32_t code = 0;
   for (int i = 0; i < 4; ++i) code = (code << 8) | static_cast<unsigned char>(text[i]);
@@ -63,7 +63,7 @@ struct AEffect {
   int32 offQualities;   // deprecated
   float ioRatio;        // deprecated
   void* object;         // the AudioEffect that this record is part of
-  void* user;           // the host's own
+  void* user;           // for the host's own use
   int32 uniqueID;
   int32 version;
   AEffectProcess processReplacing;              // audio thread

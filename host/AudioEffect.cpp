@@ -12,7 +12,7 @@ namespace {
 
 AudioEffect* effectOf(AEffect* e) noexcept { return e != nullptr ? static_cast<AudioEffect*>(e->object) : nullptr; }
 
-// A program index from the host; one that no int32 holds becomes the lowest, which no effect has.
+// A program index from the host. One that is too low for an int32 becomes the lowest int32, which is no program either.
 int32 programIndex(intptr value) noexcept {
   return static_cast<int32>(std::max<intptr>(value, std::numeric_limits<int32>::min()));
 }
@@ -45,7 +45,7 @@ AudioEffect::AudioEffect(audioMasterCallback master, int32 programs, int32 param
 
 AudioEffect::~AudioEffect() { delete editor; }
 
-// One line an opcode.
+// One line per opcode.
 // clang-format off
 intptr AudioEffect::dispatcher(int32 opcode, int32 index, intptr value, void* ptr, float opt) {
   switch (static_cast<Op>(opcode)) {

@@ -9,10 +9,10 @@
 // the host callback. Fields and virtual operations stand in the order of the binary interface; the numbers beside the
 // groups are slots of the virtual table.
 //
-// Threads: no lock here. An operation runs on the thread that the host calls from; each group says which. A host must
-// not overlap close with any other call for the same effect.
+// Threads: there is no lock here. An operation runs on the thread from which the host calls; each group says which. A
+// host must not overlap close with any other call for the same effect.
 //
-// Bad input: a null text or record is left alone, never followed.
+// Bad input: a null text or record is ignored, never dereferenced.
 class AudioEffect {
  public:
   // `audioMaster` may be null: host services then give the neutral answers stated beside them.
@@ -51,7 +51,7 @@ class AudioEffect {
   virtual int32 getChunk(void** data, bool isPreset);
   virtual int32 setChunk(void* data, int32 byteSize, bool isPreset);
 
-  // 23-29: what the record tells the host, during construction.
+  // 23-29: set what the record tells the host, during construction.
   virtual void setUniqueID(int32 id);
   virtual void setNumInputs(int32 inputs);
   virtual void setNumOutputs(int32 outputs);
@@ -73,9 +73,9 @@ class AudioEffect {
   virtual bool isInputConnected(int32 input);  // true without a host
   virtual bool isOutputConnected(int32 output);
 
-  // 39-43: numbers as text, any thread. At most `maxLen` characters and a terminating zero, and a zero at text[maxLen]
-  // in any case; a null text or a negative `maxLen` writes nothing. "Huge!" stands for what does not fit, and
-  // not-a-number reads as 0, except where a line says otherwise.
+  // 39-43: numbers as text, any thread. They write at most `maxLen` characters and a terminating zero, and always a
+  // zero at text[maxLen]. A null text or a negative `maxLen` writes nothing. Except where a line says otherwise, a
+  // value that does not fit gives "Huge!", and NaN reads as 0.
   virtual void dB2string(float value, char* text, int32 maxLen);     // linear gain as decibels; "-Inf" unless above 0
   virtual void Hz2string(float samples, char* text, int32 maxLen);   // period in samples as a frequency; 0 for 0
   virtual void ms2string(float samples, char* text, int32 maxLen);   // length in samples as milliseconds
@@ -91,7 +91,7 @@ class AudioEffect {
   virtual void __setRealtimeQualitiesDeprecated(int32 qualities);
   virtual void __setOfflineQualitiesDeprecated(int32 qualities);
 
-  // Attaches an editor, which the effect then owns, or detaches it (null). The caller owns a detached editor again.
+  // Attaches an editor, which the effect then owns, or none (null). The caller owns the previous editor again.
   void setEditor(AEffEditor* newEditor);
 
   // The entries that the record holds. Each finds the effect through the record; a record without one is ignored.

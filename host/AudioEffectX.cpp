@@ -15,7 +15,8 @@ T* asPointer(intptr value) noexcept {
   return reinterpret_cast<T*>(value);  // NOLINT(performance-no-int-to-ptr): the interface hands pointers over so
 }
 
-// The key stroke that opcodes 59 and 60 carry in their arguments. A modifier float that no int32 holds reads as 0.
+// The key stroke that opcodes 59 and 60 carry in their arguments. A modifier value outside the range of int32 reads as
+// 0.
 VstKeyCode keyFrom(int32 index, intptr value, float opt) noexcept {
   const bool fits = opt > -2147483648.0F && opt < 2147483648.0F;
   const int32 modifiers = fits ? static_cast<int32>(opt) : 0;
@@ -27,7 +28,7 @@ VstKeyCode keyFrom(int32 index, intptr value, float opt) noexcept {
 AudioEffectX::AudioEffectX(audioMasterCallback master, int32 programs, int32 params)
     : AudioEffect(master, programs, params) {}
 
-// One line an opcode, then one an operation or a host service.
+// One line per opcode, then one per operation or host service.
 // clang-format off
 intptr AudioEffectX::dispatcher(int32 opcode, int32 index, intptr value, void* ptr, float opt) {
   const auto small = static_cast<int32>(value);

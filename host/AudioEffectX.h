@@ -7,7 +7,7 @@
 // The extended half of the interface: neutral answers to the opcodes 25 to 79, wrappers of the extended host services,
 // and the speaker records. An effect overrides what it supports. Continues the virtual table of AudioEffect; the
 // numbers beside the groups are slots. "host n" is the HostOpcode that a wrapper sends; without a host it answers 0,
-// false or null. Names with Deprecated behind them stay because their slots do.
+// false or null. Operations whose names end in Deprecated remain because the table keeps their slots.
 class AudioEffectX : public AudioEffect {
  public:
   AudioEffectX(audioMasterCallback audioMaster, int32 numPrograms, int32 numParams);
@@ -58,7 +58,7 @@ class AudioEffectX : public AudioEffect {
   virtual bool getHostProductString(char* text);                                               // host 33
   virtual int32 getHostVendorVersion();                                                        // host 34
   virtual intptr hostVendorSpecific(int32 lArg1, intptr lArg2, void* ptrArg, float floatArg);  // host 35
-  virtual bool canHostDo(char* text);  // host 37; any answer but 0 is yes
+  virtual bool canHostDo(char* text);  // host 37; any answer but 0 means yes
   virtual int32 getHostLanguage();     // host 38
   virtual void isSynth(bool state);
   virtual void noTail(bool state);
@@ -87,16 +87,16 @@ class AudioEffectX : public AudioEffect {
   virtual bool closeFileSelector(VstFileSelect* select);  // host 46
   virtual int32 getNextShellPlugin(char* name);
 
-  // 111-114: speaker records. Whoever holds the pointer that allocateArrangement or matchArrangement stored owns the
-  // block and gives it back through deallocateArrangement. Null arguments answer false;
-  // deallocateArrangement is always true.
+  // 111-114: speaker records. The caller owns the block whose address allocateArrangement or matchArrangement stored,
+  // and frees it with deallocateArrangement. Null arguments give false, except that deallocateArrangement is always
+  // true.
   //
   // allocateArrangement frees what `*arrangement` held and stores a zeroed record for `nbChannels` speakers. False, and
   // `*arrangement` is null, when storage ran out or `nbChannels` is negative.
   virtual bool allocateArrangement(VstSpeakerArrangement** arrangement, int32 nbChannels);
   virtual bool deallocateArrangement(VstSpeakerArrangement** arrangement);
   virtual bool copySpeaker(VstSpeakerProperties* to, VstSpeakerProperties* from);  // names are cut to 63 characters
-  // Makes `*to` a new deep copy of `from`; what `*to` held is freed. `from` may be `*to`, which then stays as it is.
+  // Makes `*to` a new deep copy of `from` and frees what `*to` held. If `from` is `*to`, nothing changes.
   virtual bool matchArrangement(VstSpeakerArrangement** to, VstSpeakerArrangement* from);
 
   // 115-124: offline processing.

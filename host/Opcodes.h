@@ -3,7 +3,7 @@
 
 #include "host/AEffect.h"
 
-// What a host asks of an effect through AEffect::dispatcher. Numbers that are missing are answered with 0.
+// What a host asks of an effect through AEffect::dispatcher. The answer to numbers that are missing here is 0.
 enum class EffectOpcode : int32 {
   open = 0,
   close = 1,

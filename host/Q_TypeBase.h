@@ -3,11 +3,11 @@
 
 #include "host/AudioEffectX.h"
 
-class Q_VstListner;  // the host's own; never called or stored here
+class Q_VstListner;  // belongs to the host; never called or stored here
 
-// The host extension: through these slots a host learns the effect's jacks and signals and the text of any parameter
-// value. A jack is a socket of the device, a signal one channel in it. Continues the virtual table of AudioEffectX;
-// any thread may call.
+// The host extension: through these slots a host learns the effect's jacks and signals, and the text for any parameter
+// value. A jack is a socket of the device; a signal is one channel of a jack. Continues the virtual table of
+// AudioEffectX; any thread may call.
 class Q_TypeBase : public AudioEffectX {
  public:
   Q_TypeBase(audioMasterCallback audioMaster, int32 numPrograms, int32 numParams);

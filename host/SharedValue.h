@@ -3,9 +3,9 @@
 
 #include <type_traits>
 
-// Reads and writes of a plain field that one thread stores while another reads it without a lock: whole, unordered.
-// Used where the interface fixes the field's type and place, so that std::atomic cannot stand there. The compilers'
-// own operations in the place of std::atomic_ref, which not every standard library has.
+// Read and write a plain field that one thread stores while another reads it without a lock. The accesses are atomic
+// and unordered. For fields whose type and place the interface fixes, so that std::atomic is not possible. Uses the
+// compilers' own operations instead of std::atomic_ref, which not every standard library has.
 
 template <typename T>
 T loadShared(const T& value) noexcept {

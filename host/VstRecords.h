@@ -35,8 +35,8 @@ enum PlugCategory : int32 {
   categorySynth = 2,
 };
 
-// What a host learns of a parameter: the interface's own 152 bytes and the two that the host extension adds, 154 in
-// all. Packed to two bytes, or the compiler would round the size up.
+// The properties of a parameter: the interface's own 152 bytes and two that the host extension adds, 154 in all. Packed
+// to two bytes, because the compiler would otherwise round the size up.
 struct [[gnu::packed, gnu::aligned(2)]] VstParameterProperties {
   float stepFloat;
   float smallStepFloat;
@@ -76,7 +76,7 @@ struct VstSpeakerProperties {
   char future[28];
 };
 
-// A channel layout: 8 bytes and `numChannels` speakers behind them, one block.
+// A channel layout in one block: 8 bytes, followed by `numChannels` speakers.
 struct VstSpeakerArrangement {
   int32 type;
   int32 numChannels;

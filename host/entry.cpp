@@ -9,7 +9,8 @@
 
 namespace {
 
-// One Brumbler for the host behind `audioMaster`, null when storage for it ran out. What its constructor throws passes.
+// A new Brumbler for the host behind `audioMaster`; null when out of memory. Exceptions of its constructor pass
+// through.
 AudioEffect* createPluginFilter(audioMasterCallback audioMaster) { return new (std::nothrow) Brumbler(audioMaster); }
 
 // The record of a new effect, or null.

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Only in a module that brings its own C++ runtime: what that runtime needs at load and at unload.
+// Only for a module that brings its own C++ runtime: what that runtime needs when the module is loaded and unloaded.
 #include <unwind.h>
 
 namespace __gnu_cxx {
@@ -8,15 +8,16 @@ void __freeres();  // of the GNU runtime, which declares it in no header
 
 namespace {
 
-// What a host throws from its callback is unwound by the host's unwinder, which asks the module's own, linked in, about
-// the module's frames. That one learns the processor's registers only when it unwinds by itself for the first time, and
-// ends the process when it is asked before. So it takes one step here.
+// When a host throws from its callback, the host's unwinder asks the module's own, linked in, about the module's
+// frames. The module's unwinder learns the processor's registers only when it unwinds for the first time itself; if it
+// is asked before, it ends the process. So it takes one step here.
 [[gnu::constructor]] void prepareUnwinder() {
   _Unwind_Backtrace([](_Unwind_Context*, void*) { return _URC_END_OF_STACK; }, nullptr);
 }
 
-// The runtime takes 71 KiB at load, for exceptions thrown when storage has run out, and leaves them allocated: a host
-// that loads and unloads the module would lose them each time. The loader calls this when it unloads the module.
+// At load the runtime allocates 71 KiB for exceptions thrown when memory has run out, and does not free it: a host that
+// loads and unloads the module would leak that much each time. The loader calls this function when it unloads the
+// module.
 [[gnu::destructor]] void releaseRuntime() { __gnu_cxx::__freeres(); }
 
 }  // namespace

@@ -10,7 +10,8 @@ namespace {
 
 void release(VstSpeakerArrangement* arrangement) noexcept { delete[] reinterpret_cast<char*>(arrangement); }
 
-// One zeroed block for `channels` speakers; null when storage ran out, no size_t holds its size or it is negative.
+// One zeroed block for `channels` speakers. Null when out of memory, when its size does not fit, or when `channels` is
+// negative.
 char* newBlock(int32 channels) noexcept {
   const auto count = static_cast<std::size_t>(channels);
   constexpr std::size_t kMost =

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
-// Only in a module that brings its own C++ runtime: binds what the module needs of the GNU C library to the oldest
-// version of each function instead of the newest, so that a module built here also loads on older systems. Each
-// function comes in by the linker's --wrap (SYMBOL_VERSIONS in CMakeLists.txt): its callers call __wrap_NAME.
+// Only for a module that brings its own C++ runtime. Binds the functions that the module needs from the GNU C library
+// to their oldest versions instead of the newest, so that a module built here also loads on older systems. Each
+// function is wrapped with the linker's --wrap (SYMBOL_VERSIONS in CMakeLists.txt): its callers call __wrap_NAME.
 #include <dlfcn.h>
 #include <link.h>
 #include <pthread.h>
@@ -10,7 +10,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// The version in which the processor's port of the library began.
+// The library's first version for the processor.
 #if !defined(__GLIBC__)
 #elif defined(__x86_64__) && defined(__LP64__)
 #define FIRST_VERSION "GLIBC_2.2.5"
@@ -36,7 +36,7 @@
 #ifdef FIRST_VERSION
 #define BIND(name, version) __asm__(".symver __first_" #name "," #name "@" version)
 #define FIRST(name) __first_##name
-#else  // whatever the linker takes
+#else  // whichever version the linker takes
 #define BIND(name, version) static_assert(true)
 #define FIRST(name) __real_##name
 #endif
@@ -58,8 +58,8 @@ void* FIRST(memcpy)(void*, const void*, std::size_t);
 
 void* __wrap_memcpy(void* to, const void* from, std::size_t size) { return FIRST(memcpy)(to, from, size); }
 
-// Before 2.34 these were in a library of their own, which a process with one thread need not have loaded. Without it
-// there are no attributes: the caller goes on without.
+// Before 2.34 these functions were in a separate library, which a process with one thread need not have loaded. Without
+// that library there are no attributes, and the caller goes on without them.
 int __wrap_pthread_mutexattr_init(pthread_mutexattr_t* attributes) {
   return FIRST(pthread_mutexattr_init) != nullptr ? FIRST(pthread_mutexattr_init)(attributes) : ENOSYS;
 }
@@ -79,8 +79,9 @@ int __wrap_pthread_once(int* control, void (*routine)()) {
   return 0;
 }
 
-// From version 13 on the runtime reads an environment variable that sizes its reserve for exceptions when storage has
-// run out. Not in here: secure_getenv dates from 2.17, and g++ has strtoul be that of 2.38.
+// From version 13 on the runtime reads an environment variable that sets the size of its reserve for exceptions when
+// memory has run out. This module does not read it: secure_getenv dates from 2.17, and g++ would bind strtoul to the
+// one of 2.38.
 char* __wrap_secure_getenv(const char*) { return nullptr; }
 #ifdef FIRST_VERSION
 BIND(strtoul, FIRST_VERSION);
@@ -90,16 +91,17 @@ unsigned long __wrap___isoc23_strtoul(const char* text, char** end, int base) {
 }
 #endif
 
-// The runtime skips atomic operations while the process has one thread, and asks this variable of 2.32. Here: never skip.
+// The runtime skips atomic operations if this variable, new in 2.32, says that the process has one thread. 0: never
+// skip.
 char __libc_single_threaded = 0;
 
-// The unwinder only asks whether there is one, to know whether there may be threads.
+// The unwinder only checks whether this function exists, to find out whether there may be threads.
 int __wrap___pthread_key_create() { return -1; }
 
 #ifdef DLFO_STRUCT_HAS_EH_DBASE
 
-// What the unwinder asks for: the loaded object that holds `address`, and that object's table of frames. From 2.35 the
-// library answers this itself; dl_iterate_phdr has told the same since 2.2.4, only more slowly.
+// What the unwinder asks for: the loaded object that contains `address`, and that object's table of frames. From 2.35
+// on the library answers this itself; dl_iterate_phdr, available since 2.2.4, gives the same answer more slowly.
 int __wrap__dl_find_object(void* address, dl_find_object* result) {
   struct Search {
     std::uintptr_t address;

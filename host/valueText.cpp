@@ -16,7 +16,7 @@ constexpr int kDecimalPlaces = 2;
 constexpr int32 kIntegerLimit = 100000000;
 constexpr const char* kOverflowText = "Huge!";
 
-// Text of at most `maxLen` characters in the caller's buffer, terminated behind its last character and, whatever its
+// Text of at most `maxLen` characters in the caller's buffer, terminated after its last character and, whatever its
 // length, at buffer[maxLen].
 class BoundedText {
  public:
@@ -42,12 +42,13 @@ class BoundedText {
   int32 left_;
 };
 
-// Of the integer part of `value`, which is at most kPositiveLimit.
+// The last digit of the integer part of `value`, which is at most kPositiveLimit.
 char lastDigit(double value) noexcept { return static_cast<char>('0' + static_cast<int32>(value) % 10); }
 
-// Rounds to two decimals the way the display does: half a unit of the last place away from zero, in single precision.
+// Prepares rounding to two decimals as the display does it: adds half a unit of the last place, away from zero, in
+// single precision.
 float biased(float value) noexcept {
-  if (!(std::fabs(value) >= kRoundingBias)) return 0.0F;  // not-a-number too
+  if (!(std::fabs(value) >= kRoundingBias)) return 0.0F;  // NaN, too
   return value > 0.0F ? value + kRoundingBias : value - kRoundingBias;
 }
 

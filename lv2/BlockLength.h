@@ -9,14 +9,14 @@
 
 #include "lv2/Features.h"
 
-// The block length to provide for, in samples, from 1 to kMost: the longest that the host announces, else its usual
-// one, else kUnannounced. Longer blocks are cut, so it costs no more than memory to be wrong.
+// The block length to provide for, in samples, from 1 to kMost: the longest that the host announces, otherwise its
+// usual one, otherwise kUnannounced. Longer blocks are cut, so a wrong length costs no more than memory.
 class BlockLength {
  public:
   static constexpr std::int32_t kMost = 65536;
   static constexpr std::int32_t kUnannounced = 4096;
 
-  // `features` as instantiate() gets them; null is none.
+  // `features`: as passed to instantiate(); may be null.
   static std::int32_t announced(const LV2_Feature* const* features) noexcept {
     for (const char* const key : {LV2_BUF_SIZE__maxBlockLength, LV2_BUF_SIZE__nominalBlockLength}) {
       std::int32_t length = 0;

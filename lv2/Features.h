@@ -7,8 +7,8 @@
 
 #include <cstring>
 
-// What a host offers with an LV2 feature; null when it does not offer it. `features` as instantiate() gets them; null
-// is none.
+// The data that a host offers with an LV2 feature; null when it does not offer the feature. `features`: as passed to
+// instantiate(); may be null.
 inline void* findFeature(const LV2_Feature* const* features, const char* uri) noexcept {
   for (; features != nullptr && *features != nullptr; ++features) {
     if (std::strcmp((*features)->URI, uri) == 0) return (*features)->data;
@@ -16,7 +16,7 @@ inline void* findFeature(const LV2_Feature* const* features, const char* uri) no
   return nullptr;
 }
 
-// Reads the option `key` of the LV2 type `type`. False, with `value` as it was, when the host gives none of that type.
+// Reads the option `key` of the LV2 type `type`. False, with `value` unchanged, when the host gives no such option.
 template <typename Value>
 bool readOption(const LV2_Feature* const* features, const char* key, const char* type, Value& value) noexcept {
   const auto* const map = static_cast<const LV2_URID_Map*>(findFeature(features, LV2_URID__map));

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The effect for LV2 hosts, in the order in which a host calls: once for one channel, once for two that share their
-// controls. The bundle's Turtle files hold the same ports.
+// The effect for LV2 hosts, as two plug-ins: one for one channel, one for two channels that share their controls. The
+// functions are in the order in which a host calls them. The bundle's Turtle files list the same ports.
 #include <lv2/core/lv2.h>
 
 #include <algorithm>
@@ -57,8 +57,8 @@ class Instance {
     }
   }
 
-  // Forgets all sound. The interface of the effect has no reset, so new effects take the place of those that have
-  // played; when there is no storage for them, the old ones go on.
+  // Clears all sound. The effect's interface has no reset, so new effects replace those that have played. When out of
+  // memory, the old ones stay.
   void activate() noexcept {
     if (fresh_) return;
     try {
@@ -69,8 +69,8 @@ class Instance {
     fresh_ = true;
   }
 
-  // Controls land at the start of the run, which is one block of the effect unless it is longer than was announced;
-  // glides then end with the first piece. A run of 0 samples does nothing. Any output may be any input.
+  // Control values apply from the start of the run. The run is one block of the effect unless it is longer than was
+  // announced; glides then end with the first piece. A run of 0 samples does nothing. Any output may be any input.
   void run(std::uint32_t samples) noexcept {
     if (samples == 0 || !isConnected()) return;
     landParameters();
@@ -106,7 +106,7 @@ class Instance {
     return std::count(in_.begin(), in_.end(), nullptr) + std::count(out_.begin(), out_.end(), nullptr) == 0;
   }
 
-  // Where a control stands, within its range; what is no number is the lowest. A switch is on above 0.
+  // The value of a control, limited to its range; NaN becomes the lowest value. A switch is on above 0.
   float position(int control) const noexcept {
     const catalog::Parameter& parameter = catalog::kParameters[control];
     const float value = *controls_[static_cast<std::size_t>(control)];
@@ -130,12 +130,12 @@ class Instance {
   bool fresh_ = true;  // the effects have not heard a sample yet
   std::array<const float*, kNumControls> controls_{};
   std::array<LevelMeter, 2> meters_;  // of the input and the output
-  std::array<float*, 2> levels_{};    // where the host wants them; null where it does not
+  std::array<float*, 2> levels_{};    // the host's buffers; null where nothing is connected
 };
 
 Instance* instanceOf(LV2_Handle handle) noexcept { return static_cast<Instance*>(handle); }
 
-// Null for a rate that is no positive 32-bit number of Hz, or without storage.
+// Null when out of memory, or for a rate that is not a positive 32-bit number of Hz.
 template <std::size_t channels>
 LV2_Handle instantiate(const LV2_Descriptor*, double rate, const char*, const LV2_Feature* const* features) {
   if (!(rate >= 1.0 && rate <= std::numeric_limits<std::int32_t>::max())) return nullptr;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The pedal's window for LV2 hosts, in the order in which a host calls. Its thread is that of the host's user
-// interface.
+// The pedal's window for LV2 hosts, in the order in which a host calls. Everything runs on the host's user-interface
+// thread.
 #include <lv2/atom/atom.h>
 #include <lv2/core/lv2.h>
 #include <lv2/options/options.h>
@@ -23,7 +23,7 @@ namespace {
 
 class Ui final : public Panel::Host {
  public:
-  // `firstControl` is the number of the port of the first parameter. Throws std::runtime_error when there is no window.
+  // `firstControl` is the port number of the first parameter. Throws std::runtime_error when no window can be opened.
   Ui(std::uint32_t firstControl, LV2UI_Write_Function writePort, LV2UI_Controller controller,
      const LV2_Feature* const* features)
       : firstControl_(firstControl),
@@ -35,7 +35,7 @@ class Ui final : public Panel::Host {
     if (resize != nullptr) resize->ui_resize(resize->handle, window_.width(), window_.height());
   }
 
-  // LV2 passes the numbers of windows as pointers.
+  // LV2 passes window numbers as pointers.
   // NOLINTNEXTLINE(performance-no-int-to-ptr)
   LV2UI_Widget widget() const { return reinterpret_cast<LV2UI_Widget>(static_cast<std::uintptr_t>(window_.id())); }
 
@@ -77,7 +77,7 @@ class Ui final : public Panel::Host {
 
 Ui* uiOf(void* handle) { return static_cast<Ui*>(handle); }
 
-// Null, with one line on the standard error, when there is no window to be had.
+// Null for an unknown plug-in. Also null, with one line on standard error, when no window can be opened.
 LV2UI_Handle instantiate(const LV2UI_Descriptor*, const char* plugin, const char*, LV2UI_Write_Function write,
                          LV2UI_Controller controller, LV2UI_Widget* widget, const LV2_Feature* const* features) {
   const BrokenPipeGuard guard;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Draws the pictures of lv2/modgui/, by the code that draws the window. They are kept in the tree, because fonts differ
-// from machine to machine and a cross build cannot run this:
+// Draws the pictures of lv2/modgui/ with the code that draws the window. They are kept in the tree, because fonts
+// differ from machine to machine and a cross build cannot run this:
 //   cmake --build --preset release --target brumbler_modgui_pictures && build/release/brumbler_modgui_pictures
 //   lv2/modgui
 #include <cmath>
@@ -13,7 +13,7 @@
 namespace {
 
 namespace pedal = catalog::pedal;
-constexpr int kKnobFrames = 65;  // of the strip, from the lowest value to the highest
+constexpr int kKnobFrames = 65;  // frames of the strip, from the lowest value to the highest
 constexpr int kKnobSize = 90;    // pixels, as in the style sheet
 
 class Picture {
@@ -41,7 +41,7 @@ class Picture {
   cairo_t* const context;
 };
 
-// The pedal at a scale. `drawsAll` is false for what stays the same on MOD's page: no knobs, values, levels and
+// The pedal at a scale. If `drawsAll` is false, leaves out what changes on MOD's page: knobs, values, levels and
 // presets.
 bool savePedal(const std::string& path, double scale, bool drawsAll) {
   const Picture picture(static_cast<int>(std::lround(pedal::kWidth * scale)),

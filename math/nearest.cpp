@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Where a function has a fast form, it computes the result as high + low with a bound of the error, and takes it if all
-// that lies within the bound rounds to the same double; else the slow form computes it anew to about 100 bits (A. Ziv,
-// "Fast evaluation of elementary mathematical functions with correctly rounded last bit", ACM TOMS 17, 1991).
+// A function with a fast form computes the result as high + low with an error bound. If everything within the bound
+// rounds to the same double, that double is the result; otherwise the slow form computes it again to about 100 bits (A.
+// Ziv, "Fast evaluation of elementary mathematical functions with correctly rounded last bit", ACM TOMS 17, 1991).
 //
-// The series are those of Taylor and of Gregory, and the identities the usual ones of trigonometry and logarithms. The
+// The series are those of Taylor and Gregory; the identities are the usual ones of trigonometry and logarithms. The
 // compiler computes the tables from them.
 #include "math/nearest.h"
 
@@ -46,14 +46,14 @@ constexpr std::array<DoubleDouble, count> inverseFactorials() noexcept {
 }
 constexpr auto kInverseFactorial = inverseFactorials<30>();
 
-// The sum of x^n / n! from n = first, every step-th, up to last, divided by x^first; x to the power of step given.
+// The sum of x^n / n! for n from `first` to `last` in steps of `step`, divided by x^first. `power` is x^step.
 constexpr DoubleDouble taylor(DoubleDouble power, int first, int last, int step) noexcept {
   DoubleDouble sum = kInverseFactorial[static_cast<std::size_t>(last)];
   for (int n = last - step; n >= first; n -= step) sum = sum * power + kInverseFactorial[static_cast<std::size_t>(n)];
   return sum;
 }
 
-// A result of a fast form: high + low, off by at most `error`. True if that settles which double is nearest.
+// `result`: high + low of a fast form, off by at most `error`. True if it is certain which double is nearest.
 bool isSettled(DoubleDouble result, double error) noexcept {
   return result.high + (result.low - error) == result.high + (result.low + error);
 }
@@ -65,7 +65,7 @@ constexpr double kStepsPerLn2 = 0x1.71547652b82fep+8;  // 256 / ln 2
 constexpr double kStepHigh = 0x1.62e42fefp-9;          // ln 2 / 256, 33 bits: its product with an integer is exact
 constexpr DoubleDouble kStepLow = {0x1.473de6af278edp-42, -0x1.9ff0342542fc3p-98};
 
-// 2^(j/256): by Taylor for a j with one bit, else the product of those.
+// 2^(j/256): from the Taylor series if only one bit of j is set, otherwise the product of such values.
 constexpr std::array<DoubleDouble, kSteps> powersOfTwo() noexcept {
   std::array<DoubleDouble, kSteps> powers{};
   powers[0] = {1.0, 0.0};
@@ -89,13 +89,13 @@ double scaled(double value, int exponent) noexcept {
   return value * std::bit_cast<double>(static_cast<std::uint64_t>(exponent + kBias) << 52);
 }
 
-// e^x without its power of two, to 100 bits; `steps` is the multiple of ln 2 / 256 nearest to x.
+// e^x without its power of two, to 100 bits. `steps` is x / (ln 2 / 256), rounded to an integer.
 DoubleDouble expOfRest(DoubleDouble x, double steps, std::size_t index) noexcept {
   const DoubleDouble rest = (twoSum(x.high, -(steps * kStepHigh)) + x.low) - kStepLow * steps;
   return kPowerOfTwo[index] * taylor(rest, 0, 10, 1);
 }
 
-// e^x where it neither overflows nor vanishes, before rounding, and its power of two.
+// value * 2^exponent: e^x before rounding, for x where it neither overflows nor vanishes.
 struct Power {
   DoubleDouble value;
   int exponent;
@@ -187,7 +187,7 @@ constexpr DoubleDouble kTanSeries[] = {
     ratio(1382.0, 155925.0), ratio(21844.0, 6081075.0), ratio(929569.0, 638512875.0), ratio(6404582.0, 10854718875.0)};
 constexpr int kTanTerms = 8;
 
-// The terms from `first` on, divided by those powers of x that they share.
+// The terms from `first` on, divided by the powers of x that they share.
 double tanSeries(double square, int first) noexcept {
   double sum = 0.0;
   for (int n = kTanTerms - 1; n >= first; --n) sum = sum * square + kTanSeries[n].high;
@@ -213,7 +213,7 @@ double slowTan(double x) noexcept {
   const DoubleDouble tanA = steps < 0.0 ? -ofStep : ofStep;
   const DoubleDouble b = rest + -(steps / kTanSteps);
   const DoubleDouble square = b * b;
-  DoubleDouble series = kTanSeries[2] + square * tanSeries(square.high, 3);  // b^2 <= 2^-12: beyond, doubles will do
+  DoubleDouble series = kTanSeries[2] + square * tanSeries(square.high, 3);  // b^2 <= 2^-12: doubles suffice here
   series = kTanSeries[0] + square * (kTanSeries[1] + square * series);
   const DoubleDouble tanB = b + b * (square * series);
   const DoubleDouble numerator = tanA + tanB;
@@ -223,9 +223,9 @@ double slowTan(double x) noexcept {
 
 // --- Rounding of a result to float
 
-// One rounding, not two: the value is first cut off to a double whose last bit says that something was cut off, and
-// that is too long to be the middle between two floats (S. Boldo, G. Melquiond, "Emulation of FMA and correctly rounded
-// sums: proved algorithms using rounding to odd", IEEE TC 57, 2008).
+// Rounds once, not twice. The value is first cut to a double whose last bit is set if anything was cut off. Such a
+// double has too many bits to be the middle between two floats (S. Boldo, G. Melquiond, "Emulation of FMA and correctly
+// rounded sums: proved algorithms using rounding to odd", IEEE TC 57, 2008).
 float toFloat(DoubleDouble value) noexcept {
   auto bits = std::bit_cast<std::uint64_t>(value.high);
   const bool isEven = (bits & 1U) == 0;
@@ -262,7 +262,7 @@ constexpr double kTiny = 0x1p-28;  // below it x is the double nearest to tan x 
 
 bool isInteger(double x) noexcept { return std::floor(x) == x; }
 
-// base^exponent in `power`, or false and the whole answer in `special`.
+// Computes base^exponent into `power`. False for a special case, whose result is then in `special`.
 bool powerOf(double base, double exponent, Power& power, double& special) noexcept {
   special = 1.0;
   if (exponent == 0.0 || base == 1.0) return false;
@@ -337,7 +337,7 @@ float pow(float base, float exponent) noexcept {
   if (!powerOf(static_cast<double>(base), static_cast<double>(exponent), power, special)) {
     return static_cast<float>(special);
   }
-  const int scale = std::clamp(power.exponent, -1000, 1000);  // beyond, any is as far outside a float's range
+  const int scale = std::clamp(power.exponent, -1000, 1000);  // beyond these, outside a float's range anyway
   return toFloat({scaled(power.value.high, scale), scaled(power.value.low, scale)});
 }
 
