@@ -17,8 +17,8 @@
 // file's order, those of Ogg files in WAV's.
 class AudioReader {
  public:
-  // `path` "-" stands for standard input. `raw` describes the samples of input that has no header. Throws Failure when
-  // it is missing, unreadable or of no known format.
+  // `path` "-" stands for standard input. `raw` describes the samples of input that has no header. Throws Failure if it
+  // is missing, unreadable or of an unknown format.
   AudioReader(const std::string& path, const std::optional<AudioFormat>& raw);
 
   // For messages: the path, or "standard input".
@@ -26,23 +26,23 @@ class AudioReader {
 
   const AudioFormat& format() const noexcept { return format_; }
 
-  // Frames (one sample of each channel) in all, as the header tells; nothing when it does not, as in a stream.
+  // The number of frames (one sample of each channel) from the header; nothing if it has none, as in a stream.
   const std::optional<std::int64_t>& frames() const noexcept { return frames_; }
 
   // True when the same path can be opened and read again.
   bool isRereadable() const noexcept { return rereadable_; }
 
-  // Reads up to `count` frames and answers how many; fewer only at the end. Throws Failure when the sound breaks off
-  // more than a few samples before the header's length, is damaged, or holds a value that is not a number.
+  // Reads up to `count` frames and returns how many; fewer only at the end. Throws Failure if the sound ends more than
+  // a few samples before the header's length, is damaged, or contains a value that is not a number.
   int read(double* samples, int count);
 
-  // What its reader should know of it, after the last read(): that its header was wrong, say. Empty mostly.
+  // A note for the user after the last read(), for example that the header was wrong. Usually empty.
   const std::string& note() const noexcept { return note_; }
 
   // Whether a file has its last frame, so that nothing was cut off. Not before or between read().
   bool isWhole();
 
-  // What the file says beside its sound.
+  // What the file holds besides sound.
   Metadata metadata() const;
 
  private:

@@ -16,25 +16,24 @@
 #include "cli/metadata/Metadata.h"
 #include "cli/metadata/channelLayout.h"
 
-// A sound file in the making, or a stream on standard output, fed with interleaved doubles; full scale is -1 to 1.
+// Writes interleaved doubles to a sound file, or as a stream to standard output; full scale is -1 to 1.
 //
-// The channels go where the format has their speakers: what the metadata tell of them, else WAV's order.
+// Channels are written in the format's speaker order. Their speakers come from the metadata, or else from WAV's order.
 //
-// Integer formats get each sample times 2^(bits-1), rounded to the nearest, so a sample that was read from a file of
-// the same format is written back as it was. Whatever does not fit is clipped and counted.
+// For integer formats, each sample is multiplied by 2^(bits-1) and rounded to nearest, so a sample that was read from a
+// file of the same format is written back unchanged. Samples out of range are clipped and counted.
 class AudioWriter {
  public:
   struct Options {
-    bool replace = false;           // a file that exists
+    bool replace = false;           // an existing file
     bool dithers = true;            // integers of 16 bits and less
     std::optional<double> quality;  // 0 to 1, of Vorbis, Opus and MP3; nothing: the encoder's own choice
   };
 
   // `path` "-" stands for standard output, where `format` must be WAV, AU or raw in a linear sample format. `frames` is
-  // the largest likely length, or nothing; it decides only whether a WAV file must be of the kind for more than 4 GiB
-  // (with nothing, finish() decides), and what a WAV stream puts where the length belongs. `metadata` goes into the
-  // file as far as the format can hold it. Throws Failure as PendingFile does, or when the library cannot write
-  // `format`.
+  // the largest likely length, or nothing. It decides only whether a WAV file must be of the kind for more than 4 GiB
+  // (with nothing, finish() decides), and which length a WAV stream's header gives. `metadata` is written to the file
+  // as far as the format supports it. Throws Failure as PendingFile does, or if the library cannot write `format`.
   AudioWriter(const std::string& path, const AudioFormat& format, const Options& options,
               std::optional<std::int64_t> frames, const Metadata& metadata = {});
 
@@ -45,10 +44,10 @@ class AudioWriter {
   // Without this call the file is removed.
   void finish();
 
-  // What of the metadata is not in the finished file, in a reader's words; empty when nothing is missing.
+  // Lists, for the user, the metadata that the finished file lacks; empty if nothing is missing.
   const std::string& dropped() const noexcept { return dropped_; }
 
-  // Samples so far that did not fit the format.
+  // Samples so far that were clipped.
   std::int64_t clipped() const noexcept { return clipped_; }
   const AudioFormat& format() const noexcept { return format_; }
 

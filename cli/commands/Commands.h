@@ -12,7 +12,7 @@ struct LiveSettings;
 // program, with the same arguments. Throws Failure if that cannot be.
 void playLive(const EffectModule& module, const LiveSettings& settings);
 
-// Each adds one subcommand: its options, its help, and the function that runs when it was given.
+// Each function adds one subcommand: its options, its help, and the function that runs it.
 void addRenderCommand(CLI::App& app);
 void addInfoCommand(CLI::App& app);
 void addRiffCommand(CLI::App& app);

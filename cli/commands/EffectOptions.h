@@ -12,22 +12,22 @@ namespace CLI {
 class App;
 }
 
-// The options that say how the effect is set before it plays, the same for every command that plays: a knob each from
-// the catalog, --off, --preset, --program, --bank, --trim and --module. The bank is loaded first, then its program is
+// The options that set the effect before it plays, the same for every command that plays: one for each knob in the
+// catalog, --off, --preset, --program, --bank, --trim and --module. The bank is loaded first, then its program is
 // chosen, then the preset sets its knobs; a knob that is given by name overrides all of them.
 class EffectOptions {
  public:
-  // Whether --trim takes "auto", which needs a sound whose peak can be looked for.
+  // Whether --trim accepts "auto", which needs a sound whose peak can be measured first.
   enum class Trim { number, numberOrAuto };
 
   // Adds the options to `command`; this object must outlive the parsing.
   void addTo(CLI::App& command, Trim kind);
 
-  // What to tell each effect of `module`. Reads the bank. Throws Failure when it cannot be read, or has no such
+  // The settings for each effect of `module`. Reads the bank. Throws Failure if it cannot be read, or has no such
   // program.
   EffectSettings settings(const EffectModule& module) const;
 
-  // How many dB the sound lies above a guitar's own level, as given. Presets leave it alone: it belongs to the
+  // How many dB the sound is above a guitar's own level, as given. Presets do not change it, because it belongs to the
   // recording.
   std::optional<double> trim() const noexcept { return trim_; }
   // Whether --trim was given.
@@ -56,12 +56,12 @@ class EffectOptions {
   bool automaticTrim_ = false;
 };
 
-// The position of a knob, or of a switch, that `text` says. Throws Failure (usage) naming `option` and the limits when
-// it is none.
+// Parses `text` as the position of a knob or switch. Throws Failure (usage) naming `option` and the limits if it is not
+// one.
 double parsePosition(const std::string& option, const std::string& text, const catalog::Parameter& parameter);
 
 // "0-10", or "0|1".
 std::string positionsOf(const catalog::Parameter& parameter);
 
-// What turning it does, as the end of a help text.
+// What the control does, as the end of a help text.
 std::string helpOf(const catalog::Parameter& parameter);

@@ -12,10 +12,10 @@
 
 class HostedEffect;
 
-// An automation file (docs/automation.schema.json), whose times wait for a sound's length and rate.
+// An automation file (docs/automation.schema.json). Its times are converted once a sound's length and rate are known.
 class Automation {
  public:
-  // `effect` tells which parameters and programs there are. Throws Failure naming line and key.
+  // `effect` provides the parameters and programs. Throws Failure naming line and key.
   Automation(const std::string& path, const HostedEffect& effect);
 
   // The track for a sound of `frames` (nothing: not known yet) at `rate` Hz, played through effects at `effectRate` Hz.

@@ -8,9 +8,9 @@ class EffectPlayer;
 
 // Parameter values and program changes over time, in frames at the effect's rate.
 //
-// Whoever plays it cuts blocks at nextCut() and calls apply() before each. Then a switch or a program changes on its
-// very sample; VOLUME, which the effect itself moves evenly across a block, follows the line; every other value is set
-// every kGrid frames while its line moves. A jump of VOLUME is a glide over kGrid frames.
+// The player splits blocks at nextCut() and calls apply() before each. Then a switch or program changes at exactly its
+// sample; VOLUME, which the effect itself moves linearly across a block, follows the line; every other value is set
+// every kGrid frames while its line moves. A jump of VOLUME becomes a glide over kGrid frames.
 struct AutomationTrack {
   static constexpr int kGrid = 64;
 
@@ -32,9 +32,10 @@ struct AutomationTrack {
   std::vector<Lane> lanes;
   std::vector<ProgramChange> programChanges;  // in order
 
-  // The end of the block that begins at `position`, at the latest.
+  // The latest end of the block that begins at `position`.
   std::int64_t nextCut(std::int64_t position) const;
 
-  // Sets what the block [from, to) needs. A program change sets all parameters; those that have a lane go on along it.
+  // Sets the values for the block [from, to). A program change sets all parameters; those with a lane keep following
+  // it.
   void apply(EffectPlayer& player, std::int64_t from, std::int64_t to) const;
 };

@@ -15,17 +15,17 @@ class Bank {
  public:
   static constexpr std::size_t kLongestName = 23;  // bytes, in the interface
 
-  // Reads a file; `effect` tells the names of the parameters and the number of programs. Programs may be fewer and
-  // leave out what is to stay as it is. Throws Failure naming line and key.
+  // Reads a file; `effect` provides the names of the parameters and the number of programs. The file may have fewer
+  // programs, and a program may leave out what is not to change. Throws Failure naming line and key.
   Bank(const std::string& path, const HostedEffect& effect);
 
-  // All programs of `effect`, which then has the same program selected as before.
+  // All programs of `effect`. The selected program stays the same.
   explicit Bank(HostedEffect& effect);
 
-  // Puts the programs into an effect, through program selection, parameters and names, and selects the first.
+  // Sets the programs of an effect, by program selection, parameters and names, and selects the first one.
   void restore(HostedEffect& effect) const;
 
-  // The programs' names, from the first on; empty ones where none is known.
+  // The programs' names, from the first on; empty where none is known.
   std::vector<std::string> names() const;
 
   // The text of the file.

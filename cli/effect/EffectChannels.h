@@ -12,14 +12,14 @@
 #include "cli/effect/Bank.h"
 #include "cli/effect/EffectModule.h"
 
-// What the effect is told before it plays; what is left open stays as the module has it.
+// The settings made before the effect plays; anything not set keeps the module's default.
 struct EffectSettings {
-  int block = 512;  // samples a call, at most
+  int block = 512;  // the most samples in a call
   std::optional<Bank> bank;
   std::optional<int> program;   // from 0
   std::map<int, float> values;  // the effect's, by parameter
 
-  // Puts them into an effect, in the order above.
+  // Applies them to an effect, in the order above.
   void applyTo(HostedEffect& effect) const;
 };
 

@@ -14,8 +14,8 @@ inline constexpr double kKnobTop = 10.0;
 // The effect's value where a knob shows `knob`: 5 is exactly 0.5F, 3.1 is the float nearest to 0.31.
 float valueAtKnob(double knob) noexcept;
 
-// What the knob shows for an effect's value, in the value's own shortest digits: 3.1 for 0.31F. valueAtKnob() takes it
-// back to the same float, whatever the value.
+// The knob position for an effect's value, from the value's shortest decimal digits: 3.1 for 0.31F. valueAtKnob()
+// converts it back to the same float for every value.
 double knobAtValue(float value) noexcept;
 
 // One of the effect's parameters: a knob from 0 to 10, or a switch, which is 0 or 1.
@@ -25,7 +25,7 @@ struct Parameter {
 
   double top() const noexcept { return isSwitch ? 1.0 : kKnobTop; }
 
-  // Between what people read and the effect's value.
+  // Convert between the displayed position and the effect's value.
   float valueAt(double shown) const noexcept { return isSwitch ? static_cast<float>(shown) : valueAtKnob(shown); }
   double shownAt(float value) const noexcept { return isSwitch ? static_cast<double>(value) : knobAtValue(value); }
 
@@ -33,7 +33,7 @@ struct Parameter {
   float read(const JsonFile& file, const JsonFile::Path& path) const;
 };
 
-// The text that an effect writes when it is asked `opcode`; empty when it has none.
+// The text that an effect returns for `opcode`; empty if it has none.
 std::string askText(const HostedEffect& effect, EffectOpcode opcode, int index = 0, intptr value = 0);
 
 // All of an effect's parameters, in the order of their indices.

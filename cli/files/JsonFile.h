@@ -6,18 +6,17 @@
 #include <string>
 #include <vector>
 
-// A JSON file and the line on which each of its values stands, for messages that say where to look.
+// A JSON file and the line number of each of its values, for error messages.
 class JsonFile {
  public:
   using Path = nlohmann::json::json_pointer;
 
-  // Throws Failure naming the file, and the line where it knows one, when it cannot be read, is no JSON or gives a key
-  // twice.
+  // Throws Failure naming the file, and the line if known, if it cannot be read, is not JSON or has a key twice.
   explicit JsonFile(const std::string& path);
 
   const nlohmann::json& root() const noexcept { return root_; }
 
-  // Throws Failure telling that the value at `path` is wrong.
+  // Throws Failure saying that the value at `path` is wrong.
   [[noreturn]] void fail(const Path& path, const std::string& message) const;
 
   // The value under `key` of the object at `path`. Throws Failure when it is missing.

@@ -16,55 +16,55 @@
 
 class LivePlayer;
 
-// The player's place in a JACK graph: ports, connections, and the callbacks that drive the player. One control thread
-// calls; it may open and close again and again, and finds the same connections again with the next server.
+// The player's place in a JACK graph: ports, connections, and the callbacks that drive the player. For one control
+// thread, which may open and close it repeatedly; with the next server the same connections are made again.
 //
-// Who it connects with is chosen when ports appear, so that a device that is plugged in later, or again, is connected
-// then, and a connection that was undone by hand stays undone.
+// Connections are made when ports appear, so a device that is plugged in later, or again, is connected at that time,
+// and a connection that the user removed stays removed.
 class JackClient {
  public:
-  // Ports are chosen by patterns: extended regular expressions that fit anywhere in a port's name or alias, in upper or
-  // lower case. Without one: the first capture port, the first two playback ports, no MIDI port.
+  // Ports are chosen by patterns: extended regular expressions that match anywhere in a port's name or alias, in upper
+  // or lower case. Without one: the first capture port, the first two playback ports, no MIDI port.
   struct Wishes {
     std::string name = "brumbler";
     std::string input;
     std::string output;
-    std::string midi;     // ports that the player obeys
-    std::string midiOut;  // ports that are told what plays
+    std::string midi;     // input, from controllers
+    std::string midiOut;  // output, to controllers' lights
     bool connects = true;
   };
 
-  // Throws Failure (usage) when a pattern is none.
+  // Throws Failure (usage) if a pattern is not a regular expression.
   JackClient(LivePlayer& player, const Wishes& wishes);
   JackClient(const JackClient&) = delete;
   JackClient& operator=(const JackClient&) = delete;
   ~JackClient();
 
-  // Joins the server, announces its rate and period to the player, plays and connects. False when no server runs, or
-  // the one before does not let go yet. Throws Failure when the server refuses.
+  // Joins the server, announces its rate and period to the player, plays and connects. False if no server runs, or if
+  // leaving the previous one has not finished. Throws Failure if the server refuses.
   bool open();
-  // Leaves the server, on a thread of its own: a server that hangs may never answer. The player is closed when this
-  // returns; the destructor waits for the rest.
+  // Leaves the server, on a thread of its own, because a server that hangs may never answer. The player is closed when
+  // this returns; the destructor waits for the rest.
   void close();
 
-  // False when it is closed or the server has gone or has thrown it out; lossReason() tells why.
+  // False if it is closed, or the server has quit or has disconnected it; lossReason() tells why.
   bool isAlive() const noexcept { return client_ != nullptr && alive_; }
   std::string lossReason() const;
 
-  // Connects with what has appeared. Call it a few times a second while alive.
+  // Connects ports that have appeared. Call it a few times a second while alive.
   void tend();
 
-  // Whether the server, as far as its library says alive, has asked for no period for kLongestSilence, seen by tend().
-  // PipeWire's library does not report that its server has gone.
+  // Whether the server has requested no period for kLongestSilence, although its library reports it alive; tend()
+  // watches this. PipeWire's library does not report that its server has quit.
   static constexpr auto kLongestSilence = std::chrono::seconds(2);
   bool hasStalled() const noexcept { return isAlive() && silence_ >= kLongestSilence; }
 
-  // For each pattern that fits no port: which ports there are.
+  // For each pattern that matches no port: the ports that exist.
   std::vector<std::string> misfits() const;
-  // Whether one of --input and --output fits none.
+  // Whether --input or --output matches no port.
   bool lacksSound() const;
 
-  // The client's name as the server gave it, which may have a number behind it.
+  // The client's name as the server assigned it, perhaps with a number appended.
   const std::string& name() const noexcept { return name_; }
 
   // All connections, like "system:capture_1 > brumbler > system:playback_1, system:playback_2".
@@ -82,7 +82,7 @@ class JackClient {
     Role role;
     jack_port_t* handle;
   };
-  using Connection = std::pair<std::size_t, std::string>;  // one of ports_, and the name of the port of another client
+  using Connection = std::pair<std::size_t, std::string>;  // one of ports_, and another client's port by name
 
   bool finishClosing();
   void registerPorts();

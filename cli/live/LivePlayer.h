@@ -14,21 +14,21 @@
 
 class TakeRecorder;
 
-// What the control thread asks of the audio thread. Values are 0 to 1, programs and parameters count from 0.
+// A request of the control thread to the audio thread. Values are 0 to 1, programs and parameters count from 0.
 struct LiveChange {
   enum class Kind : std::uint8_t { knob, turn, toggle, selectProgram, stepProgram, storeProgram, useMap, tuner };
   Kind kind;
   int index = 0;                     // parameter of `knob` and `turn`, program, or how many programs to step
   std::array<float, 3> values = {};  // of the program to store; the first of `knob`; of `turn` how many hundredths
-  const MidiMap* map = nullptr;      // stays where it is as long as the player
+  const MidiMap* map = nullptr;      // must outlive the player
 };
 
-// Plays one effect for each of one or two channels, in the audio thread, and lets other threads turn its knobs.
+// Plays one effect for each of one or two channels, in the audio thread, and lets other threads change its settings.
 //
-// One control thread sends changes through a queue; the audio thread lands them where its next period begins, and MIDI
-// messages on their sample: it cuts the period there. VOLUME glides to its new value over kGlide samples. The sixteen
-// programs are kept here; a knob turned changes the program that plays. What the audio thread has landed can be read
-// at any time.
+// One control thread sends changes through a queue. The audio thread applies them at the start of its next period, and
+// MIDI messages on their sample, where it splits the period. VOLUME glides to its new value over kGlide samples. The
+// sixteen programs are kept here; a knob turned changes the program that plays. What the audio thread has applied can
+// be read at any time.
 //
 // process() and what it calls make no system call, allocate nothing and take no lock but the effects' own, which no
 // other thread takes while it plays.
@@ -42,14 +42,15 @@ class LivePlayer {
   static constexpr double kFadeSeconds = 0.016;  // at the end, and around the tuner
   using Values = std::array<float, kNumParameters>;
 
-  // The sound lies `trim` dB above a guitar's own level: taken off before the effect and put back behind it.
-  // MIDI messages of other channels than `midiChannel`, 0 to 15, are left out; -1 takes all. `map` must outlive this.
+  // The sound is `trim` dB above a guitar's own level: it is attenuated by this before the effect and amplified by it
+  // afterwards. MIDI messages on channels other than `midiChannel`, 0 to 15, are ignored; -1 accepts all. `map` must
+  // outlive this.
   LivePlayer(const EffectModule& module, int channels, double trim, int midiChannel, const MidiMap& map);
 
   int channels() const noexcept { return player_->channels(); }
 
-  // Keeps the audio thread away from the effects while it lives: it plays silence meanwhile, and keeps the MIDI
-  // messages of that time for the next period that sounds. Any thread but that one.
+  // Keeps the audio thread away from the effects while it exists: the audio thread plays silence and keeps MIDI
+  // messages for the next period that it plays. Any thread but that one.
   class Pause {
    public:
     explicit Pause(LivePlayer& player);
@@ -66,30 +67,30 @@ class LivePlayer {
   void announce(int rate, int longest);
   int rate() const noexcept { return rate_.load(std::memory_order_relaxed); }
 
-  // Where to record the sound that comes in and the one that goes out; null is nowhere, and so is a recorder of another
-  // rate than rate(). Threads as for announce().
+  // Where to record the input and the output. A null recorder records nothing, and neither does one of another rate
+  // than rate(). Threads as for announce().
   void record(TakeRecorder* dry, TakeRecorder* wet);
 
   // The control thread. False when the queue is full: try again later.
   bool send(const LiveChange& change) noexcept { return changes_.write(&change, 1); }
 
-  // Closed, it plays silence and the audio thread may be ended wherever it is: never in the middle of an effect. When
-  // this returns, it holds. Threads as for announce().
+  // Once this has returned, it plays silence, and the audio thread may be ended at any point, because it is never
+  // inside an effect. Threads as for announce().
   void setClosed(bool closed);
 
-  // Lands what was sent while nothing plays. Threads as for announce().
+  // Applies queued changes while nothing plays. Threads as for announce().
   void landChanges();
 
-  // The audio thread, one call after the other for each period: begin, receive for each MIDI message in the order of
-  // time, end. `in` and `out` hold `frames` samples for each channel and do not overlap; `frame` counts from 0.
+  // The audio thread calls these in order for each period: begin, receive for each MIDI message by time, end. `in` and
+  // `out` hold `frames` samples for each channel and do not overlap; `frame` counts from 0.
   void begin(const float* const* in, float* const* out, int frames) noexcept;
   void receive(int frame, const std::uint8_t* bytes, std::size_t size) noexcept;
   void end() noexcept;
 
-  // The audio thread, after end(): the next MIDI message that tells a controller what plays, so that its lights are
-  // right; false when there is none. A program change when another program is selected; the map's controls for On/Off
-  // and the tuner, 127 or 0, when they change; on the channel that is obeyed, or channel 1. After reportAgain(), which
-  // any thread may call, all of them are sent once.
+  // The audio thread, after end(): the next MIDI message for a controller's lights; false if there is none. A program
+  // change is sent when another program is selected, and 127 or 0 on the map's controls for On/Off and the tuner when
+  // these change, on the channel `midiChannel`, or channel 1 if that is -1. After reportAgain(), which any thread may
+  // call, all of them are sent once.
   struct Report {
     std::array<std::uint8_t, 3> bytes;
     std::size_t size;
@@ -97,7 +98,7 @@ class LivePlayer {
   bool nextReport(Report& report) noexcept;
   void reportAgain() noexcept { reportAgain_ = true; }
 
-  // From then on the sound fades out; hasEnded() tells when it has. Any thread.
+  // Starts the fade-out; hasEnded() tells when it is complete. Any thread.
   void fadeOut() noexcept { ending_ = true; }
   bool hasEnded() const noexcept { return ended_; }
 
@@ -109,7 +110,7 @@ class LivePlayer {
   // How often a MIDI control asked for the program to be stored. The control thread.
   int storeRequests() const noexcept { return storeRequests_.load(std::memory_order_relaxed); }
 
-  // While on, the controls that move are not obeyed but go to nextHeard(). The control thread.
+  // While on, controls that move have no effect and are returned by nextHeard(). The control thread.
   void listen(bool on) noexcept { listening_ = on; }
   bool nextHeard(MidiControl& control) noexcept { return heard_.read(&control, 1) > 0; }
 
@@ -121,7 +122,7 @@ class LivePlayer {
   }
   Values values(int program) const noexcept;
 
-  // Peaks of full scale, since the last call. One thread.
+  // Peaks since the last call, relative to full scale. One thread.
   struct Peaks {
     std::array<float, kMostChannels> in = {};
     std::array<float, kMostChannels> out = {};

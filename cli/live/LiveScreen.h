@@ -28,17 +28,17 @@ struct LiveView {
   bool clippedIn = false;
   bool clippedOut = false;
   bool isTuning = false;
-  std::optional<TunerNote> note;      // that is played, while tuning
-  std::vector<std::string> lines;     // what else there is to tell, one below the other
+  std::optional<TunerNote> note;      // being played, while tuning
+  std::vector<std::string> lines;     // further information, one line each
   std::vector<std::string> warnings;  // what the player must not miss
   std::string message;                // the newest
   bool help = false;
 };
 
-// The screen of a player in a terminal, and its keyboard. One thread. While it lives nothing else may be printed.
+// A player's screen in a terminal, and its keyboard. One thread. While it exists, nothing else may be printed.
 //
-// What finds no room is left out, the least important first: the program, On/Off and the count of late periods stay
-// down to 20 columns and one row.
+// If there is not enough room, the least important items are left out first. The program, On/Off and the count of late
+// periods stay, down to 20 columns and one row.
 class LiveScreen {
  public:
   // A key of the keyboard: a character, or one of these.
@@ -56,23 +56,23 @@ class LiveScreen {
     kEscape
   };
 
-  // Null unless standard input and output are a terminal that can show it, and is ours rather than of a job in front.
+  // Null unless standard input and output are a terminal that can show it and this process is in the foreground.
   static std::unique_ptr<LiveScreen> open();
   LiveScreen(const LiveScreen&) = delete;
   LiveScreen& operator=(const LiveScreen&) = delete;
   ~LiveScreen();
 
-  // Gives the terminal back without the object, for a process that ends where it stands. Any thread.
+  // Restores the terminal without the object, for a process that ends at once. Any thread.
   static void giveBack();
 
-  // `seconds` since the last view, for what falls.
+  // `seconds` since the last view, for the falling level meters.
   void draw(const LiveView& view, double seconds);
 
-  // The next key that was pressed, or kNone; never waits.
+  // The next key pressed, or kNone; never waits.
   int readKey();
 
  private:
-  // A level that jumps up and falls slowly, and the highest of the last while.
+  // A level that rises at once and falls slowly, and the highest recent level.
   struct Meter {
     double level = kFloor;  // dBFS
     double held = kFloor;

@@ -16,13 +16,13 @@ class LiveTuner {
  public:
   explicit LiveTuner(LivePlayer& player) : player_(player) {}
 
-  // Call it a few times a second: hears what has come in since.
+  // Call it a few times a second: analyses the input since the last call.
   void listen();
 
-  // The note that is played, or was until a moment ago; its cents are the median of the last few estimates.
+  // The note being played, or played until a moment ago; its cents are the median of the last few estimates.
   const std::optional<TunerNote>& note() const noexcept { return note_; }
 
-  // Like "E2 -3 cents"; "no note" when there is none.
+  // Like "E2 -3 cents"; "no note" if there is none.
   std::string text() const;
 
  private:

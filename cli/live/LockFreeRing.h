@@ -14,12 +14,12 @@ class LockFreeRing {
   // Holds `capacity` values.
   explicit LockFreeRing(std::size_t capacity) : values_(capacity + 1) {}
 
-  // The writing thread: how many values there is room for, at least.
+  // The writing thread: for how many values, at least, there is room.
   std::size_t room() const noexcept {
     return values_.size() - 1 - distance(read_.load(acquire), written_.load(relaxed));
   }
 
-  // The writing thread: false, and nothing written, when there is no room for all `count` values.
+  // The writing thread. If there is no room for all `count` values, writes nothing and returns false.
   bool write(const T* values, std::size_t count) noexcept {
     if (room() < count) return false;
     const std::size_t at = written_.load(relaxed);
@@ -30,7 +30,7 @@ class LockFreeRing {
     return true;
   }
 
-  // The reading thread: up to `most` values, the oldest first. Answers how many.
+  // The reading thread: takes up to `most` values, the oldest first, and returns how many.
   std::size_t read(T* values, std::size_t most) noexcept {
     const std::size_t at = read_.load(relaxed);
     const std::size_t count = std::min(most, distance(at, written_.load(acquire)));

@@ -7,12 +7,12 @@
 #include <memory>
 #include <string>
 
-// A recording in the making, of 32-bit floats in a WAV file (RF64 from 4 GiB up). Until finish() it stands beside its
-// final name, as NAME.unfinished.wav, and can be read at any time up to the last write: whatever ends the process, what
-// was written stays. A file left over like that is never written over; the next one is NAME.unfinished-2.wav.
+// A recording in progress: 32-bit floats in a WAV file (RF64 from 4 GiB up). Until finish() the file is called
+// NAME.unfinished.wav, in the final folder, and can be read at any time up to the last write, so what was written
+// survives however the process ends. Such a file is never overwritten; the next one is NAME.unfinished-2.wav.
 class TakeFile {
  public:
-  // Throws Failure unless `path` ends in .wav and there is no such file yet, or `replace` and it is a regular one.
+  // Throws Failure unless `path` ends in .wav and either does not exist or, with `replace`, is a regular file.
   static void check(const std::string& path, bool replace);
 
   // `rate` in Hz. Throws Failure as check() does, or when the file cannot be written.
@@ -28,8 +28,8 @@ class TakeFile {
   // Whether the unfinished file is still under its name: false when it or its folder was removed or renamed.
   bool isInPlace() const;
 
-  // Completes the file and gives it its name. Throws Failure, leaving the unfinished file, when the system refuses or,
-  // without `replace`, the name is taken meanwhile.
+  // Completes the file and gives it its name. Throws Failure, leaving the unfinished file, if the system refuses or,
+  // without `replace`, the name has been taken in the meantime.
   void finish();
 
   const std::string& path() const noexcept { return path_; }

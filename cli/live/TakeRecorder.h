@@ -15,8 +15,8 @@
 #include "cli/live/TakeFile.h"
 #include "cli/text/Failure.h"
 
-// Writes what the audio thread plays into a file, on a thread of its own. When the disk falls behind by more than
-// kBufferSeconds, what finds no room is left out, counted, and stands in the file as silence of the same length.
+// Writes what the audio thread plays into a file, on a thread of its own. If the disk falls behind by more than
+// kBufferSeconds, frames that do not fit the buffer are counted and written to the file as silence.
 class TakeRecorder {
  public:
   static constexpr int kBufferSeconds = 10;
@@ -61,20 +61,20 @@ class TakeRecorder {
     }
   }
 
-  // The audio thread: `frames` of silence, for a time in which nothing could be played.
+  // The audio thread: records `frames` of silence, for a time in which nothing could be played.
   void skip(std::int64_t frames) noexcept { missing_ += frames; }
 
-  // Frames that found no room so far. Any thread.
+  // Frames lost so far. Any thread.
   std::int64_t lostFrames() const noexcept { return lost_.load(std::memory_order_relaxed); }
 
-  // Why the file cannot be written any further; empty as long as it can. Any thread but the audio thread.
+  // Why the file can no longer be written; empty as long as it can. Any thread but the audio thread.
   std::string failure() const {
     const std::lock_guard guard(mutex_);
     return failure_;
   }
 
-  // Writes the rest and gives the file its name; the audio thread must have stopped recording. Throws Failure when that
-  // cannot be done, or could not be before.
+  // Writes the rest and gives the file its name; the audio thread must have stopped recording. Throws Failure if that
+  // fails, or if writing failed before.
   void finish() {
     stop();
     if (!failure_.empty()) throw Failure(failure_);
@@ -122,7 +122,7 @@ class TakeRecorder {
       got = samples_.read(piece.data(), piece.size());
       auto frames = static_cast<std::int64_t>(got / channels_);
       const float* from = piece.data();
-      // A gap is sent before the samples behind it, so it is there by now.
+      // A gap is sent before the samples that follow it, so it has arrived by now.
       while (nextGap_.length > 0 || gaps_.read(&nextGap_, 1) > 0) {
         if (nextGap_.frame >= written_ + frames) break;
         const std::int64_t before = nextGap_.frame - written_;

@@ -12,40 +12,40 @@
 #include "cli/metadata/channelLayout.h"
 #include "cli/metadata/chunks.h"
 
-// What a sound file says beside its sound: who is heard, when it was recorded, which channel is which, what is marked.
+// What a sound file holds besides sound: tags, recording data, the channel layout, markers.
 //
-// From WAV to WAV (RF64 too), AIFF to AIFF and CAF to CAF the known chunks go over byte by byte, but for the loudness
-// in a Broadcast-WAV's entries, which becomes "not measured". Tags and pictures go over between all formats that have
-// them.
+// From WAV to WAV (RF64 too), AIFF to AIFF and CAF to CAF the known chunks are copied byte by byte, except the loudness
+// in a Broadcast-WAV's entries, which becomes "not measured". Tags and pictures are copied between all formats that
+// have them.
 class Metadata {
  public:
   Metadata() = default;
 
-  // Of an open file. `path` is where it is; empty for a stream, of which only the layout and some tags are known.
+  // Reads an open file at `path`. For a stream, `path` is empty; only the layout and some tags are then known.
   Metadata(SNDFILE* file, const SF_INFO& info, const std::string& path);
 
   std::size_t size() const;  // bytes that it adds to a file, at most
 
-  // Of three channels or more; empty when none is told. What is read from Ogg files is in WAV's order, as AudioReader
-  // gives their sound.
+  // Only for three channels or more; empty if the file has none. The layout of Ogg files is in WAV's order, as
+  // AudioReader returns their sound.
   const ChannelLayout& layout() const noexcept { return layout_; }
   void setLayout(const ChannelLayout& layout);
 
-  // For a result at another rate: what counts in the recording's samples cannot be kept, but for a Broadcast-WAV's time
-  // reference, which is converted.
+  // Adapts this to a result at another rate: whatever counts the recording's samples is dropped, except a
+  // Broadcast-WAV's time reference, which is converted.
   void changeRate(int from, int to);
 
-  // This without all but the channel layout.
+  // Only the channel layout of this.
   Metadata layoutAlone() const;
 
-  // Into a file that was opened for writing, before its first sample.
+  // Writes into a file that was opened for writing, before its first sample.
   void putInto(SNDFILE* file) const;
 
-  // Into the same file of libsndfile's `format` once it is complete; it is open as `descriptor`, and at `path`, too.
-  // Throws Failure, without a file name, when that fails.
+  // Writes into the same file, of libsndfile's `format`, once it is complete; it is open as `descriptor` and can be
+  // reached at `path`, too. Throws Failure, without a file name, if that fails.
   void addTo(int descriptor, const std::string& path, int format) const;
 
-  // What is here and not there, in a reader's words, like "cover picture, cue points"; empty when nothing is missing.
+  // Lists what is here but not there, for the user, like "cover picture, cue points"; empty if nothing is missing.
   std::string missingFrom(const Metadata& other) const;
 
  private:

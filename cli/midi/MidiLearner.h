@@ -10,24 +10,24 @@
 // Learns a map: for each action in turn it takes the control that moves. One thread.
 class MidiLearner {
  public:
-  // Begins with what `map` has; what is skipped stays.
+  // Starts from `map`; skipped actions keep their controls.
   explicit MidiLearner(const MidiMap& map) : map_(map) {}
 
   bool isDone() const noexcept { return step_ == MidiMap::kNumRoles; }
   const MidiMap& map() const noexcept { return map_; }
 
-  // What the player is to do now, like "Move the control for Volume"; empty when done.
+  // What to ask the player for, like "Move the control for Volume"; empty when done.
   std::string request() const;
 
-  // A control moved, at `seconds` of any clock. Answers what to tell the player, like "volume: controller 7"; empty
-  // when there is nothing to tell.
+  // Call it when a control moved, at `seconds` of any clock. Returns a message for the player, like "volume: controller
+  // 7"; empty if there is none.
   //
   // A pedal that sends 14 bits sends two controllers, n and n + 32: they count as one control, controller n. A switch
-  // for On/Off that lets go within half a second is taken for one that toggles. Other switches count as sending presses
-  // alone until they let go. A switch that sends program changes cannot be learned.
+  // for On/Off that is released within half a second becomes a toggle. Other switches count as press-only until they
+  // are released. A switch that sends program changes cannot be learned.
   std::string take(const MidiControl& control, double seconds);
 
-  // Leaves the action as it is.
+  // Skips the action, which keeps its control.
   void skip();
 
  private:

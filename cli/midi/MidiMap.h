@@ -13,7 +13,7 @@ enum class LiveAction : std::uint8_t {
   volume,
   fuzz,
   onOff,   // on while pressed
-  toggle,  // changes over at each press
+  toggle,  // switches over at each press
   previousProgram,
   nextProgram,
   tuner,
@@ -23,7 +23,7 @@ enum class LiveAction : std::uint8_t {
 
 // One control of a MIDI device: a knob, a pedal or a switch that sends a controller, a note or a program change.
 struct MidiControl {
-  static constexpr int kPressed = 64;  // the least value of a controller that counts as pressed
+  static constexpr int kPressed = 64;  // the lowest controller value that counts as pressed
   enum class Kind : std::uint8_t { controller, note, program };
   Kind kind = Kind::controller;
   std::uint8_t number = 0;  // 0 to 127
@@ -34,7 +34,7 @@ struct MidiControl {
   std::string text() const;  // "controller 7"
 };
 
-// Which MIDI control does what: a plain table, so that the audio thread may read it.
+// Which MIDI control does what: a plain table that the audio thread can read.
 class MidiMap {
  public:
   static constexpr std::size_t kNumRoles = 7;
@@ -42,7 +42,7 @@ class MidiMap {
   struct Role {
     const char* key;
     LiveAction action;
-    const char* request;  // what to do when the map is learned
+    const char* request;  // the prompt while the map is learned
   };
   static const std::array<Role, kNumRoles> kRoles;
 
@@ -57,16 +57,16 @@ class MidiMap {
   // The control of `action`; false when it has none.
   bool findControl(LiveAction action, MidiControl& control) const noexcept;
 
-  // The value of a knob, 0 to 1, where a control of Volume or Fuzz stands at 0 to 127.
+  // The knob's value, 0 to 1, when a control for Volume or Fuzz is at 0 to 127.
   float valueAt(LiveAction action, int position) const noexcept;
 
-  // Whether a switch sends presses alone, so that each message of 64 or more is one. Otherwise a controller counts as
+  // Whether a switch is press-only, so that each message of 64 or more is a press. Otherwise a controller counts as
   // pressed when it rises to 64.
   bool sendsPressesOnly(LiveAction action) const noexcept { return pressOnly_[index(action)]; }
   void setPressOnly(LiveAction action, bool pressOnly) noexcept { pressOnly_[index(action)] = pressOnly; }
 
-  // The control is the only one of `action` from then on, over the whole range, and does nothing else.
-  // LiveAction::toggle stands in the place of LiveAction::onOff.
+  // Makes the control the only one of `action`, over the whole range, and removes its other actions. LiveAction::toggle
+  // replaces LiveAction::onOff.
   void assign(LiveAction action, const MidiControl& control);
 
   // The text of the file.
@@ -77,7 +77,7 @@ class MidiMap {
     return (control.kind == MidiControl::Kind::note ? 128U : 0U) + (control.number & 127U);
   }
 
-  // Where toggle and onOff share one place.
+  // The index of an action; toggle and onOff share one.
   static std::size_t index(LiveAction action) noexcept {
     return static_cast<std::size_t>(action == LiveAction::toggle ? LiveAction::onOff : action);
   }

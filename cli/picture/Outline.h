@@ -6,16 +6,16 @@
 
 #include "cli/picture/Picture.h"
 
-// What a picture shows of a sound: every sample, or where these are too many the lowest and the highest of each of
-// 1000 to 2000 stretches of equal length. What it holds does not grow with the sound.
+// A sound reduced for drawing: every sample or, if there are too many, the lowest and highest of each of 1000 to 2000
+// stretches of equal length. Its memory does not grow with the sound.
 class Outline {
  public:
   void add(double sample);
 
-  // The largest sample so far, without its sign.
+  // The largest magnitude so far.
   double peak() const noexcept;
 
-  // The sound's line or band over time, its first sample at `start` seconds.
+  // The sound as a line or band over time; its first sample is at `start` seconds.
   Picture::Series draw(const std::string& title, double start, int rate) const;
 
  private:

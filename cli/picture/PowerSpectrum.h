@@ -8,10 +8,10 @@
 
 #include "cli/picture/Picture.h"
 
-// A sound's mean power over frequency, by Welch's method: Hann windows of about a second, each a quarter of its length
-// after the one before, their powers averaged. At that distance the squared windows add up to a constant, so every
-// sample counts alike, and all of the spectrum together is the sound's mean square, however short the sound.
-// What it holds does not grow with the sound.
+// A sound's mean power over frequency, by Welch's method: the averaged power of Hann windows of about a second that
+// overlap by three quarters. At that overlap the squared windows add up to a constant, so every sample has the same
+// weight, and the whole spectrum sums to the sound's mean square, however short the sound. Its memory does not grow
+// with the sound.
 class PowerSpectrum {
  public:
   // `rate` in Hz, at least 1.
@@ -20,8 +20,8 @@ class PowerSpectrum {
   void add(double sample);
 
   // The level around each frequency from 20 Hz to 20 kHz or half the rate: the power within a band of a twelfth of an
-  // octave, a semitone, in dB against the power of a full-scale sine. So a steady sine reads its own level, and noise
-  // of equal power at all frequencies rises by 3 dB an octave. At least kFloor. Empty without samples.
+  // octave, a semitone, in dB against the power of a full-scale sine. So a steady sine shows its own level, and white
+  // noise rises by 3 dB per octave. At least kFloor. Empty without samples.
   Picture::Points levels() const;
 
   static constexpr double kFloor = -200.0;  // dB

@@ -23,7 +23,7 @@ class SoundPart {
 
   int rate() const noexcept { return reader_.format().rate; }  // Hz
 
-  // Hands it to `take`, sample by sample. Once. Throws Failure when it has no sample.
+  // Passes it to `take`, sample by sample. Call it once. Throws Failure if it has no sample.
   void read(const std::function<void(double)>& take);
 
  private:
@@ -31,8 +31,8 @@ class SoundPart {
   SoundRange range_;
 };
 
-// The first channels of sounds over time, over each other.
+// Draws the first channels of sounds over time, on top of each other.
 Picture drawWaves(const std::vector<std::string>& paths, const SoundRange& range);
 
-// The first channels of sounds over time, below each other on one scale, and the spectra of all.
+// Draws the first channels of sounds over time, below each other on one scale, and the spectra of all.
 Picture drawSounds(const std::vector<std::string>& paths, const SoundRange& range);

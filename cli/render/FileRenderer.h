@@ -13,20 +13,20 @@ class Progress;
 //
 //   AudioReader - trim - EffectChannels, between two SampleRateConverters - OutputStage - AudioWriter
 //
-// Streams: what it holds does not grow with the recording. Any thread may render, several at once, too.
+// It streams, so its memory does not grow with the recording. Any thread may call render(), several at once, too.
 class FileRenderer {
  public:
   // Cores that this process may run on, at least 1.
   static unsigned cores() noexcept;
 
-  // `jobs` is how many recordings are rendered at a time: with cores to spare, each is read, played and written side by
-  // side.
+  // `jobs` is how many recordings are rendered at a time. If cores are left over, each recording is read, played and
+  // written in parallel.
   FileRenderer(const EffectModule& module, const RenderSettings& settings, unsigned jobs);
 
-  // Tells the bar how much render() will add for `in`; nothing when that cannot be told.
+  // Tells the progress bar how much render() will add for `in`; nothing if that is not known.
   void announce(const std::string& in, Progress& progress) const;
 
-  // Whether there is a complete sound at `out`, which need not be rendered again.
+  // Whether there is a complete sound at `out`, so that it need not be rendered again.
   bool isDone(const std::string& out) const;
 
   // Renders `in` to `out`, either of which may be "-". Throws Failure, leaving no new file.
@@ -37,7 +37,7 @@ class FileRenderer {
   double trimFor(const std::string& in) const;
   AudioFormat outputFormat(const AudioReader& reader, const std::string& out) const;
   void check(const AudioReader& reader, const std::string& out) const;
-  // Answers the sound's own peak.
+  // Returns the sound's own peak.
   double run(AudioReader& reader, OutputStage& output, double trim, Progress& progress) const;
 
   const EffectModule& module_;

@@ -10,20 +10,20 @@
 
 class WriteBehind;
 
-// What happens to the effect's answer: brings it to its level, ends it with its tail, measures and writes it.
+// Processes the effect's output: sets its level, ends it after its tail, measures and writes it.
 class OutputStage {
  public:
-  // `writer` null: only measures. `tailSeconds` empty: as long as it is heard.
+  // With a null `writer` it only measures. If `tailSeconds` is empty, the tail lasts as long as it is audible.
   OutputStage(WriteBehind* writer, int rate, int channels, double gain, std::optional<double> tailSeconds);
 
-  // Tells the length of the sound, once known: what comes after it is its tail. No frame after it may have been
-  // written before.
+  // Sets the length of the sound, once known; what follows is its tail. No frame of the tail may have been written
+  // before.
   void endSound(std::int64_t frames) noexcept { soundLength_ = frames; }
 
   // Takes what comes next, and changes it. Throws Failure when a sample is not a number or cannot be written.
   void write(std::span<double> samples);
 
-  // True when nothing that follows would be kept. Until then the source plays silence after the sound.
+  // True once nothing that follows would be kept. Until then the caller must play silence after the sound.
   bool isComplete() const noexcept { return received_ >= soundLength_ && tail_.isComplete(); }
 
   int rate() const noexcept { return rate_; }  // Hz

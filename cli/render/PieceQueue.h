@@ -7,14 +7,15 @@
 #include <mutex>
 #include <vector>
 
-// Interleaved samples that are read, played or written in one go.
+// Interleaved samples that are read, played or written at once.
 using Piece = std::vector<double>;
 
-// Hands pieces from one thread to another in their order, a few at a time: who is ahead waits. Pieces are swapped, not
-// copied, so the memory of those that were used goes back.
+// Passes pieces from one thread to another in order. It holds a few; the thread that is ahead waits. Pieces are
+// swapped, not copied, so that their memory is reused.
 class PieceQueue {
  public:
-  // Waits for room, then takes `piece` and leaves a used one. False, and nothing taken, when the queue is closed.
+  // Waits for room, then takes `piece` and leaves a used one in its place. If the queue is closed, takes nothing and
+  // returns false.
   bool push(Piece& piece) {
     std::unique_lock lock(mutex_);
     changed_.wait(lock, [this] { return closed_ || count_ < pieces_.size(); });
@@ -37,14 +38,14 @@ class PieceQueue {
     return true;
   }
 
-  // Nothing more goes in; what is there can still be taken.
+  // From now on nothing can be added; what is there can still be taken.
   void close() {
     const std::lock_guard guard(mutex_);
     closed_ = true;
     changed_.notify_all();
   }
 
-  // Nothing more goes in or comes out.
+  // From now on nothing can be added or taken.
   void abandon() {
     const std::lock_guard guard(mutex_);
     closed_ = true;

@@ -7,11 +7,11 @@
 #include "cli/audio/AudioReader.h"
 #include "cli/render/PieceQueue.h"
 
-// Reads a sound in pieces; with `threaded`, a few pieces ahead on a thread of its own. One thread uses it, and nobody
-// else reads from the reader, which must live longer.
+// Reads a sound in pieces; with `threaded`, a few pieces ahead on a thread of its own. For one thread. Nothing else may
+// read from the reader, which must outlive this.
 class ReadAhead {
  public:
-  // `frames` in each piece but the last.
+  // `frames` is the length of each piece but the last.
   ReadAhead(AudioReader& reader, int frames, bool threaded) : reader_(reader), frames_(frames) {
     if (threaded) thread_ = std::thread([this] { run(); });
   }
@@ -22,7 +22,7 @@ class ReadAhead {
     if (thread_.joinable()) thread_.join();
   }
 
-  // Puts what comes next into `piece`; nothing at the end. Throws what the reader throws.
+  // Reads the next samples into `piece`; none at the end. Throws what the reader throws.
   void next(Piece& piece) {
     if (!thread_.joinable()) return read(piece);
     if (queue_.pop(piece)) return;

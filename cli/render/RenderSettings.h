@@ -10,14 +10,14 @@
 #include "cli/effect/Automation.h"
 #include "cli/effect/EffectChannels.h"
 
-// How recordings are rendered; the same for all of one command.
+// How recordings are rendered; the same for all recordings of one command.
 struct RenderSettings {
   EffectSettings effect;
   std::optional<Automation> automation;
   bool nativeRate = false;          // else through 44100 or 48000 Hz, whichever is nearer
   double trim = 0.0;                // dB that the sound lies above a guitar's own level
   bool automaticTrim = false;       // `trim` from the sound's own peak instead
-  bool advisesTrim = false;         // tell of sounds that want a trim
+  bool advisesTrim = false;         // print a note about sounds that need a trim
   std::optional<double> normalize;  // dBFS of the result's peak
   std::optional<double> tail;       // seconds; nothing: as long as it is heard
   AudioWriter::Options writer;
@@ -26,12 +26,12 @@ struct RenderSettings {
   std::optional<int> sampleFormat;  // of the output; nothing: the input's
   std::optional<int> outRate;       // Hz, of the output; nothing: the input's, or the nearest that the format can have
   std::string suffix;               // of outputs' names in a folder, before the ending
-  bool skipExisting = false;        // leave what is there as it is, and say so
+  bool skipExisting = false;        // keep results that exist, and say so
   bool quiet = false;               // print errors only
   unsigned jobs = 0;                // recordings at a time; 0: one for each core
 };
 
-// What came of one recording.
+// The result for one recording.
 struct RenderResult {
   std::int64_t frames = 0;
   int rate = 44100;
@@ -39,7 +39,7 @@ struct RenderResult {
   std::int64_t clipped = 0;
   double trim = 0.0;  // dB, as used
   std::string note;   // what the reader should know, if anything
-  // dB that the sound lies above a guitar's own level, where that is far and settings.advisesTrim; else 0
+  // With settings.advisesTrim, dB that the sound is above a guitar's own level if that is far; else 0.
   double missingTrim = 0.0;
 
   double seconds() const noexcept { return static_cast<double>(frames) / rate; }

@@ -8,8 +8,8 @@
 #include "cli/audio/AudioWriter.h"
 #include "cli/render/PieceQueue.h"
 
-// Writes a sound; with `threaded`, on a thread of its own that may be a few pieces behind. One thread uses it, and
-// nobody else uses the writer, which must live longer, until finish() has returned.
+// Writes a sound; with `threaded`, on a thread of its own that may be a few pieces behind. For one thread. Nothing else
+// may use the writer, which must outlive this, until finish() has returned.
 class WriteBehind {
  public:
   WriteBehind(AudioWriter& writer, bool threaded) : writer_(writer) {
@@ -18,7 +18,7 @@ class WriteBehind {
   WriteBehind(const WriteBehind&) = delete;
   WriteBehind& operator=(const WriteBehind&) = delete;
 
-  // What is not written yet is dropped.
+  // Drops what has not been written yet.
   ~WriteBehind() {
     queue_.abandon();
     if (thread_.joinable()) thread_.join();

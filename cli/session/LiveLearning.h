@@ -19,15 +19,15 @@ class LiveLearning {
 
   const MidiMap& map() const noexcept { return maps_.back(); }
 
-  // Asks for one control after the other; what comes from the player goes into a new map.
+  // Asks for one control after the other; the controls that move go into a new map.
   void start(LivePlayer& player, LiveMessages& messages);
   bool isOn() const noexcept { return learner_.has_value(); }
 
   // Call it a few times a second: takes the controls that moved.
   void proceed(LivePlayer& player, LiveMessages& messages);
-  // Leaves the control that is asked for as it is.
+  // Skips the action that is asked for, which keeps its control.
   void skip(LivePlayer& player, LiveMessages& messages);
-  // Ends it, and the map stays as it was.
+  // Cancels learning; the map stays as it was.
   void cancel(LivePlayer& player, LiveMessages& messages);
 
  private:

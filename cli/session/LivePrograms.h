@@ -11,32 +11,32 @@
 #include "cli/live/LivePlayer.h"
 #include "cli/session/LiveMessages.h"
 
-// The sixteen programs of a session: their names, and their way between the bank's file and the player. The control
-// thread.
+// The sixteen programs of a session: their names, and their transfer between the bank's file and the player. The
+// control thread.
 class LivePrograms {
  public:
-  static constexpr auto kRest = std::chrono::seconds(3);  // from the last change until it is written
+  static constexpr auto kRest = std::chrono::seconds(3);  // from the last change until the bank is written
 
   struct File {
     std::string path;   // empty: none
-    bool keep = false;  // what was turned is written back
+    bool keep = false;  // changes are written back to the bank
   };
 
-  // Loads what `settings` says into the player. Throws Failure when the module is another effect than the player plays.
+  // Loads the settings into the player. Throws Failure if the module is not the effect that the player plays.
   LivePrograms(const EffectModule& module, const EffectSettings& settings, File file, LivePlayer& player,
                LiveMessages& messages);
 
   const std::string& name(int program) const { return names_.at(static_cast<std::size_t>(program)); }
 
-  // Reads the bank's file again, whole or not at all, and keeps the program selected.
+  // Reads the bank's file again, completely or not at all; the selected program stays selected.
   void readBank();
   // Writes all programs to the bank's file, as they are now.
   void writeBank();
 
   // Call it a few times a second: stores the program that plays when a MIDI control asks for it, and with `keep` writes
-  // all programs some time after the last change. A file that another program has changed is not written by itself.
+  // all programs some time after the last change. A file that another program has changed is not written automatically.
   void check();
-  // With `keep` writes what has changed since.
+  // With `keep`, writes the changes since the last write.
   void end();
 
  private:

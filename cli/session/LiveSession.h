@@ -16,31 +16,31 @@
 #include "cli/session/LiveSignals.h"
 #include "cli/session/LiveTakes.h"
 
-// How `brumbler live` was asked to play.
+// The options of `brumbler live`.
 struct LiveSettings {
   EffectSettings effect;
   LivePrograms::File bank;
   double trim = 0.0;  // dB that the sound lies above a guitar's own level
   bool stereo = false;
   JackClient::Wishes jack;
-  bool wait = false;        // for a server, now and when it goes
+  bool wait = false;        // for a server, at the start and when it quits
   int midiChannel = -1;     // 0 to 15; -1 is all
   std::string midiMapPath;  // empty: none
   bool learn = false;
-  std::string recordPath;     // of what goes out; empty: none
-  std::string recordDryPath;  // of what comes in
+  std::string recordPath;     // of the output; empty: none
+  std::string recordDryPath;  // of the input
   bool replace = false;       // takes that exist
 };
 
-// One run of `brumbler live`: the control thread. It reads keys and signals, joins servers as they come, and shows what
-// plays. It alone sends changes to the player.
+// One run of `brumbler live`: the control thread. It reads keys and signals, joins servers as they appear, and updates
+// the screen. Only it sends changes to the player.
 class LiveSession {
  public:
-  // Throws Failure when a file of the settings cannot be read, or the module is not the effect that this plays.
+  // Throws Failure when a file of the settings cannot be read, or the module is not the effect that this command plays.
   LiveSession(const EffectModule& module, const LiveSettings& settings);
 
-  // Plays until the player quits or a signal comes. Throws Failure when there is no server and none is waited for, or
-  // something that was played is not in its file.
+  // Plays until the player quits or a signal comes. Throws Failure if there is no server and it is not to wait for one,
+  // or if part of a take is missing from its file.
   void run();
 
  private:
@@ -63,7 +63,7 @@ class LiveSession {
   void tellEnd() const;
   void draw();
 
-  // Members are destroyed from the last to the first, so the client's threads end before what they use.
+  // Members are destroyed in reverse order, so the client's threads end before the objects that they use.
   bool wait_;
   bool learn_;
   std::unique_ptr<LiveSignals> signals_;

@@ -12,28 +12,28 @@
 #include "cli/live/TakeRecorder.h"
 #include "cli/session/LiveMessages.h"
 
-// The takes of a session: what comes in and what goes out, each in a file of its own, and in a further file
-// (take-2.wav) for each change of the sample rate. The control thread. Must outlive every thread that plays.
+// The takes of a session: input and output, each in its own file, and a new file (take-2.wav) after each change of the
+// sample rate. The control thread. Must outlive every thread that plays.
 class LiveTakes {
  public:
   // Empty paths: not recorded. Throws Failure when a take cannot be written there.
   LiveTakes(std::string dryPath, std::string wetPath, bool replace, LivePlayer& player, LiveMessages& messages);
 
-  // Records from now on, at the player's rate: takes of another rate end and go on in further files. Throws Failure
-  // when the first file of a take cannot be written.
+  // Records from now on, at the player's rate: takes of another rate end and continue in new files. Throws Failure if
+  // the first file of a take cannot be written.
   void start();
 
-  // Call it a few times a second: tells what the disk could not take, and follows a change of the sample rate. A take
-  // that cannot be written stops, and goes on in a further file as soon as there is a folder with kLeastRoom.
+  // Call it a few times a second: reports what the disk could not take, and follows a change of the sample rate. A take
+  // that cannot be written stops, and continues in a new file as soon as there is a folder with kLeastRoom.
   void check();
 
-  // Completes the files; nothing records any more. The caller tells failure(); others are told here.
+  // Completes the files and stops recording. The caller reports failure(); further failures are reported here.
   void end();
 
-  // The first failure; empty when all that was played is in its file.
+  // The first failure; empty if the takes are complete.
   const std::string& failure() const noexcept { return failure_; }
 
-  // For the screen: a line for each take that is recorded, and for each that should be but is not.
+  // For the screen: a line for each take that is being recorded, and for each that should be but is not.
   std::vector<std::string> lines() const;
   std::vector<std::string> warnings() const;
 

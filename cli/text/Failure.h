@@ -7,7 +7,7 @@
 
 #include "cli/text/printable.h"
 
-// An error, in one printable line that names the culprit and says what to do. main() prints it and exits with `status`.
+// An error, in one printable line that names the cause and says what to do. main() prints it and exits with `status`.
 class Failure : public std::runtime_error {
  public:
   enum Status : int {
@@ -21,7 +21,7 @@ class Failure : public std::runtime_error {
   Status status;
 };
 
-// The system's words for an errno. Any thread, unlike std::strerror.
+// The system's text for an errno. Any thread may call it, unlike std::strerror.
 inline std::string systemError(int code) {
   const char* const text = strerrordesc_np(code);
   return text != nullptr ? text : "error " + std::to_string(code);

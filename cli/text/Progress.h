@@ -5,8 +5,8 @@
 #include <mutex>
 #include <optional>
 
-// A progress bar on standard error, counted in seconds of sound. Draws nothing unless that is a terminal
-// and the bar is wanted. Any thread.
+// A progress bar on standard error, counted in seconds of sound. It is drawn only if standard error is a terminal and
+// the bar is wanted. Any thread.
 class Progress {
  public:
   explicit Progress(bool wanted = true);
@@ -14,11 +14,11 @@ class Progress {
   Progress& operator=(const Progress&) = delete;
   ~Progress() { clear(); }
 
-  void expect(double seconds);  // adds to what is to be done
-  void expectUnknown();         // there is no telling how much; the bar becomes a counter
-  void add(double seconds);     // adds to what is done
+  void expect(double seconds);  // adds to the total
+  void expectUnknown();         // the total is unknown; the bar becomes a counter
+  void add(double seconds);     // adds to the part done
 
-  // Takes the bar off the line, so that a message can stand there; the next add() draws it again.
+  // Clears the bar, so that a message can be printed; the next add() draws it again.
   void clear();
 
  private:

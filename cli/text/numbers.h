@@ -3,13 +3,13 @@
 
 #include <string>
 
-// The number that `text` is, from its first character to its last. Throws Failure (usage) naming `option` and the
-// limits when it is none or lies outside of them; `unit` follows the limits in that message.
+// The number that the whole of `text` represents. Throws Failure (usage) naming `option` and the limits if it is not a
+// number or is outside the limits; `unit` follows the limits in that message.
 double parseNumber(const std::string& option, const std::string& text, double least, double most,
                    const std::string& unit = "");
 int parseWhole(const std::string& option, const std::string& text, int least, int most);
 
-// Six digits, without zeros at the end.
+// Up to six digits, without trailing zeros.
 std::string shortText(double value);
 
 // Like "1 file" and "3 files".
