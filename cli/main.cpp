@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The command `brumbler`: a host of the effect, written for people.
+// The command `brumbler`: a host of the effect for the command line.
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cerrno>
@@ -48,7 +48,7 @@ int run(int argc, char** argv) {
     arguments.erase(arguments.begin());
     arguments.emplace_back("--help");
   }
-  std::reverse(arguments.begin(), arguments.end());  // as CLI11 takes them
+  std::reverse(arguments.begin(), arguments.end());  // the order that CLI11 expects
   try {
     app.parse(arguments);
   } catch (const CLI::ParseError& error) {

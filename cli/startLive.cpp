@@ -14,7 +14,7 @@
 
 void playLive(const EffectModule& /*module*/, const LiveSettings& /*settings*/) {
   const std::string program = findBeside("brumbler-live");
-  // Without this the loader would end the program in words of its own.
+  // Otherwise the loader would end the program with its own message.
   for (const char* const library : {"libjack.so.0", "libncursesw.so.6"}) {
     if (dlopen(library, RTLD_LAZY | RTLD_LOCAL) != nullptr) continue;
     throw Failure(std::string("brumbler live needs ") + library +

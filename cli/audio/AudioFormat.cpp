@@ -15,7 +15,7 @@ namespace {
 
 struct Ending {
   const char* text;
-  int format;  // the container, and the sample format where the ending names that, too
+  int format;  // the container, and the sample format if the ending implies one
 };
 constexpr Ending kEndings[] = {
     {"wav", SF_FORMAT_WAV},
@@ -38,8 +38,8 @@ struct SampleFormat {
   int format;
   const char* name;
 };
-// Without loss, from the finest to the coarsest, then what only sounds alike. What cannot be kept becomes the last in
-// this list that is no coarser, else the first that can be had.
+// Lossless formats from the finest to the coarsest, then lossy ones. A format that is not supported is replaced by the
+// last one in this list that is not coarser, or else by the first one that is supported.
 constexpr SampleFormat kByFineness[] = {
     {SF_FORMAT_DOUBLE, "64-bit float"}, {SF_FORMAT_PCM_32, "32-bit"},      {SF_FORMAT_ALAC_32, "32-bit ALAC"},
     {SF_FORMAT_FLOAT, "32-bit float"},  {SF_FORMAT_PCM_24, "24-bit"},      {SF_FORMAT_ALAC_24, "24-bit ALAC"},
@@ -49,7 +49,7 @@ constexpr SampleFormat kByFineness[] = {
     {SF_FORMAT_ALAW, "A-law"},
 };
 
-// Where the search for a container's sample format begins: a sound that was decoded has its decoder's precision.
+// Where the search for a container's sample format begins. A decoded sound has its decoder's precision.
 int precisionOf(int sampleFormat) {
   switch (sampleFormat) {
     case SF_FORMAT_VORBIS:
@@ -57,12 +57,12 @@ int precisionOf(int sampleFormat) {
     case SF_FORMAT_MPEG_LAYER_I:
     case SF_FORMAT_MPEG_LAYER_II:
     case SF_FORMAT_MPEG_LAYER_III: return SF_FORMAT_PCM_24;
-    case SF_FORMAT_PCM_S8: return SF_FORMAT_PCM_U8;  // the other kind of 8 bits comes before more of them
+    case SF_FORMAT_PCM_S8: return SF_FORMAT_PCM_U8;  // prefer the other 8-bit format to a larger one
     default: return integerBits(sampleFormat) != 0 || isLinear(sampleFormat) ? sampleFormat : SF_FORMAT_PCM_16;
   }
 }
 
-// The rates of encoders that do not take all; empty for the others.
+// The rates of encoders that support only some; empty for the others.
 std::vector<int> ratesOf(int container) {
   if ((container & SF_FORMAT_SUBMASK) == SF_FORMAT_OPUS) return {8000, 12000, 16000, 24000, 48000};
   if ((container & SF_FORMAT_TYPEMASK) != SF_FORMAT_MPEG) return {};
@@ -127,10 +127,10 @@ AudioFormat inContainer(const AudioFormat& wanted, int container, int sampleForm
 }
 
 AudioFormat inContainer(const AudioFormat& wanted, int container, const std::string& path) {
-  if ((container & SF_FORMAT_SUBMASK) != 0) {  // the ending names the sample format, too
+  if ((container & SF_FORMAT_SUBMASK) != 0) {  // the ending implies the sample format
     if (canBeWritten(with(wanted, container, 0))) return with(wanted, container, 0);
   } else {
-    // MP3 in a WAV file is possible and nobody's wish.
+    // MP3 in a WAV file is possible, but nobody wants it.
     const bool isOwn = wanted.sampleFormat() != SF_FORMAT_MPEG_LAYER_III;
     if (isOwn && canBeWritten(with(wanted, container, wanted.sampleFormat()))) {
       return with(wanted, container, wanted.sampleFormat());

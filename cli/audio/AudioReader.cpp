@@ -24,7 +24,7 @@ namespace {
 constexpr std::int64_t kUnknownLengthBytes = 0x7FFFF000;
 constexpr std::int64_t kMostHeaderBytes = 24;        // of a chunk
 constexpr int kSlowest = 1000, kFastest = 10000000;  // Hz, of a recording
-constexpr std::int64_t kFewFrames = 512;             // whose lack at the end is told, and no reason to refuse
+constexpr std::int64_t kFewFrames = 512;             // if no more are missing at the end, a note is enough
 
 std::string seconds(std::int64_t frames, int rate) {
   char text[32];
@@ -52,7 +52,8 @@ std::int64_t bytesPerFrame(const AudioFormat& format) {
   return std::int64_t{bytes} * format.channels;
 }
 
-// The size of a chunk as the file gives it; 0 when there is none, or the library does not tell for this container.
+// The size of a chunk according to the file; 0 if there is none, or if the library does not provide it for this
+// container.
 std::int64_t chunkBytes(SNDFILE* file, int container, const char* id) {
   if (container != SF_FORMAT_WAV && container != SF_FORMAT_WAVEX && container != SF_FORMAT_AIFF) return 0;
   SF_CHUNK_INFO chunk = {};
@@ -62,7 +63,7 @@ std::int64_t chunkBytes(SNDFILE* file, int container, const char* id) {
   return found != nullptr && sf_get_chunk_size(found, &chunk) == SF_ERR_NO_ERROR ? chunk.datalen : 0;
 }
 
-// The same from the words of the library's log, which is all that it has for RF64, W64 and AU.
+// The same from the text of the library's log, the only source for RF64, W64 and AU.
 std::int64_t loggedBytes(SNDFILE* file) {
   std::array<char, 4096> log{};
   sf_command(file, SFC_GET_LOG_INFO, log.data(), static_cast<int>(log.size()));
@@ -77,8 +78,8 @@ std::int64_t loggedBytes(SNDFILE* file) {
   return 0;
 }
 
-// Bytes of sound that the header of an uncompressed file announces; 0 when it does not. The library itself takes what
-// is left of a file that was cut off for the whole.
+// Bytes of sound according to the header of an uncompressed file; 0 if it does not say. The library itself treats what
+// is left of a truncated file as the whole.
 std::int64_t announcedBytes(SNDFILE* file, int container) {
   const bool is64 = container == SF_FORMAT_RF64 || container == SF_FORMAT_W64;
   std::int64_t bytes = chunkBytes(file, container, container == SF_FORMAT_AIFF ? "SSND" : "data");
@@ -86,7 +87,7 @@ std::int64_t announcedBytes(SNDFILE* file, int container) {
   return is64 || bytes < kUnknownLengthBytes ? bytes : 0;
 }
 
-// How the input begins, without taking anything from it.
+// Looks at the start of the input without consuming it.
 struct Beginning {
   bool isEmpty = false;
   bool isSeekingFormat = false;  // one that libsndfile reads from files only
@@ -105,7 +106,7 @@ Beginning lookAt(int descriptor, const struct stat& status) {
   return {got == 0, letters == "caff" || letters == "fLaC"};
 }
 
-// As a shell takes it for one word, and no program for an option.
+// Quoted so that a shell reads one word, and no program takes it for an option.
 std::string shellWord(const std::string& path) {
   std::string word = path.front() == '-' ? "./" + path : path;
   const auto isPlain = [](unsigned char c) { return std::isalnum(c) != 0 || c > 0x7F || std::strchr("_-./+,:@%", c); };
@@ -115,7 +116,7 @@ std::string shellWord(const std::string& path) {
   return quoted + "'";
 }
 
-// Whether a file's name is one of sound or video.
+// Whether a file's name has an ending of sound or video.
 bool isNamedAsSound(const std::string& path) {
   constexpr const char* kOthers[] = {"m4a", "mp4", "m4b", "m4v", "aac",  "ac3", "dts", "wma",  "wmv", "asf",
                                      "ape", "wv",  "mka", "mkv", "webm", "mov", "avi", "mpg",  "mp2", "3gp",
@@ -124,7 +125,7 @@ bool isNamedAsSound(const std::string& path) {
   return containerNamed(ending) || std::find(std::begin(kOthers), std::end(kOthers), ending) != std::end(kOthers);
 }
 
-// What to tell of a sound that the library does not take.
+// The message for a sound that the library cannot read.
 std::string whyUnreadable(const std::string& path, bool isFile, const Beginning& beginning) {
   if (beginning.isEmpty) {
     return isFile ? "the file is empty; choose one that holds a sound"
@@ -139,7 +140,7 @@ std::string whyUnreadable(const std::string& path, bool isFile, const Beginning&
          " -f wav - | brumbler render - OUT.wav; samples without a header need --raw";
 }
 
-// Whether the bytes from `at` on are chunks that end where the file does, rather than sound.
+// Whether the bytes from `at` on are chunks up to the end of the file, rather than sound.
 bool areChunks(int descriptor, std::int64_t at, std::int64_t end) {
   while (at < end) {
     std::array<unsigned char, 8> head{};
@@ -152,7 +153,7 @@ bool areChunks(int descriptor, std::int64_t at, std::int64_t end) {
   return at == end || at == end + 1;
 }
 
-// Whether a stream goes on behind its header, which has been read. Takes a byte of it.
+// Whether a stream continues after its header, which has been read. Consumes a byte.
 bool isMoreToRead(int descriptor) {
   char byte = 0;
   return read(descriptor, &byte, 1) == 1;
@@ -206,12 +207,13 @@ AudioReader::AudioReader(const std::string& path, const std::optional<AudioForma
   }
   if (raw || !isLinear(info.format)) return;
   const std::int64_t announced = announcedBytes(file_.get(), format_.container());
-  // Some count a header in.
+  // Some programs count a header as sound.
   if (announced - kMostHeaderBytes > info.frames * bytesPerFrame(format_)) frames_ = announced / bytesPerFrame(format_);
 }
 
-// Crashed recorders leave a header that tells a length of 0. Of a WAV file the library finds the sound by itself, when
-// the header's other length is that of an empty file, too: this shows it such a one. A file of another kind is refused.
+// Recorders that crash leave a header with a length of 0. In a WAV file the library finds the sound by itself if the
+// header's other length is that of an empty file, too, so this function presents it with such a header. Other formats
+// are refused.
 void AudioReader::openUnclosed(const std::string& path, SF_INFO& info, std::int64_t size) {
   constexpr std::int64_t kMostHeader = 1 << 16;
   const int container = info.format & SF_FORMAT_TYPEMASK;
@@ -262,7 +264,7 @@ AudioReader::Unclosed::~Unclosed() { close(descriptor); }
 
 int AudioReader::read(double* samples, int count) {
   int got = 0;
-  if (format_.sampleFormat() == SF_FORMAT_PCM_16) {  // the library is slow with these
+  if (format_.sampleFormat() == SF_FORMAT_PCM_16) {  // the library is slow with this format
     shorts_.resize(static_cast<std::size_t>(count) * static_cast<std::size_t>(format_.channels));
     got = static_cast<int>(sf_readf_short(file_.get(), shorts_.data(), count));
     fromIntegers(std::span(shorts_).first(static_cast<std::size_t>(got) * static_cast<std::size_t>(format_.channels)),

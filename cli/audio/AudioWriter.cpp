@@ -14,8 +14,8 @@ namespace {
 
 constexpr std::int64_t kMostBytes32 = 0xFFFFFFFF - 0x10000;  // of sound, in formats with 32-bit lengths
 constexpr std::uint32_t kUnknownLength = 0xFFFFFFFF;
-// What sox writes and takes for an unknown length without complaint. Other readers may stop there, so a sound that is
-// sure to be longer gets kUnknownLength.
+// The length that sox writes for streams and accepts as unknown without a warning. Other readers may stop there, so a
+// sound that is certainly longer gets kUnknownLength.
 constexpr std::uint32_t kUnknownWavLength = 0x7FFFF000;
 
 int bytesPerSample(const AudioFormat& format) {
@@ -64,8 +64,8 @@ class ByteString {
 
 }  // namespace
 
-// The library writes through these, so that every failed write is seen, whatever the codec makes of it. A stream cannot
-// seek: the library is told that it is where it wants to be.
+// The library writes through these, so that every failed write is noticed, even if the codec ignores it. A stream
+// cannot seek, so seeks only pretend to succeed.
 SF_VIRTUAL_IO AudioWriter::operations() noexcept {
   SF_VIRTUAL_IO io = {};
   io.get_filelen = [](void* user) -> sf_count_t {
@@ -134,11 +134,11 @@ void AudioWriter::openLibrary(int format, std::optional<double> quality) {
   if (file_ == nullptr) fail(sf_strerror(nullptr));
   sf_command(file_.get(), SFC_SET_CLIPPING, nullptr, SF_TRUE);
   if (quality) {
-    int mode = SF_BITRATE_MODE_VARIABLE;  // MP3's other modes have a rate in place of a quality
+    int mode = SF_BITRATE_MODE_VARIABLE;  // MP3's other modes have a bit rate instead of a quality
     sf_command(file_.get(), SFC_SET_BITRATE_MODE, &mode, sizeof mode);
     sf_command(file_.get(), SFC_SET_VBR_ENCODING_QUALITY, &*quality, sizeof *quality);
   }
-  // It holds the time of day; the same sound should give the same file.
+  // It contains the time of day, but the same sound should give the same file.
   sf_command(file_.get(), SFC_SET_ADD_PEAK_CHUNK, nullptr, SF_FALSE);
 }
 
@@ -188,7 +188,7 @@ void AudioWriter::writeBytes(const void* bytes, std::size_t count) {
   }
 }
 
-// The library would write a wrong length without a word.
+// The library would write a wrong length without an error.
 void AudioWriter::checkLength(std::int64_t frames) const {
   const bool has32Bits = format_.container() == SF_FORMAT_AIFF || format_.container() == SF_FORMAT_AU;
   if (has32Bits && frames > mostFrames32(format_, metadata_)) {
@@ -245,7 +245,7 @@ void AudioWriter::finish() {
   pending_->commit();
 }
 
-// Reads the file's end and all that is beside the sound: neither library tells of everything that it failed to write.
+// Reads the file's end and everything besides the sound, because neither library reports every failed write.
 void AudioWriter::checkAndCompare(const std::string& path) {
   SF_INFO info = {};
   lseek(descriptor_, 0, SEEK_SET);

@@ -18,9 +18,9 @@ namespace {
 
 constexpr int kBlock = 4096;              // frames read at a time
 constexpr int kMostDelay = 8192;          // samples, either way
-constexpr int kMatchedFrames = 48000;     // length of the stretch that is sought in the other sound
+constexpr int kMatchedFrames = 48000;     // length of the section that is searched for in the other sound
 constexpr double kAudible = 1e-5;         // -100 dBFS: where the sound begins
-constexpr double kLeastLikeness = 0.9;    // from which on two stretches are taken for the same sound
+constexpr double kLeastLikeness = 0.9;    // from here on two sections count as the same sound
 constexpr double kLikenessMargin = 1e-6;  // by which a longer delay must be better than a shorter one
 
 struct CompareOptions {
@@ -34,23 +34,23 @@ struct Difference {
   std::int64_t framesOfA = 0;  // in all
   std::int64_t framesOfB = 0;
   std::int64_t largestAt = 0;           // frame
-  std::optional<std::int64_t> firstAt;  // frame; nothing when all are the same
+  std::optional<std::int64_t> firstAt;  // frame; nothing if all are the same
   double largest = 0.0;
   double sumOfSquares = 0.0;
   double sumOfSquaresOfA = 0.0;
-  // The first channel of each, from where either begins to be heard, for the search for a delay.
+  // The first channel of each, from where either becomes audible, for the search for a delay.
   std::vector<double> startOfA, startOfB;
 };
 
 struct Delay {
-  int samples;      // by which B comes later than A
-  double likeness;  // -1 to 1, of the two when aligned; the level does not matter
+  int samples;      // by which B lags behind A
+  double likeness;  // -1 to 1, once both are aligned; independent of the level
 };
 
-// One stretch from the start of A, sought in B at every delay, shorter ones first.
+// Searches for a section from the start of A in B at every delay, shorter delays first.
 std::optional<Delay> findDelay(const std::vector<double>& a, const std::vector<double>& b) {
   const int length = static_cast<int>(std::min(a.size(), b.size()));
-  // One further than told: what is most alike there may be more alike beyond.
+  // One sample further than is reported: if the best match is there, a longer delay may match better.
   const int most = std::min(kMostDelay + 1, length / 4);
   const int matched = std::min(kMatchedFrames, length - 2 * most);
   if (most < 2) return std::nullopt;
@@ -111,7 +111,7 @@ void compareBlock(Difference& difference, const std::vector<double>& a, const st
   difference.frames += frames;
 }
 
-// Fills a block: fewer frames than asked for only at the end, also where a stream comes in small pieces.
+// Fills a block, even if a stream arrives in small pieces; it is shorter only at the end.
 int readBlock(AudioReader& reader, std::vector<double>& block, std::size_t channels) {
   int frames = 0;
   while (frames < kBlock) {

@@ -24,7 +24,7 @@ struct InfoOptions {
   bool json = false;
 };
 
-// The unique identity as its four bytes lie in memory.
+// The four bytes of the unique identity in memory order.
 std::string identityText(int32 code) {
   std::string text;
   for (int i = 0; i < 4; ++i) {

@@ -41,7 +41,7 @@ void runLive(const LiveOptions& options) {
   if (settings.bank.keep && settings.bank.path.empty()) {
     throw Failure("--keep needs --bank FILE.json, where to keep what was turned", Failure::usage);
   }
-  // A preset's trim is not used: how loud the guitar comes in does not depend on it.
+  // A preset's trim is not used, because it does not change the guitar's input level.
   settings.trim = options.effect.isTrimGiven() ? options.effect.trim().value_or(0.0) : 0.0;
   settings.jack.connects = !options.noConnect;
   playLive(module, settings);

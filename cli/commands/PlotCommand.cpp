@@ -40,7 +40,7 @@ struct PlotOptions {
   SoundRange range;
 };
 
-// Positions of a knob with commas between.
+// Knob positions, separated by commas.
 std::vector<double> parseKnobs(const std::string& option, const std::string& text, std::size_t most) {
   std::vector<double> values;
   for (std::size_t begin = 0; begin <= text.size();) {

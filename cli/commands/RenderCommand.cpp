@@ -74,7 +74,7 @@ int parseBits(const std::string& text) {
   throw Failure("--bits takes 16, 24, 32 or float, not \"" + text + "\"", Failure::usage);
 }
 
-// That the output's name and --out-type fit.
+// Checks that the output's name agrees with --out-type.
 void checkType(const std::string& out, const RenderSettings& settings) {
   if (!settings.container) {
     if (out != "-") containerFor(out);

@@ -42,7 +42,7 @@ Bank::Bank(HostedEffect& effect) : parameters_(parametersOf(effect)) {
   for (int i = 0; i < effect.record().numPrograms; ++i) {
     Program& program = programs_.emplace_back();
     effect.setProgram(i);
-    // The indexed name is the one that was stored; the plain one may show a number behind it.
+    // The indexed name is the one that was stored; the plain one may have a number appended.
     program.name = askText(effect, EffectOpcode::getProgramNameIndexed, i, -1);
     for (int p = 0; p < effect.record().numParams; ++p) program.values[p] = effect.parameter(p);
   }

@@ -37,7 +37,7 @@ std::string findBeside(const std::string& name) {
 void EffectModule::Unload::operator()(void* library) const noexcept { dlclose(library); }
 
 EffectModule::EffectModule(const std::string& path) : path_(path.empty() ? findBeside("brumbler.so") : path) {
-  // A name without a slash would be looked for in the system's library folders.
+  // dlopen() would search the system's library folders for a name without a slash.
   const std::string absolute = fs::absolute(path_).string();
   library_.reset(dlopen(absolute.c_str(), RTLD_NOW | RTLD_LOCAL));
   if (library_ == nullptr) {

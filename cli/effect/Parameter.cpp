@@ -16,7 +16,7 @@ double knobAtValue(float value) noexcept {
   char* const end = text.data() + text.size();
   char* const digitsEnd = std::to_chars(text.data(), end, value, std::chars_format::scientific).ptr;
   char* const mark = std::find(text.data(), digitsEnd, 'e');
-  if (mark == digitsEnd) return exact;  // infinite or no number
+  if (mark == digitsEnd) return exact;  // infinity or NaN
   int exponent = 0;
   std::from_chars(mark[1] == '+' ? mark + 2 : mark + 1, digitsEnd, exponent);
   double knob = exact;

@@ -28,7 +28,7 @@ class LineCounter {
   LineCounter(const char* text, int* line) : text_(text), line_(line) {}
   reference operator*() const { return *text_; }
   LineCounter& operator++() {
-    // The parser may have read one character past a number: a line counts once the next one is begun.
+    // The parser may have read one character past a number, so a line break counts only once the next line has begun.
     if (newlinePassed_) ++*line_;
     newlinePassed_ = *text_ == '\n';
     ++text_;
@@ -43,12 +43,12 @@ class LineCounter {
   bool newlinePassed_ = false;
 };
 
-// No file of this command comes near these; without them a few kilobytes of brackets would take minutes and gigabytes,
-// because every value's path is noted.
+// No file of this command comes near these limits. Without them a few kilobytes of brackets would take minutes and
+// gigabytes, because every value's path is stored.
 constexpr std::size_t kDeepest = 8;
 constexpr std::size_t kLongestKey = 64;  // bytes
 
-// Notes the line of every value while the parser walks over the text.
+// Stores the line of every value while the parser walks over the text.
 class LineNotes : public json::json_sax_t {
  public:
   LineNotes(const int& line, std::map<std::string, int>& lines) : line_(line), lines_(lines) {}

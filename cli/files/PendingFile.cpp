@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr const char* kOpenFiles = "/proc/self/fd";
 
-// Temporary names, for the signal handler. Files that find no slot are not removed by it.
+// Temporary names, for the signal handler. It does not remove files that got no slot.
 std::array<std::atomic<const char*>, 256> temporaryPaths{};
 
 int registerPath(const char* path) noexcept {
@@ -47,7 +47,7 @@ std::string folderOf(const std::string& path) {
   return folder.empty() ? "." : folder.string();
 }
 
-// Where a link leads; the path itself if it is none.
+// The target of a link; the path itself if it is not a link.
 std::string resolved(const std::string& path) {
   std::error_code error;
   return fs::is_symlink(path, error) ? fs::canonical(path, error).string() : path;
@@ -62,7 +62,7 @@ bool renameFile(const std::string& from, const std::string& to, bool replace) no
 }
 
 void PendingFile::installSignalCleanup() {
-  signal(SIGXFSZ, SIG_IGN);  // a file over the size limit is an error of the write, not the end of the process
+  signal(SIGXFSZ, SIG_IGN);  // beyond the file size limit a write fails instead of ending the process
   for (const int stop : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE}) {
     struct sigaction action = {};
     if (sigaction(stop, nullptr, &action) == 0 && action.sa_handler == SIG_IGN) continue;  // nohup and the like
@@ -145,7 +145,7 @@ void PendingFile::write(const std::string& text) {
 void PendingFile::commit() {
   struct stat old = {};
   if (replace_ && stat(path_.c_str(), &old) == 0) {
-    // Owner and group stay where this user may give the file away; the permissions do in any case.
+    // Owner and group are kept if this user may give the file away; the permissions are kept in any case.
     [[maybe_unused]] const int given = fchown(descriptor_, old.st_uid, old.st_gid);
     fchmod(descriptor_, old.st_mode & 07777U);
   }

@@ -28,7 +28,7 @@ std::string HelpFormatter::make_expanded(const CLI::App* app) const {
   for (const CLI::App* above = app->get_parent(); above != nullptr; above = above->get_parent()) {
     name.insert(0, above->get_name() + " ");
   }
-  // help2man takes a line that ends in a colon, with an indented one below it, for the heading of a subsection.
+  // help2man would take a line that ends in a colon, followed by an indented line, for a subsection heading.
   std::string text = "\n" + name + ":\n  " + app->get_description() + ".\n\n";
   for (const bool positional : {true, false}) {
     for (const CLI::Option* option : app->get_options()) {
@@ -36,7 +36,7 @@ std::string HelpFormatter::make_expanded(const CLI::App* app) const {
       if (listed) text += make_option(option, positional);
     }
   }
-  // A paragraph for each example, and not under "Examples:", which would be a section of its own.
+  // One paragraph for each example, without the heading "Examples:", which would start a section.
   std::istringstream examples(app->get_footer());
   std::string line;
   if (examples >> line) text += "\nFor example:\n";

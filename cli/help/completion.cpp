@@ -25,7 +25,7 @@ struct Completion {
   std::vector<Candidate> candidates;
 };
 
-// Numbers, described by the names in the bank that `words` gives, and those names.
+// Program numbers, described by the names in the bank that `words` gives, and those names.
 void addPrograms(const Words& words, std::vector<Candidate>& candidates) {
   const auto option = std::find(words.begin(), words.end(), "--bank");
   std::vector<Candidate> named;
@@ -39,12 +39,12 @@ void addPrograms(const Words& words, std::vector<Candidate>& candidates) {
       if (std::count(names.begin(), names.end(), names[i]) == 1) named.push_back({names[i], ""});
     }
   } catch (const Failure&) {
-    return;  // without a module or with a bad bank there is nothing to offer
+    return;  // nothing to offer without a module or with an invalid bank
   }
   candidates.insert(candidates.end(), named.begin(), named.end());
 }
 
-// The words of a list that has `separator` between them and are no placeholders like NAME.
+// The words of a list separated by `separator`, without placeholders like NAME.
 void addListed(const std::string& list, const std::string& separator, std::vector<Candidate>& candidates) {
   for (std::size_t begin = 0; begin < list.size();) {
     const std::size_t end = std::min(list.find(separator, begin), list.size());
@@ -55,7 +55,7 @@ void addListed(const std::string& list, const std::string& separator, std::vecto
   }
 }
 
-// The values of an option, or of what is known by its place. `words` are all words of the line.
+// The values of an option or a positional argument. `words` are all words of the line.
 Completion valuesOf(const CLI::Option& option, const Words& words) {
   const std::string name = option.get_name();
   const std::string type = option.get_positional() ? name : option.get_type_name();
@@ -119,7 +119,7 @@ Completion complete(const CLI::App& app, const Words& words) {
 
 void printCompletions(const CLI::App& app, Words words) {
   if (words.empty()) words.emplace_back();
-  // bash takes the sign in --option=value for a word of its own; zsh passes the whole as one.
+  // bash passes the equals sign in --option=value as a separate word; zsh passes the whole as one.
   const bool endsInSign = words.back() == "=";
   words.erase(std::remove(words.begin(), words.end(), "="), words.end());
   if (endsInSign) words.emplace_back();

@@ -40,7 +40,7 @@ std::string explainUsageError(const CLI::App& app, const CLI::ParseError& error)
   const std::vector<std::string> unexpected = app.remaining(true);
   if (!unexpected.empty()) return explainUnexpected(unexpected.front(), *command, help);
   std::string text = error.what();
-  // CLI11 counts what it got, in words of its own, and all options here take one value.
+  // CLI11's message only counts the values, and all options here take one.
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error) != nullptr)
     text.replace(text.find(':'), text.npos, " takes one value");
   return text + "; " + help;

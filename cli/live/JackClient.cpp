@@ -29,11 +29,12 @@ constexpr RoleFacts kRoles[] = {
 // server.
 constexpr auto kLongestTick = std::chrono::milliseconds(200);
 
-// A device's ports appear one after the other; they are looked at when no other has come for so many calls of tend().
+// A device's ports appear one after the other. They are connected once no more have appeared for this many calls of
+// tend().
 constexpr int kCallsToSettle = 3;
-constexpr int kCallsToRetry = 25;  // a connection that the server refused
+constexpr int kCallsToRetry = 25;  // for a connection that the server refused
 
-// The library's complaints go to standard error otherwise, over the screen; what matters is told in our own words.
+// Otherwise the library would print its messages to standard error, over the screen. We report what matters ourselves.
 void keepQuiet(const char* /*message*/) {}
 
 std::vector<std::string> portNames(jack_client_t* client, const char* type, unsigned long flags) {
@@ -107,7 +108,7 @@ bool JackClient::open() {
   silence_ = {};
   tendTime_ = Clock::now();
   alive_ = true;
-  setShutdownCallback();  // before anything that a server which goes can fail
+  setShutdownCallback();  // before any call that fails if the server quits
   registerPorts();
   setCallbacks();
   period_ = static_cast<int>(jack_get_buffer_size(client_));
@@ -143,7 +144,7 @@ void JackClient::registerPorts() {
 
 void JackClient::setCallbacks() {
   jack_set_process_callback(client_, process, this);
-  // These come on a thread of the library; the player keeps the audio thread away meanwhile.
+  // The library calls these on a thread of its own; the player keeps the audio thread away meanwhile.
   jack_set_buffer_size_callback(
       client_,
       [](jack_nframes_t frames, void* self) {
@@ -231,8 +232,8 @@ int JackClient::process(jack_nframes_t frames, void* self) noexcept {
 
 void JackClient::close() {
   if (client_ == nullptr || closer_.joinable()) return;
-  // The library may end its audio thread wherever it is. No pause is held: the server may be waiting for a callback
-  // that announces something.
+  // The library may end its audio thread at any point. Do not hold a pause here: the server may be waiting for a
+  // callback that announces something.
   player_.setClosed(true);
   alive_ = false;
   closing_ = true;
@@ -240,11 +241,11 @@ void JackClient::close() {
     jack_client_close(client_);
     closing_ = false;
   });
-  // Nearly always done at once.
+  // This nearly always finishes at once.
   for (int i = 0; i < 50 && closing_; ++i) std::this_thread::sleep_for(std::chrono::milliseconds(2));
 }
 
-// False as long as the server before does not let go.
+// False until leaving the previous server has finished.
 bool JackClient::finishClosing() {
   if (closing_) return false;
   if (closer_.joinable()) {
@@ -275,7 +276,7 @@ std::vector<std::string> JackClient::candidates(Role role) const {
   return portNames(client_, facts.type, facts.flags);
 }
 
-// The ports that a role connects with, in the server's order.
+// The ports that a role connects to, in the server's order.
 std::vector<std::string> JackClient::fitting(Role role) const {
   const RoleFacts& facts = kRoles[role];
   if (!patterns_[role]) {
@@ -289,8 +290,8 @@ std::vector<std::string> JackClient::fitting(Role role) const {
   return names;
 }
 
-// One input takes the first port and one output gives to the first two; two of each take one port each. The MIDI ports
-// take all.
+// A single input uses the first port, and a single output the first two; two inputs or outputs use one port each. The
+// MIDI ports use all.
 std::vector<JackClient::Connection> JackClient::wanted() const {
   std::vector<Connection> result;
   for (const Role role : kAllRoles) {
@@ -352,16 +353,16 @@ void JackClient::lookAround() {
   const std::vector<Connection> before = current();
   const std::set<std::string> there = allPorts();
   {
-    const std::lock_guard guard(mutex_);  // what went and came back at once counts as new
+    const std::lock_guard guard(mutex_);  // ports that disappeared and came back in between count as new
     for (const std::string& name : std::exchange(appeared_, {})) known_.erase(name);
   }
-  std::vector<Connection> made;  // the server shows them in its next period
+  std::vector<Connection> made;  // the server reports them in its next period
   std::set<std::string> failed;
   const std::vector<Connection> wishes = wanted();
   for (const Connection& one : wishes) {
     const Role role = ports_[one.first].role;
     const bool isMidi = role == kMidi || role == kMidiOut;
-    // By a port that is none of those it should have: of before, or chosen by hand.
+    // Connected to a port that is not among its wishes: from before, or made by hand.
     const bool isTaken = !isMidi && std::any_of(before.begin(), before.end(), [&](const Connection& b) {
       return b.first == one.first && std::find(wishes.begin(), wishes.end(), b) == wishes.end();
     });

@@ -13,13 +13,13 @@
 
 namespace {
 
-constexpr int kFirstRate = 48000;            // Hz, until a server tells its own
+constexpr int kFirstRate = 48000;            // Hz, until a server announces its rate
 constexpr int kFirstLength = 1024;           // samples, likewise
-constexpr std::size_t kMostChanges = 4096;   // on their way
+constexpr std::size_t kMostChanges = 4096;   // in the queue
 constexpr std::size_t kTunerRoom = 1 << 16;  // samples between two reads
 constexpr auto relaxed = std::memory_order_relaxed;
 
-// The highest sample so far, which the reader sets back to 0.
+// The highest sample so far; reading resets it to 0.
 void raise(std::atomic<float>& meter, float peak) noexcept {
   float seen = meter.load(relaxed);
   while (peak > seen && !meter.compare_exchange_weak(seen, peak, relaxed)) {
@@ -61,7 +61,7 @@ LivePlayer::LivePlayer(const EffectModule& module, int channels, double trim, in
 void LivePlayer::announce(int rate, int longest) {
   const Pause pause(*this);
   const bool isNewRate = rate != rate_;
-  if (isNewRate) {  // nothing rings on, nothing glides on
+  if (isNewRate) {  // tails and glides end
     for (int p = 0; p < kNumParameters; ++p) player_->setParameter(p, value(program(), p));
     volumeAt_ = value(program(), kVolume);
     glideLeft_ = 0;
@@ -100,7 +100,7 @@ void LivePlayer::begin(const float* const* in, float* const* out, int frames) no
   frames_ = frames;
   position_ = 0;
   entered_ = !closed_ && !busy_.test_and_set(std::memory_order_acquire);
-  if (entered_ && closed_) {  // since the look before
+  if (entered_ && closed_) {  // since the last check
     busy_.clear(std::memory_order_release);
     entered_ = false;
   }
@@ -284,7 +284,7 @@ void LivePlayer::playTo(int frame) noexcept {
 
 void LivePlayer::playPiece(int length) noexcept {
   if (glideLeft_ > 0) {
-    // The effect moves VOLUME evenly over each piece, so the end of the piece lies on the line.
+    // The effect moves VOLUME linearly over each piece, so the end of the piece is on the line.
     const double target = value(program_.load(relaxed), kVolume);
     volumeAt_ = length == glideLeft_ ? target : volumeAt_ + (target - volumeAt_) * length / glideLeft_;
     player_->setParameter(kVolume, static_cast<float>(volumeAt_));
@@ -301,7 +301,7 @@ void LivePlayer::playPiece(int length) noexcept {
   position_ += length;
 }
 
-// The output's level goes evenly to silence at the end and while the tuner is on, and back after that.
+// Fades the output linearly to silence at the end and while the tuner is on, and back afterwards.
 void LivePlayer::fade(int length) noexcept {
   const bool isOpen = !ending_.load(relaxed) && !tuning_.load(relaxed);
   if (isOpen && fadeAt_ == fadeLength_) return;

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #include "cli/live/LiveScreen.h"
 
-#define NCURSES_NOMACROS  // they would replace std::move and its like
+#define NCURSES_NOMACROS  // its macros would replace std::move and others
 #include <curses.h>
 #include <langinfo.h>
 #include <unistd.h>
@@ -26,7 +26,7 @@ enum Pair : short { kPlain = 0, kGreen = 1, kYellow, kRed, kBlue };
 constexpr double kFallPerSecond = 24.0;  // dB
 constexpr double kHoldSeconds = 2.0;
 constexpr int kLabelWidth = 10;   // columns before a bar
-constexpr int kValueWidth = 16;   // and behind it
+constexpr int kValueWidth = 16;   // and after it
 constexpr int kWideColumns = 56;  // from here up the program has one row for all
 constexpr int kTunerColumn = 24;  // of its scale
 constexpr double kInTune = 3.0;   // cents, either way
@@ -38,7 +38,7 @@ int barWidth() {
 
 attr_t attribute(int pair) { return static_cast<attr_t>(COLOR_PAIR(pair)); }
 
-// As much of `line`, which is UTF-8, as fits into the row.
+// The part of `line`, in UTF-8, that fits into the row.
 void print(int row, int column, attr_t attributes, const std::string& line) {
   if (row < 0 || row >= LINES || column >= COLS) return;
   const std::string text = printable(line);
@@ -262,7 +262,7 @@ void LiveScreen::drawMeter(int row, const std::string& name, const Meter& meter,
   if (clipped) print(row, kLabelWidth + width + 10, A_BOLD | A_REVERSE | attribute(kRed), " CLIP ");
 }
 
-// Filled up to `share`, with a stroke at `mark` unless that is negative; both of 0 to 1.
+// A bar filled up to `share`, with a mark at `mark` unless that is negative; both are 0 to 1.
 void LiveScreen::bar(int row, int column, int width, double share, double mark, int pair) {
   const auto filled = static_cast<int>(std::lround(std::clamp(share, 0.0, 1.0) * width));
   const int marked = mark < 0.0 ? -1 : static_cast<int>(std::lround(std::min(mark, 1.0) * (width - 1)));

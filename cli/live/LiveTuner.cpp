@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr auto kHoldTime = std::chrono::milliseconds(600);  // of a note that can no longer be heard
+constexpr auto kHoldTime = std::chrono::milliseconds(600);  // for a note that is no longer detected
 constexpr double kSameNote = 0.03;                          // about half a semitone, as a share of the frequency
 
 }  // namespace
@@ -15,7 +15,7 @@ constexpr double kSameNote = 0.03;                          // about half a semi
 void LiveTuner::listen() {
   samples_.resize(4096);
   if (!player_.isTuning()) {
-    while (player_.readTuner(samples_.data(), samples_.size()) > 0) continue;  // of the time before
+    while (player_.readTuner(samples_.data(), samples_.size()) > 0) continue;  // discards old samples
     detector_.reset();
     estimates_.clear();
     note_.reset();

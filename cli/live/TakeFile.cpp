@@ -78,7 +78,7 @@ bool TakeFile::isInPlace() const {
 
 void TakeFile::finish() {
   const int result = sf_close(file_.release());
-  const bool synced = fsync(descriptor_) == 0;  // a file that was there is only given up for one that is on the disk
+  const bool synced = fsync(descriptor_) == 0;  // replace an old file only by one that is on the disk
   const bool closed = close(descriptor_) == 0;
   descriptor_ = -1;
   if (result == SF_ERR_NO_ERROR && synced && closed && renameFile(unfinishedPath_, path_, replace_)) return;

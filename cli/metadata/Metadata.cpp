@@ -12,9 +12,9 @@
 
 namespace {
 
-constexpr std::size_t kMostHeaderBytes = 32000;  // libsndfile loses the sound when its header comes near 100 KB
+constexpr std::size_t kMostHeaderBytes = 32000;  // libsndfile loses the sound if its header approaches 100 KB
 
-// Chunks that are true of the result, too: places in the file are counted in samples at its rate, which stays.
+// Chunks that are valid for the result, too: positions are counted in samples at the file's rate, which stays the same.
 struct KeptChunk {
   ChunkFamily family;
   const char* id;
@@ -46,7 +46,7 @@ constexpr KeptChunk kKept[] = {
     {ChunkFamily::caf, "axml", "axml", true},
 };
 
-// The type of a LIST chunk, the letters of every other one.
+// The type of a LIST chunk, or the letters of any other chunk.
 std::string kindOf(const Chunk& chunk) { return chunk.id == "LIST" ? chunk.bytes.substr(0, 4) : chunk.id; }
 
 const KeptChunk* keptAs(ChunkFamily family, const std::string& kind) {
@@ -63,8 +63,8 @@ struct Mark {
 constexpr Mark kMarks[] = {{SFC_GET_CUE, SFC_SET_CUE, "cue points"},
                            {SFC_GET_INSTRUMENT, SFC_SET_INSTRUMENT, "instrument and loops"}};
 
-// What the recording's loudness was is not true of the result: 0x7FFF stands for "not measured" (EBU Tech 3285). The
-// five values, of two bytes each, are zero before version 2.
+// The recording's loudness is not that of the result: 0x7FFF stands for "not measured" (EBU Tech 3285). The five
+// values, of two bytes each, are zero before version 2.
 void forgetLoudness(std::string& broadcast) {
   constexpr std::size_t kVersionAt = 346, kLoudnessAt = 412, kLoudnessEnd = 422;
   if (broadcast.size() < kLoudnessEnd || (broadcast[kVersionAt] < 2 && broadcast[kVersionAt + 1] == 0)) return;
@@ -107,7 +107,7 @@ Metadata::Metadata(SNDFILE* file, const SF_INFO& info, const std::string& path)
   close(descriptor);
   tags_.readFile(path, info.format);
   if (family_ == ChunkFamily::aiff) readMarks(file);
-  // As ffmpeg and flac write it, for other layouts than usual.
+  // As ffmpeg and flac write it for unusual layouts.
   const std::string mask = tags_.take("WAVEFORMATEXTENSIBLE_CHANNEL_MASK");
   const ChannelLayout layout = layoutOf(std::strtoul(mask.c_str(), nullptr, 16));
   if (static_cast<int>(layout.size()) == info.channels) setLayout(layout);
@@ -165,7 +165,7 @@ void Metadata::setLayout(const ChannelLayout& layout) {
   if (layout.size() > 2) layout_ = layout;
 }
 
-// Many programs look for these before the sound only.
+// Many programs look for these only before the sound.
 bool Metadata::isInHeader(const Chunk& chunk) const {
   return family_ == ChunkFamily::wav && (chunk.id == "bext" || chunk.id == "cart") &&
          chunk.bytes.size() <= kMostHeaderBytes / 2 &&
@@ -230,7 +230,7 @@ std::set<std::string> Metadata::names() const {
 std::string Metadata::missingFrom(const Metadata& other) const {
   std::set<std::string> there = other.names();
   if (layout_ != other.layout_) there.erase("channel layout");
-  if (there.count("cue points") == 0) there.insert("names of cue points");  // told by their points
+  if (there.count("cue points") == 0) there.insert("names of cue points");  // already listed with the cue points
   constexpr std::size_t kMostNames = 20;
   std::string missing;
   std::size_t count = 0;

@@ -22,7 +22,7 @@ namespace {
 using TagLib::PropertyMap;
 using TagLib::String;
 
-// Names of one tag: TagLib's, INFO's, and libsndfile's kind where it has one.
+// The names of one tag: TagLib's, INFO's, and libsndfile's constant if it has one.
 struct Name {
   const char* property;
   const char* info;
@@ -44,7 +44,7 @@ constexpr Name kNames[] = {
     {"SOURCE", "ISRC"},
     {"SUBJECT", "ISBJ"},
 };
-constexpr std::size_t kMostStringBytes = 1000;  // of one text that libsndfile writes: all share a small buffer
+constexpr std::size_t kMostStringBytes = 1000;  // of each text that libsndfile writes, because all share a small buffer
 
 // A file by the name that tells TagLib its format.
 template <class Stream>
@@ -110,7 +110,7 @@ void addPictures(const TagLib::ID3v2::Tag& tag, Pictures& pictures) {
 
 void putInto(TagLib::ID3v2::Tag& tag, const Pictures& pictures) {
   for (const auto& picture : pictures) {
-    auto* const frame = new TagLib::ID3v2::AttachedPictureFrame();  // the tag's
+    auto* const frame = new TagLib::ID3v2::AttachedPictureFrame();  // owned by the tag
     frame->setTextEncoding(String::UTF8);
     frame->setType(static_cast<TagLib::ID3v2::AttachedPictureFrame::Type>(picture->type()));
     frame->setMimeType(picture->mimeType());
@@ -120,7 +120,7 @@ void putInto(TagLib::ID3v2::Tag& tag, const Pictures& pictures) {
   }
 }
 
-// FLAC's blocks that TagLib passes over: what they are called, by the format's number (RFC 9639, 8.1).
+// The names of the FLAC blocks that TagLib skips, by the format's number (RFC 9639, 8.1).
 std::set<std::string> otherBlocks(TagLib::File& file) {
   std::set<std::string> names;
   auto at = file.find("fLaC") + 4;
@@ -178,7 +178,7 @@ void Tags::readFile(const std::string& path, int format) {
   }
 }
 
-// As an MP3 file of nothing but its tag.
+// Reads it as an MP3 file that consists only of its tag.
 void Tags::readId3(const std::string& chunk) {
   Named<TagLib::ByteVectorStream> stream(TagLib::ByteVector(chunk.data(), static_cast<unsigned>(chunk.size())),
                                          "x.mp3");

@@ -31,7 +31,7 @@ constexpr int kSpeakers[] = {
     SF_CHANNEL_MAP_TOP_REAR_RIGHT,
 };
 
-// The bit of a speaker in that mask, 18 when it has none.
+// The bit of a speaker in that mask; 18 if it has none.
 std::ptrdiff_t bitOf(int speaker) {
   return std::find(std::begin(kSpeakers), std::end(kSpeakers), speaker) - std::begin(kSpeakers);
 }
@@ -126,8 +126,8 @@ void ChannelOrder::apply(std::span<double> samples) {
 ChannelOrder orderInto(int format, const ChannelLayout& layout, int channels) {
   const ChannelLayout sorted = orderedFor(format, layout);
   if (!isVorbisOrdered(format)) return {layout, sorted};
-  // Each channel goes where the one of its rank in WAV's order goes, so that one for a speaker beside, which Vorbis has
-  // not, becomes the one behind.
+  // Each channel takes the position of the channel with the same rank in WAV's order. So a side speaker, which Vorbis
+  // may lack, becomes a rear one.
   const ChannelLayout implied = impliedLayout(format, channels);
   const ChannelLayout ranked = inWavOrder(implied);
   ChannelLayout from = ranked;

@@ -31,7 +31,7 @@ std::string bytesOf(std::uint64_t value, std::size_t size, bool isBigEndian) {
   return bytes;
 }
 
-// Fewer bytes at the end of the file.
+// Returns fewer bytes at the end of the file.
 std::string readAt(int descriptor, std::uint64_t offset, std::uint64_t size) {
   std::string bytes(size, '\0');
   std::size_t done = 0;

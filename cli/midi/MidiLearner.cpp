@@ -29,7 +29,7 @@ std::string MidiLearner::take(const MidiControl& control, double seconds) {
   };
   const auto before = std::find_if(taken_.begin(), taken_.end(), isSame);
   if (before != taken_.end()) {
-    // Still the same movement: a pedal that goes on, its other half, or a switch that springs back.
+    // Still the same action: a pedal that keeps moving, the other half of its value, or a switch that is released.
     const LiveAction action = map_.actionOf(*before);
     if (isFineHalf(*before, control)) {
       map_.assign(action, control);

@@ -27,7 +27,7 @@ struct MidiControl {
   enum class Kind : std::uint8_t { controller, note, program };
   Kind kind = Kind::controller;
   std::uint8_t number = 0;  // 0 to 127
-  std::uint8_t value = 0;   // 0 to 127; of a note its velocity, 0 when it ends
+  std::uint8_t value = 0;   // 0 to 127; for a note its velocity, 0 when it ends
 
   bool isPressed() const noexcept { return value >= (kind == Kind::note ? 1 : kPressed); }
   bool isSameControl(const MidiControl& other) const noexcept { return kind == other.kind && number == other.number; }

@@ -21,7 +21,7 @@ EffectChannels makeEffect(const EffectModule& module, const TestSettings& settin
   return {module, wanted, AutomationTrack(), settings.rate, 1};
 }
 
-// A sine that goes on from call to call.
+// A sine that continues from call to call.
 class Tone {
  public:
   Tone(double frequency, int rate) : step_(2.0 * std::numbers::pi * frequency / rate) {}
@@ -43,7 +43,7 @@ void process(EffectChannels& effect, std::vector<double>& samples) {
 
 std::size_t framesIn(double seconds, int rate) { return static_cast<std::size_t>(seconds * rate); }
 
-// The sum of the samples times exp(-i angle n), by a rotation that is set right again every so often.
+// The sum of the samples times exp(-i angle n), by a rotation that is recomputed exactly from time to time.
 std::complex<double> transformAt(const std::vector<double>& samples, double angle) {
   constexpr std::size_t kRenewed = 256;
   const std::complex<double> step = std::polar(1.0, -angle);
@@ -113,7 +113,7 @@ Harmonics analyseTone(const std::vector<double>& samples, int frequency) {
   const auto rate = static_cast<double>(samples.size());
   double mean = 0.0;
   for (const double sample : samples) mean += sample / rate;
-  double power = 0.0;  // of all but the constant
+  double power = 0.0;  // of everything but DC
   for (const double sample : samples) power += (sample - mean) * (sample - mean) / rate;
 
   Harmonics result;

@@ -27,14 +27,14 @@ std::string number(double value) {
   return text;
 }
 
-// In single quotes for gnuplot, which doubles those within.
+// In single quotes for gnuplot, with those inside doubled.
 std::string quoted(const std::string& text) {
   std::string result = "'";
   for (const char c : text) result += c == '\'' ? "''" : c < ' ' && c >= 0 ? "?" : std::string(1, c);
   return result + "'";
 }
 
-// Nothing but the name of a file may hold commas or quotes.
+// Only the name of a file may contain commas or quotes.
 std::string field(const std::string& text) {
   std::string result = "\"";
   for (const char c : text) result += c == '"' ? "\"\"" : std::string(1, c);
@@ -52,8 +52,8 @@ std::string readAll(int descriptor) {
   }
 }
 
-// Runs gnuplot on `script`. Answers its wait status and its picture in `picture`, or nothing when it is missing. It
-// would not tell a full disk, so it writes into a pipe.
+// Runs gnuplot on `script`. Returns its wait status, and its picture in `picture`; nothing if gnuplot is missing.
+// gnuplot does not report a full disk, so it writes into a pipe.
 std::optional<int> runGnuplot(const std::string& script, std::string& picture) {
   const std::unique_ptr<std::FILE, int (*)(std::FILE*)> input(std::tmpfile(), std::fclose);
   if (!input || std::fwrite(script.data(), 1, script.size(), input.get()) != script.size() ||
@@ -92,7 +92,7 @@ constexpr int kRight = 30;
 constexpr const char* kNameAbove = "set key at graph 1, 1.02 right bottom\n";
 constexpr const char* kLegendBelow = "set key inside left bottom vertical Left reverse opaque\n";
 
-// What the numbers and the axis' name take.
+// The height of the numbers and the axis title.
 int heightBelow(const Picture::Panel& panel) { return panel.across.empty() ? 30 : 75; }
 
 std::string blockName(std::size_t panel, std::size_t series) {
@@ -110,7 +110,7 @@ std::string data(const std::string& name, const Picture::Series& series) {
   return text + "EOD\n";
 }
 
-// Bands let those below them shine through.
+// Bands are translucent.
 std::string look(const Picture::Panel& panel, const Picture::Series& one) {
   if (one.isBand) return " with filledcurves fs transparent solid 0.5 noborder fc";
   if (panel.bars) return " using 1:(bottom):(0):($2-bottom) with vectors nohead lw 4 lc";
@@ -128,7 +128,7 @@ std::string drawing(const Picture::Panel& panel, std::size_t index) {
     const Picture::Series& one = panel.series[i];
     const std::string colour = std::string(" rgb '") + colours[one.colour.value_or(i) % colours.size()] + "'";
     text += (i == 0 ? "plot " : ", ") + blockName(index, i) + look(panel, one) + colour + " title " + quoted(one.title);
-    // The edges show a band where it has no height.
+    // The edges make a band visible where it has no height.
     for (const char* const edge : {"2", "3"}) {
       if (one.isBand) text += std::string(", '' using 1:") + edge + " with lines lw 0.6 lc" + colour + " notitle";
     }
@@ -175,7 +175,7 @@ std::string Picture::script(bool vectors) const {
   for (std::size_t p = 0; p < panels.size(); ++p) {
     text += "set tmargin at screen " + number(1.0 - 1.0 * top / height) + "\nset bmargin at screen " +
             number(1.0 - 1.0 * (top + panels[p].height) / height) + "\n";
-    // Where panels have company, one with a single sound has its name above it.
+    // If there are several panels, a panel with a single sound has its name above it.
     const bool isSingle = panels[p].series.size() == 1;
     if (panels.size() > 1) text += isSingle ? kNameAbove : kLegendBelow;
     text += drawing(panels[p], p);
@@ -185,7 +185,7 @@ std::string Picture::script(bool vectors) const {
   return text + "unset multiplot\nset output\n";
 }
 
-// Panels that show other things than the one above begin with names of their own.
+// A panel whose columns differ from the previous one's begins with its own column names.
 std::string Picture::table() const {
   std::string text;
   std::string last;

@@ -47,7 +47,7 @@ void PowerSpectrum::add(double sample) {
   }
 }
 
-// Adds one window's power, both halves of the spectrum in the lower one.
+// Adds one window's power, with the upper half of the spectrum folded into the lower one.
 void PowerSpectrum::transform(std::vector<double>& power, const std::vector<double>& last) const {
   std::vector<Complex> in(length_);
   std::vector<Complex> out(length_);
@@ -60,7 +60,7 @@ void PowerSpectrum::transform(std::vector<double>& power, const std::vector<doub
 
 Picture::Points PowerSpectrum::levels() const {
   if (samples_ == 0) return {};
-  // Silence until the last sample has left the window.
+  // Feed silence until the last sample has left the window.
   const std::size_t step = length_ / kWindowsPerLength;
   std::vector<double> power = power_;
   std::vector<double> last = recent_;
@@ -70,7 +70,7 @@ Picture::Points PowerSpectrum::levels() const {
     std::fill(last.end() - static_cast<std::ptrdiff_t>(step), last.end(), 0.0);
   }
 
-  // Up to the upper edge of each bin, which reaches half a bin to both sides of its frequency: the power below.
+  // The power below the upper edge of each bin, which extends half a bin to both sides of its frequency.
   const double squaredWindows = 3.0 / 8.0 * kWindowsPerLength;  // their sum at every sample
   const double scale =
       1.0 / (squaredWindows * static_cast<double>(length_) * static_cast<double>(samples_) * kSinePower);

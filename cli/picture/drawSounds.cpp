@@ -20,7 +20,7 @@ constexpr int kWaveHeight = 150;       // pixels
 constexpr int kSpectrumHeight = 330;   // pixels
 constexpr double kSpectrumDepth = 90;  // dB, from the top of the picture to its bottom
 
-// How the legend calls each file: by its name, and by its path where two have the same name.
+// The files' names in the legend; the path if two have the same name.
 std::vector<std::string> titlesOf(const std::vector<std::string>& paths) {
   std::vector<std::string> names;
   for (const std::string& path : paths) names.push_back(std::filesystem::path(path).filename().string());
@@ -28,10 +28,10 @@ std::vector<std::string> titlesOf(const std::vector<std::string>& paths) {
   return distinct ? names : paths;
 }
 
-// What a picture takes from one sound.
+// The part of a picture for one sound.
 struct Drawn {
   Picture::Series wave;
-  Picture::Points levels;  // only where a spectrum is asked for
+  Picture::Points levels;  // only if a spectrum is wanted
   double peak = 0.0;
   double start = 0.0;  // seconds
   double end = 0.0;

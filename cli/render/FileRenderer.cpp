@@ -59,8 +59,8 @@ class Chain {
   Piece result_;
 };
 
-// In frames: large ones, because each has its costs, except of a stream, which should come out as it comes in. None
-// becomes more than kPieceSamples at `highestRate` Hz, of those that it is converted to.
+// In frames. Pieces are large, because each has a cost, except for a stream, which should be output as it arrives. No
+// piece exceeds kPieceSamples after conversion to `highestRate` Hz.
 int pieceLength(const AudioReader& reader, int block, int highestRate) {
   constexpr int kPieceSamples = 1 << 15;
   constexpr int kStreamFrames = 512;
@@ -80,7 +80,7 @@ std::string clippingText(std::int64_t samples, const RenderSettings& settings) {
 FileRenderer::FileRenderer(const EffectModule& module, const RenderSettings& settings, unsigned jobs)
     : module_(module), settings_(settings), overlaps_(2 * jobs <= cores()) {}
 
-// std::thread::hardware_concurrency() counts those, too, that are closed to this process.
+// std::thread::hardware_concurrency() may include cores that this process may not use.
 unsigned FileRenderer::cores() noexcept {
   cpu_set_t open;
   CPU_ZERO(&open);
@@ -88,7 +88,7 @@ unsigned FileRenderer::cores() noexcept {
   return static_cast<unsigned>(std::max(CPU_COUNT(&open), 1));
 }
 
-// The rate at which the effect runs for a sound. Throws Failure when it cannot run at it.
+// The rate at which the effect runs for a sound. Throws Failure if it cannot run at that rate.
 int FileRenderer::effectRate(const AudioReader& reader) const {
   const int rate = reader.format().rate;
   if (!settings_.nativeRate) return std::abs(rate - 44100) <= std::abs(rate - 48000) ? 44100 : 48000;
@@ -131,7 +131,7 @@ AudioFormat FileRenderer::outputFormat(const AudioReader& reader, const std::str
   return wanted;
 }
 
-// Before anything is read twice or takes its time.
+// Call it before anything is read twice or takes long.
 void FileRenderer::check(const AudioReader& reader, const std::string& out) const {
   if (!reader.isRereadable() && settings_.automaticTrim) {
     throw Failure("--trim auto needs a file, which can be read twice; give a stream its level, like --trim 20",
@@ -150,7 +150,7 @@ void FileRenderer::announce(const std::string& in, Progress& progress) const {
     const AudioReader reader(in, settings_.raw);
     progress.expect(static_cast<double>(reader.frames().value_or(0)) / reader.format().rate);
   } catch (const Failure&) {
-    return;  // told when its turn comes
+    return;  // reported when it is rendered
   }
 }
 
@@ -176,7 +176,7 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
   }
   const int rate = reader.format().rate;
   if (format.rate != rate) metadata.changeRate(rate, format.rate);
-  // Only the extensible kind of WAV tells which channel is which.
+  // Only extensible WAV stores the channel layout.
   if (format.container() == SF_FORMAT_WAV && isLinear(format.format) &&
       (speakerMask(metadata.layout()) || reader.format().container() == SF_FORMAT_WAVEX)) {
     format.format = SF_FORMAT_WAVEX | format.sampleFormat();
@@ -196,7 +196,7 @@ RenderResult FileRenderer::render(const std::string& in, const std::string& out,
     longest = std::llround((seconds + settings_.tail.value_or(Tail::kLongestSeconds) + 1.0) * format.rate);
   }
   AudioWriter::Options options = settings_.writer;
-  options.replace = options.replace || settings_.skipExisting;  // what is there was not complete
+  options.replace = options.replace || settings_.skipExisting;  // the existing result is incomplete
   AudioWriter writer(out, format, options, longest, metadata);
   WriteBehind behind(writer, overlaps_ && reader.isRereadable());
   OutputStage output(&behind, format.rate, format.channels, gain, settings_.tail);

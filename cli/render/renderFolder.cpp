@@ -33,7 +33,7 @@ std::optional<Identity> identityOf(const std::string& path) {
   return Identity(status.st_dev, status.st_ino);
 }
 
-// The sounds in a folder and in those within it, sorted. Links to folders are not followed, and results are no sources.
+// The sounds in a folder and its subfolders, sorted. Links to folders are not followed, and results are not sources.
 std::vector<std::string> soundsIn(const std::string& folder, const std::string& results) {
   std::vector<std::string> files;
   std::error_code error;
@@ -50,8 +50,8 @@ struct Job {
   std::string in, out;
 };
 
-// What becomes of each file: the same name, with the suffix, and the ending of --out-type. A name that an earlier file
-// has gets a number. With `recursive`, folders stand for the sounds in them, which keep their place below it.
+// The result for each file: the same name, with the suffix, and the ending of --out-type. A name that an earlier result
+// has gets a number. With `recursive`, folders stand for the sounds in them, which keep their relative paths.
 std::vector<Job> planJobs(const std::vector<std::string>& paths, const std::string& directory,
                           const RenderSettings& settings, bool recursive) {
   std::vector<Job> jobs;
@@ -123,7 +123,7 @@ class MadeFolders {
   std::set<fs::path> made_;  // a folder comes before those in it
 };
 
-// What the threads share.
+// The state that the threads share.
 class Batch {
  public:
   Batch(const EffectModule& module, const RenderSettings& settings, const std::vector<Job>& jobs,
@@ -206,7 +206,7 @@ class Batch {
   std::atomic<std::size_t> failed_{0};
   std::atomic<std::size_t> skipped_{0};
   std::mutex mutex_;
-  std::size_t hot_ = 0;  // recordings that want a trim
+  std::size_t hot_ = 0;  // recordings that need a trim
   double seconds_ = 0.0;
   std::int64_t clipped_ = 0;
 };

@@ -29,7 +29,7 @@ SampleRateConverter::SampleRateConverter(int from, int to, int channels)
 }
 
 void SampleRateConverter::convert(const double* samples, int frames, std::vector<double>& out) {
-  if (frames == 0) return;  // nothing at all would mean the end to the library
+  if (frames == 0) return;  // the library would take empty input for the end
   const auto count = static_cast<std::size_t>(frames);
   std::size_t given = 0;
   std::size_t ready = 0;

@@ -7,7 +7,7 @@
 
 namespace {
 
-// Added to a number below 2^51 and taken off again, it leaves the nearest whole number.
+// Adding it to a number below 2^51 and subtracting it again rounds to the nearest whole number.
 constexpr double kRounder = 0x1.8p52;
 
 template <class Integer>
@@ -20,7 +20,7 @@ std::int64_t convert(std::span<const double> samples, int bits, Integer* integer
   const double scale = std::ldexp(1.0, bits - 1);
   const double highest = scale - 1.0;
   const int unit = 1 << (std::numeric_limits<Integer>::digits + 1 - bits);
-  if (peakOf(samples) * scale <= highest) {  // the usual case, and the one that vectors can do
+  if (peakOf(samples) * scale <= highest) {  // the usual case, which can be vectorised
     for (std::size_t i = 0; i < samples.size(); ++i) integers[i] = toInteger<Integer>(samples[i] * scale, unit);
     return 0;
   }
@@ -36,8 +36,8 @@ std::int64_t convert(std::span<const double> samples, int bits, Integer* integer
 }  // namespace
 
 double peakOf(std::span<const double> samples) noexcept {
-  // Independent lanes, because neither the largest nor a sum may change its order. No number times 0 is 0 but finite
-  // ones.
+  // Independent lanes, because the compiler must not reorder a maximum or a sum. x * 0.0 is 0 only for finite x, so a
+  // non-zero sum reveals NaN or infinity.
   constexpr std::size_t kLanes = 8;
   double largest[kLanes] = {};
   double zero[kLanes] = {};

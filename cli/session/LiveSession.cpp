@@ -18,7 +18,7 @@ namespace {
 constexpr auto kTick = std::chrono::milliseconds(40);
 constexpr auto kBetweenJoins = std::chrono::milliseconds(500);
 constexpr auto kBetweenTunerLines = std::chrono::milliseconds(500);
-constexpr auto kLongestFade = std::chrono::milliseconds(500);  // with the longest of periods
+constexpr auto kLongestFade = std::chrono::milliseconds(500);  // for the longest periods
 
 std::string peakText(float peak) {
   char text[32];
@@ -96,7 +96,7 @@ bool LiveSession::join() {
       if (wait_ && waiting_.empty()) tellWaiting("Waiting for a JACK server");
       return false;
     }
-  } catch (const Failure& failure) {  // it refuses, or goes at this moment
+  } catch (const Failure& failure) {  // the server refuses, or quits at this moment
     jack_.close();
     if (!wait_) throw;
     tellWaiting(std::string(failure.what()) + ". Trying again");
@@ -111,7 +111,7 @@ bool LiveSession::join() {
   return true;
 }
 
-// Each text once, until a server is there.
+// Prints each text once, until there is a server.
 void LiveSession::tellWaiting(const std::string& text) {
   if (std::exchange(waiting_, text) != text) messages_.say(text);
 }
@@ -125,7 +125,7 @@ void LiveSession::checkServer() {
       loss = "has gone" + (reason.empty() ? "" : " (" + reason + ")");
     }
     if (!wait_) {
-      signals_->quit();  // a server that hangs has as long as at any other end
+      signals_->quit();  // a server that hangs gets the usual time to end
       finish();
       if (!takes_.failure().empty()) messages_.say(takes_.failure());
       throw Failure("the JACK server " + loss + "; start it again, or add --wait to wait for it");

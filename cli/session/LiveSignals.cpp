@@ -33,7 +33,7 @@ LiveSignals::LiveSignals() : hangupQuits_(hasControllingTerminal() && !isIgnored
   sigemptyset(&set_);
   for (const int signal : {SIGINT, SIGTERM, SIGQUIT, SIGHUP}) sigaddset(&set_, signal);
   pthread_sigmask(SIG_BLOCK, &set_, nullptr);
-  std::signal(SIGPIPE, SIG_IGN);  // raised by a write to a server that has gone
+  std::signal(SIGPIPE, SIG_IGN);  // raised by a write to a server that has quit
   thread_ = std::thread([this] { run(); });
 }
 

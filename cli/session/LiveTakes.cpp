@@ -49,14 +49,14 @@ void LiveTakes::start() {
       open(take);
     } catch (const std::exception& failure) {
       if (!hasStarted_) throw;
-      fail(failure.what(), false);  // a further file; the playing goes on without it
+      fail(failure.what(), false);  // for a new file; playing continues without it
     }
   }
   hasStarted_ = true;
   attach();
 }
 
-// Throws what TakeRecorder throws. False when there is too little room for a further file.
+// Throws what TakeRecorder throws. False if there is too little space for a new file.
 bool LiveTakes::open(Take& take) {
   take.tryTime = Clock::now() + kBetweenTries;
   while (take.part > 1 && fs::exists(partPath(take.path, take.part))) ++take.part;
@@ -103,7 +103,7 @@ void LiveTakes::check() {
         messages_.say("Recording again, in " + take.recorder->file().path());
         attach();
       } catch (const std::exception&) {
-        continue;  // told when it failed first
+        continue;  // reported when it first failed
       }
     }
     if (!take.recorder->failure().empty()) {

@@ -54,7 +54,7 @@ void Progress::draw() {
     const double done = std::min(done_, expected_);
     const double share = done / expected_;
     std::snprintf(text, sizeof text, "%3.0f %%  %.1f of %.1f s", share * 100.0, done, expected_);
-    const int room = columns() - static_cast<int>(std::strlen(text)) - 4;  // brackets, blank and cursor
+    const int room = columns() - static_cast<int>(std::strlen(text)) - 4;  // brackets, space and cursor
     if (const int width = std::min(room, kWidestBar); width >= kNarrowestBar) {
       const auto filled = static_cast<std::size_t>(share * width);
       const std::string bar = std::string(filled, '#') + std::string(static_cast<std::size_t>(width) - filled, '.');

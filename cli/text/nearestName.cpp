@@ -13,7 +13,7 @@ bool isSameLetter(char a, char b) {
   return std::tolower(static_cast<unsigned char>(a)) == std::tolower(static_cast<unsigned char>(b));
 }
 
-// Insertions, deletions and replacements between two texts, upper and lower case being the same.
+// The number of insertions, deletions and replacements between two texts, ignoring case.
 std::size_t distance(const std::string& a, const std::string& b) {
   std::vector<std::size_t> row(b.size() + 1);
   std::iota(row.begin(), row.end(), std::size_t{0});
@@ -43,7 +43,7 @@ bool contains(const std::string& name, const std::string& part) {
          std::search(name.begin(), name.end(), part.begin(), part.end(), isSameLetter) != name.end();
 }
 
-// Without the dashes of an option, which tell nothing.
+// Without the dashes of an option, which do not matter for the comparison.
 std::size_t bareSize(const std::string& name) {
   return name.size() - std::min(name.find_first_not_of('-'), name.size());
 }
@@ -51,7 +51,7 @@ std::size_t bareSize(const std::string& name) {
 }  // namespace
 
 std::string suggestName(const std::string& given, const std::vector<std::string>& known) {
-  // Names of which a part was given come first, then those that begin alike: the end may have been left off.
+  // Names that contain the given text come first, then those with the same beginning.
   const auto rank = [&given](const std::string& name) {
     return std::tuple(!contains(name, given), sharedBeginning(given, name) < kTellingBeginning, distance(given, name));
   };
