@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# Ends the configuration with a clear word where the compiler is known to be too old. The versions are the oldest that
-# the effect, its command and its tests were built with.
+# Ends the configuration with a clear message if the compiler is known to be too old. The versions are the oldest with
+# which the effect, its command and its tests were built.
 set(OLDEST_GNU 12)
 set(OLDEST_Clang 13)
 set(OLDEST ${OLDEST_${CMAKE_CXX_COMPILER_ID}})

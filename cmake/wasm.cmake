@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: MIT
 # WebAssembly with Debian's clang, wasi-libc and libc++: two-lane vectors, no threads, no exceptions. Programs run in
-# Node. clang has wasm-opt go over what it links when that is installed; the -O0 behind everything keeps it out, so that
-# every machine builds the same bytes.
+# Node. If wasm-opt is installed, clang runs it on what it links; the -O0 at the end prevents that, so that every
+# machine builds the same bytes.
 set(CMAKE_SYSTEM_NAME Generic)
 set(CMAKE_SYSTEM_PROCESSOR wasm32)
 set(CMAKE_CXX_COMPILER clang++)

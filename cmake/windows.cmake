@@ -1,11 +1,11 @@
 # SPDX-License-Identifier: MIT
-# 64-bit Windows: Debian's mingw-w64, with posix threads. Everything is linked statically, so what is built needs
-# Windows alone. wine64 runs the tests.
+# 64-bit Windows: Debian's mingw-w64, with posix threads. Everything is linked statically, so the binaries need only
+# Windows itself. wine64 runs the tests.
 set(CMAKE_SYSTEM_NAME Windows)
 set(CMAKE_SYSTEM_PROCESSOR x86_64)
 set(CMAKE_CXX_COMPILER x86_64-w64-mingw32-g++-posix)
 add_link_options(-static)
-# Of this machine's own headers only those that are the same for every target; the others would be glibc's.
+# Use only those of this machine's headers that are the same for every target; the others are glibc's.
 set(BRUMBLER_PORTABLE ${CMAKE_BINARY_DIR}/portable)
 file(MAKE_DIRECTORY ${BRUMBLER_PORTABLE}/include)
 foreach(folder doctest lv2)

@@ -27,7 +27,7 @@ if [ -z "$in" ]; then
   "$brumbler" render out/dry.wav out/fuzzed.wav --force
   more="--fuzz 10 --volume 7"
 else
-  # Recordings are mastered far above a guitar's own level; this takes the difference off and puts it back.
+  # Recordings are mastered far above a guitar's own level; this removes the difference and restores it afterwards.
   "$brumbler" render "$in" out/dry.wav --off --no-tail --force
   "$brumbler" render "$in" out/fuzzed.wav --trim auto --force
   more="--trim auto --fuzz 10 --volume 7"

@@ -4,9 +4,9 @@
 #
 #   scripts/test.sh [--all] [TARGET...]
 #
-# Without a TARGET all of them: those that CMakePresets.json names, `web` (the page, preset `wasm`), `package` (the
-# Debian packages and the archive, tests/package.sh) and `documents` (the commands in the documents, tests/documents.py).
-# `release` comes first: the others compare their output with it.
+# Without a TARGET, it takes all of them: those that CMakePresets.json names, `web` (the page, preset `wasm`), `package`
+# (the Debian packages and the archive, tests/package.sh) and `documents` (the commands in the documents,
+# tests/documents.py). `release` comes first: the others compare their output with it.
 #
 # Status 0 if every test of every target passed. A target whose compiler, libraries or emulator cannot be installed is
 # left out, and the last lines say so; with --all that is a failure, and so is a compiler's warning.
@@ -26,7 +26,7 @@ groups() {
   esac
 }
 
-# Says what the compiler in $@ lacks to build a C++ program for a target, nothing when it lacks nothing.
+# Prints what the compiler in $@ lacks to build a C++ program for a target; nothing if it lacks nothing.
 lacks() {
   local program
   program=$(mktemp)
@@ -43,13 +43,13 @@ lacks_program() {
   for program in "$@"; do command -v "$program" >/dev/null || echo "no $program"; done
 }
 
-# What the page's tests take from npm, unless it is there.
+# Installs what the page's tests need from npm, unless it is there.
 fetch_packages() {
   [[ web/test/node_modules/.package-lock.json -nt web/test/package-lock.json ]] ||
     npm ci --prefix web/test --ignore-scripts --silent >/dev/null 2>&1
 }
 
-# What this machine still lacks for a target, one line each.
+# Prints what this machine still lacks for a target, one item per line.
 lacking() {
   case "$1" in
     i386) lacks g++ -m32 ;;
@@ -74,7 +74,7 @@ lacking() {
   esac
 }
 
-# Runs $@ with its output in a file that is shown only when it fails.
+# Runs $@ with its output in a file, which is shown only if it fails.
 quietly() {
   local log="build/$1.log"
   shift
@@ -137,7 +137,7 @@ summary=()
 for target in "${@:-${targets[@]}}"; do
   printf '\n== %s ==\n' "$target"
   started=$SECONDS
-  # 3 is a package that the sources do not have; what lacks it says so below, or tests less.
+  # 3: the sources lack a package; what needs it says so below, or tests less.
   # shellcheck disable=SC2046  # several words
   scripts/setup $(groups "$target")
   installed=$?
@@ -158,7 +158,7 @@ done
 
 printf '\n'
 printf '%s\n' "${summary[@]}"
-# As ctest ends.
+# The summary, like ctest's.
 ((tests == 0)) || printf '\n%d%% tests passed, %d tests failed out of %d\n\nTotal time (real) = %d sec\n' \
   $((100 * (tests - failures) / tests)) "$failures" "$tests" "$SECONDS"
 exit "$status"

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# What a configure without a preset gives, and what a compiler that is too old is told:
+# Checks a configuration without a preset, and the message for a compiler that is too old:
 #   cmake -DSOURCE=FOLDER -DBUILD=FOLDER -DCOMPILER=PROGRAM -DGENERATOR=NAME -P configure.cmake
 function(expect_build_type type)
   file(REMOVE_RECURSE ${BUILD})

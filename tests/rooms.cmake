@@ -1,6 +1,6 @@
 # SPDX-License-Identifier: MIT
-# Fails when a file includes what lies above it: among the rooms of cli/ in the order of cli/README.md, and among the
-# folders of the whole by the arrows below. Run with cmake -P in the project's root.
+# Fails if a file includes something that it must not: between the rooms of cli/ by the order in cli/README.md, and
+# between the project's folders by the arrows below. Run with cmake -P in the project's root.
 cmake_minimum_required(VERSION 3.25)
 file(STRINGS cli/README.md table REGEX "^\\| `[a-z]+/` \\|")
 list(TRANSFORM table REPLACE "^\\| `([a-z]+)/`.*" "\\1" OUTPUT_VARIABLE rooms)

@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Holds the files that cannot take the version from CMakeLists.txt to it:
+# Checks the version in the files that cannot take it from CMakeLists.txt:
 #   cmake -DVERSION=NUMBER -DDATE=YYYY-MM-DD -P version.cmake
 file(READ debian/changelog debian)
 if(NOT debian MATCHES "^brumbler \\(([^)]+)\\).*\n -- [^\n]*>  ([^\n]+)")

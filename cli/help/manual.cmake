@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Writes the manual page from the command's help, or with CHECK compares them:
+# Writes the manual page from the command's help; with CHECK it compares the two:
 #   cmake -DCOMMAND=brumbler -DMANUAL=brumbler.1.in [-DCHECK=ON] -P manual.cmake
 # Version and date stay variables, which the build fills in.
 execute_process(

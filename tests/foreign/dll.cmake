@@ -1,5 +1,5 @@
 # SPDX-License-Identifier: MIT
-# Holds a built DLL to what it may show and need: its exports, and the libraries of Windows itself.
+# Checks a built DLL's exports, and that it needs only the libraries of Windows itself.
 #   cmake -DMODULE=FILE -DOBJDUMP=PROGRAM -P dll.cmake
 execute_process(COMMAND ${OBJDUMP} -p ${MODULE} OUTPUT_VARIABLE headers COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "DLL Name: [^\n]+" needed "${headers}")

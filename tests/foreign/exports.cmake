@@ -1,10 +1,10 @@
 # SPDX-License-Identifier: MIT
-# Holds the built module to what it may show and need:
+# Checks what the built module exports and needs:
 #   cmake -DMODULE=FILE -DREADELF=PROGRAM -DSLOTS=SOURCE -DOWN_RUNTIME=BOOL -P exports.cmake
-# OWN_RUNTIME: the module brings its C++ runtime, as all but the sanitizer builds do.
+# OWN_RUNTIME: the module contains its C++ runtime, as in all but the sanitizer builds.
 execute_process(COMMAND ${READELF} --file-header ${MODULE} OUTPUT_VARIABLE header COMMAND_ERROR_IS_FATAL ANY)
-# The newest C library that the module may ask for: the one with which the processor's port began, or 2.4, which the
-# hardening needs that distributions compile in.
+# The newest C library that the module may need: the one with which the processor's port began, or 2.4, which
+# distributions' hardening options need.
 set(newest 999)
 if(header MATCHES "Machine: +AArch64")
   set(newest 2.17)
@@ -42,7 +42,7 @@ if(NOT OWN_RUNTIME)
   return()
 endif()
 
-# The C library, its mathematics and its loader alone.
+# Only the C library, its mathematics library and its loader.
 execute_process(COMMAND ${READELF} --dynamic --wide ${MODULE} OUTPUT_VARIABLE dynamic COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCHALL "Shared library: [^\n]+" needed "${dynamic}")
 foreach(library IN LISTS needed)
@@ -52,7 +52,7 @@ foreach(library IN LISTS needed)
   endif()
 endforeach()
 
-# Two words stand before the slots of a virtual table.
+# Two words precede the slots of a virtual table.
 execute_process(COMMAND ${READELF} --syms --wide ${MODULE} OUTPUT_VARIABLE symbols COMMAND_ERROR_IS_FATAL ANY)
 string(REGEX MATCH "([0-9a-f]+) +([0-9]+) OBJECT[^\n]+ _ZTV8Brumbler\n" table "${symbols}")
 string(LENGTH "${CMAKE_MATCH_1}" digits)
