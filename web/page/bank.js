@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
-// Sixteen programs, and the files that hold them, which are the command's.
+// Sixteen programs, and bank files, in the command's format.
 
 /** @typedef {import('./effect.js').Program} Program */
 /**
- * An entry of the catalog's parameters; without a name it is none of the effect's.
+ * An entry of the catalog's parameters; without a name it is not one of the effect's.
  * @typedef {{name?: string, symbol: string, label: string, scale: 'switch' | 'knob' | 'decibels', minimum: number,
  *   maximum: number, default: number, steps: number, does: string}} Parameter
  */
@@ -25,15 +25,15 @@ export function knobAtValue(value) {
   return value * TOP;
 }
 
-/** The effect's value at first. @param {Parameter} parameter */
+/** The effect's initial value. @param {Parameter} parameter */
 export function initialValue(parameter) {
   return parameter.scale === 'switch' ? parameter.default : valueAtKnob(parameter.default);
 }
 
-/** A text whose lone surrogates, which no file can hold, are U+FFFD. @param {string} text */
+/** Replaces lone surrogates, which no file can contain, by U+FFFD. @param {string} text */
 const wellFormed = (text) => text.replace(/\p{Surrogate}/gu, '\ufffd');
 
-/** The longest beginning of a name that the effect keeps whole. @param {string} name */
+/** The longest beginning of a name that the effect can store. @param {string} name */
 export function fittingName(name) {
   let fitting = '';
   for (const character of wellFormed(name)) {
@@ -58,8 +58,8 @@ export function bankText(programs, parameters) {
 }
 
 /**
- * The programs of a bank; those and the values that it leaves out are as in `before`. Throws an Error whose message is a
- * sentence for the player.
+ * The programs of a bank; programs and values that it leaves out are taken from `before`. Throws an Error with a
+ * message for the player.
  * @param {string} text
  * @param {Program[]} before
  * @param {Parameter[]} parameters

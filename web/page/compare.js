@@ -7,7 +7,7 @@ const HEARD = 12; // seconds of the recording that the two settings are compared
 const SETTLED = 300; // milliseconds without a change, after which they are compared again
 
 /**
- * How loud samples are to the ear: the mean square behind the filters of ITU-R BS.1770, without its gates, in dB.
+ * The loudness of samples: the mean square after the filters of ITU-R BS.1770, without its gates, in dB.
  * @param {Float32Array[]} channels
  * @param {number} rate Hz
  */
@@ -29,7 +29,7 @@ export async function loudness(channels, rate) {
   return 10 * Math.log10(square / length + 1e-12) - 0.691;
 }
 
-/** Two settings of the selected program, A and B, of which one plays: equally loud, so that the ear compares the sound. */
+/** Two settings of the selected program, A and B, of which one plays. Both are equally loud. */
 export class Compare {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
@@ -55,7 +55,7 @@ export class Compare {
     return this.state.program === this.page.programs.selected;
   }
 
-  /** What the setting that plays is turned down by, in dB. */
+  /** The attenuation of the setting that plays, in dB. */
   get gain() {
     return this.isOn ? /** @type {number} */ (this.state.gains[this.state.playing]) : 0;
   }
@@ -76,14 +76,14 @@ export class Compare {
     this.show();
   }
 
-  /** To be called when the values have changed. */
+  /** Call it when the values have changed. */
   changed() {
     this.show();
     clearTimeout(this.resting);
     if (this.isOn) this.resting = setTimeout(() => void this.match(), SETTLED);
   }
 
-  /** Turns the louder setting down to the other one. */
+  /** Attenuates the louder setting to the level of the other. */
   async match() {
     const { state } = this;
     const { recording } = this.page.listen;

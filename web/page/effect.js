@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The module, as the page and the worklet both drive it.
+// The module, as both the page and the worklet use it.
 
 /** @typedef {{name: string, values: number[]}} Program The values are the effect's own, 0 to 1, by parameter. */
 /** @typedef {{programs: Program[], selected: number, trim: number}} Settings Trim in dB. */
@@ -8,7 +8,7 @@ export const ON = 0;
 export const VOLUME = 1;
 export const FUZZ = 2;
 
-/** Compiled code with a memory of its own, for as many effects as that holds. */
+/** Compiled code with its own memory, for as many effects as fit into it. */
 export class Module {
   /** @param {WebAssembly.Instance} instance */
   constructor(instance) {
@@ -17,14 +17,14 @@ export class Module {
     this.calls._initialize();
   }
 
-  /** What the code asks of its surroundings: nothing but to print a last word, which goes nowhere. */
+  /** The functions that the code imports: only one to print a last message, which is discarded. */
   static get imports() {
     const nothing = () => 0;
     return { wasi_snapshot_preview1: { fd_close: nothing, fd_seek: nothing, fd_write: nothing } };
   }
 
   /**
-   * `count` samples of the memory at an address; good until the memory grows.
+   * `count` samples of the memory at an address; valid until the memory grows.
    * @param {number} address
    * @param {number} count
    */
@@ -32,7 +32,7 @@ export class Module {
     return new Float32Array(this.calls.memory.buffer, address, count);
   }
 
-  /** Calls an export that answers a number of samples and writes where they are. @param {(at: number) => number} call */
+  /** Calls an export that returns a number of samples and writes their address. @param {(at: number) => number} call */
   samples(call) {
     const at = this.calls.place();
     const count = call(at);
@@ -51,7 +51,7 @@ export class Module {
   }
 
   /**
-   * The note that the samples hold, its name empty if there is none, and by how many cents they lie above it.
+   * The note of the samples, with an empty name if there is none, and by how many cents they are above it.
    * @param {Float32Array} samples
    * @param {number} rate Hz
    */
@@ -71,7 +71,7 @@ export class Module {
 /** One effect for each channel of a sound, all with the same settings. */
 export class Effect {
   /**
-   * Throws when an effect cannot be made.
+   * Throws if an effect cannot be created.
    * @param {Module} module
    * @param {number} rate Hz
    * @param {number} channels
@@ -92,7 +92,7 @@ export class Effect {
     this.calls.destroy(this.handle);
   }
 
-  /** Where the channels find their input and leave their output. Allocates only when the memory has grown. */
+  /** The buffers for the channels' input and output. Allocates only when the memory has grown. */
   planes() {
     if (this.views.length === 0 || this.views[0].buffer !== this.calls.memory.buffer) {
       for (let c = 0; c < this.channels; ++c) {
@@ -138,17 +138,17 @@ export class Effect {
     this.calls.setTrim(this.handle, decibels);
   }
 
-  /** In place, `length` samples of every plane. @param {number} length */
+  /** Processes `length` samples of every plane in place. @param {number} length */
   process(length) {
     this.calls.process(this.handle, length);
   }
 
-  /** What the effect shows for a value. @param {number} parameter @param {number} value */
+  /** The effect's text for a value. @param {number} parameter @param {number} value */
   display(parameter, value) {
     return this.module.text(this.calls.displayText(this.handle, parameter, value)).trim();
   }
 
-  /** What the effect calls a program. @param {number} program */
+  /** The effect's name for a program. @param {number} program */
   programName(program) {
     this.setProgram(program);
     return this.module.text(this.calls.programName(this.handle));

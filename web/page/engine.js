@@ -1,18 +1,18 @@
 // SPDX-License-Identifier: MIT
-// The sound of the page: a source, the effect in its worklet, the loudspeakers, and analysers before and behind it.
+// The sound of the page: a source, the effect in its worklet, the loudspeakers, and analysers before and after it.
 import { ceiling } from './level.js';
 import { speakerBehind } from './speaker.js';
 
 const FADE = 0.005; // seconds, of everything that starts or stops
 export const FADED = 50; // milliseconds, after which a fade is certainly over
 
-/** What the page can say about a failure; `message` is a sentence for the player. */
+/** A failure that the page can explain; `message` is for the player. */
 export class Trouble extends Error {}
 
 export const HELD = 'The browser holds the sound back, or no loudspeaker is connected. Try once more.';
 
 /**
- * One audio context with the effect in it. A context has one sample rate for its whole life.
+ * One audio context with the effect in it. The sample rate of a context never changes.
  */
 export class Engine {
   /** @param {AudioContext} context @param {number} hint */
@@ -52,7 +52,7 @@ export class Engine {
           : 'Browsers play this page only from your own disk, from this machine or over https.',
       );
     }
-    context.resume().catch(() => {}); // some browsers allow it in the click itself alone; wake() looks whether they did
+    context.resume().catch(() => {}); // some browsers allow it only during the click itself; wake() checks
     const engine = new Engine(context, hint);
     context.onstatechange = () => {
       if (!engine.awake || context.state === 'running') return;
@@ -84,12 +84,12 @@ export class Engine {
     return splitter;
   }
 
-  /** @param {object} message @param {Transferable[]} moved what the worklet gets for its own */
+  /** @param {object} message @param {Transferable[]} moved transferred to the worklet */
   tell(message, moved = []) {
     this.node?.port.postMessage(message, moved);
   }
 
-  /** Silences what is heard, or lets it through again. @param {boolean} is */
+  /** Mutes the output, or unmutes it. @param {boolean} is */
   mute(is) {
     this.silence.gain.setTargetAtTime(is ? 0 : 1, this.context.currentTime, FADE / 3);
   }
@@ -101,7 +101,7 @@ export class Engine {
     this.direct.gain.setTargetAtTime(is ? 0 : 1, now, FADE / 3);
   }
 
-  /** Sends the sound to another output; throws a DOMException when it is gone. @param {string} device empty: the system's own */
+  /** Selects another output; throws a DOMException if it is gone. @param {string} device empty: the system's own */
   async sendTo(device) {
     const context = /** @type {AudioContext & {setSinkId?: (id: string) => Promise<void>, sinkId?: string}} */ (this.context);
     if (context.setSinkId && context.sinkId !== device) await context.setSinkId(device);
@@ -129,7 +129,7 @@ export class Engine {
     };
   }
 
-  /** Starts the sound; throws Trouble when the browser holds it back. */
+  /** Starts the sound; throws Trouble if the browser blocks it. */
   async wake() {
     if (this.awake) return;
     const late = new Promise((resolve) => setTimeout(resolve, 1500));
@@ -138,10 +138,10 @@ export class Engine {
     this.awake = true;
   }
 
-  /** Takes no time of the processor until the next wake(). */
+  /** Uses no processor time until the next wake(). */
   sleep() {
     this.awake = false;
-    this.context.suspend().catch(() => {}); // closed by now
+    this.context.suspend().catch(() => {}); // already closed
   }
 
   /** From the output to the ear, and the buffers before it, in seconds. */
@@ -163,19 +163,19 @@ function bufferOf({ rate, channels }) {
   return buffer;
 }
 
-/** A recording that plays through an engine, from any place, once or round and round. */
+/** A recording that plays through an engine, from any position, once or in a loop. */
 export class Playback {
   /**
    * @param {Engine} engine
    * @param {import('./recording.js').Recording} recording
-   * @param {() => void} onEnd called when it has come to its end by itself
+   * @param {() => void} onEnd called when it has reached its end
    */
   constructor(engine, recording, onEnd) {
     this.engine = engine;
     this.onEnd = onEnd;
     this.buffer = recording.buffer ?? bufferOf(recording);
     this.loops = false;
-    /** What a loop repeats, in seconds. */
+    /** The part that a loop repeats, in seconds. */
     this.part = { from: 0, to: this.buffer.duration };
     this.offset = 0; // seconds
     this.begun = 0; // of the context's clock, at the offset
@@ -229,7 +229,7 @@ export class Playback {
     this.source = source;
   }
 
-  /** Stays where it is. */
+  /** Keeps its position. */
   stop() {
     this.offset = this.position;
     const { source } = this;

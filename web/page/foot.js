@@ -4,7 +4,7 @@ import { onClick, say, select } from './controls.js';
 import { FUZZ, ON, VOLUME } from './effect.js';
 import { Midi } from './midi.js';
 
-/** What the feet press: MIDI pedals, and the space bar. */
+/** The foot controls: MIDI pedals, and the space bar. */
 export class Foot {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
@@ -37,8 +37,8 @@ export class Foot {
       if (target) say('midi-note', 'Move a knob, pedal or switch: it will turn this.');
     });
 
-    // The space bar is the foot switch, unless a control has the focus that it presses or types into. A control that
-    // was clicked or chosen with the mouse gives up the focus.
+    // The space bar is the foot switch, unless the focused control uses the space bar itself. A control that was
+    // clicked or chosen with the mouse gives up the focus.
     let pointed = false;
     const letGo = () => pointed && /** @type {HTMLElement} */ (document.activeElement)?.blur();
     document.addEventListener('pointerdown', () => (pointed = true), true);

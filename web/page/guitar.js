@@ -2,7 +2,7 @@
 import { element, onClick, say, select } from './controls.js';
 import { LiveInput, inputTrouble, listInputs, listOutputs, openInput } from './input.js';
 
-const UNKNOWN_TRIM = 12; // dB, for a device that nothing is known of: what interfaces usually give
+const UNKNOWN_TRIM = 12; // dB, for an unknown device: the usual level of audio interfaces
 const WARNING = 3; // seconds from plugging a device in for the first time to the first sound
 
 /** The guitar: plugging it in and out, its input, jack and latency. */
@@ -13,7 +13,7 @@ export class Guitar {
     /** @type {LiveInput | undefined} */
     this.live = undefined;
     this.plugging = false; // Plug in was pressed and nothing sounds yet
-    /** What belongs to each device, by its key: Trim in dB, the jack, and whether the player was warned. */
+    /** The settings of each device, by its key: Trim in dB, the jack, and whether the player was warned. */
     this.known = /** @type {Record<string, {trim: number, jack: string, warned: boolean}>} */ ({});
     this.device = { id: '', label: '' }; // that the player has chosen; no id: the system's own
     this.key = '';
@@ -41,7 +41,7 @@ export class Guitar {
     void this.showOutputs();
   }
 
-  /** What belongs to the device that is plugged in. */
+  /** The settings of the device that is plugged in. */
   get own() {
     return (this.known[this.key] ??= { trim: UNKNOWN_TRIM, jack: 'first', warned: false });
   }
@@ -96,7 +96,7 @@ export class Guitar {
     if (own !== 44100 && own !== 48000) {
       live = await open(48000).catch(() => open(undefined)); // not every browser converts inputs
     }
-    // The system's own input may be another device at each visit: the label tells.
+    // The system's own input may be a different device at each visit; the label identifies it.
     this.key = `${live.track.getSettings().deviceId ?? ''} ${live.track.label}`;
     this.live = live;
     this.page.trim.input = this.own.trim;
@@ -133,7 +133,7 @@ export class Guitar {
       const told = Math.round(seconds * 1000);
       const path = whole ? 'from string to ear' : 'plus the input’s own latency';
       element('latency').textContent = told > 0 ? `${told} ms ${path}` : 'Latency unknown.';
-      setTimeout(tell, 2000); // browsers learn it while they play
+      setTimeout(tell, 2000); // browsers measure it while they play
     };
     tell();
   }
@@ -162,7 +162,7 @@ export class Guitar {
     const { id, label } = this.device;
     list.value = id;
     if (list.selectedIndex >= 0) return;
-    // Before it allows an input, the browser names none; after that, this one is not connected.
+    // Until the user allows an input, the browser names none; after that, a device that is not listed is not connected.
     const named = devices.some((device) => device.label !== '');
     list.append(new Option(named ? `${label} (not connected)` : label, id));
     list.value = id;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The guitar: an audio input of this machine, as the browser hands it over.
+// The guitar: an audio input of this machine, as the browser provides it.
 import { FADED, Trouble } from './engine.js';
 
 /** @type {Record<string, string>} */
@@ -24,7 +24,7 @@ export async function listInputs() {
   return devices.filter((device) => device.kind === 'audioinput' && device.deviceId !== '');
 }
 
-/** The outputs of this machine, where the browser can send the sound to another than the system's own. */
+/** The outputs of this machine, if the browser can use others than the system's own. */
 export async function listOutputs() {
   if (!('setSinkId' in AudioContext.prototype)) return [];
   const devices = (await navigator.mediaDevices?.enumerateDevices?.()) ?? [];
@@ -32,7 +32,7 @@ export async function listOutputs() {
 }
 
 /**
- * The sound as it is: nothing that browsers do for telephone calls.
+ * The unprocessed sound, without what browsers do for telephone calls.
  * @param {string} deviceId empty: the system's choice
  */
 export async function openInput(deviceId) {
@@ -66,7 +66,7 @@ export class LiveInput {
     this.chosen = this.splitter;
   }
 
-  /** Lets `node` hear the chosen jack; the function it returns ends that. @param {AudioNode} node */
+  /** Connects the chosen jack to `node`; the function it returns disconnects it. @param {AudioNode} node */
   listen(node) {
     this.listener = node;
     this.chosen.connect(node);
@@ -115,7 +115,7 @@ export class LiveInput {
   close() {
     this.listener = undefined;
     this.unplug();
-    // Once it has faded out.
+    // After it has faded out.
     setTimeout(() => {
       this.source.disconnect();
       this.stream.getTracks().forEach((track) => track.stop());

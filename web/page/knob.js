@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 
-const SWEEP = 270; // degrees from the least to the most
+const SWEEP = 270; // degrees from the lowest to the highest value
 const TRAVEL = 180; // pixels of dragging, likewise
 const NOTCH = [100, 3, 1]; // of a wheel, in pixels, lines and pages
 const DOUBLE = 350; // milliseconds between two taps
@@ -9,14 +9,14 @@ const DOUBLE = 350; // milliseconds between two taps
 export const clamp = (value, least, most) => Math.min(Math.max(value, least), most);
 
 /**
- * A knob: a range input that keys and screen readers turn, drawn as a knob that mouse, wheel and touch turn, and a field
- * that takes a number. Double click: its default.
+ * A knob: a range input for keys and screen readers, drawn as a knob for mouse, wheel and touch, and a field for a
+ * number. A double click sets the default.
  */
 export class Knob {
   /**
    * @param {HTMLElement} root with an input of type range in `.dial`, and one of type text
    * @param {{least: number, most: number, step: number, initial: number, text: (value: number) => string}} scale
-   * @param {(value: number) => void} onTurn called with what people turn it to
+   * @param {(value: number) => void} onTurn called with the value that the user sets
    */
   constructor(root, scale, onTurn) {
     this.root = root;
@@ -97,7 +97,7 @@ export class Knob {
   onWheel(event) {
     if (event.ctrlKey) return; // the browser's zoom
     event.preventDefault();
-    const delta = event.deltaY || event.deltaX; // Shift turns it to the side
+    const delta = event.deltaY || event.deltaX; // with Shift, the wheel scrolls sideways
     if (delta * this.wheeled < 0) this.wheeled = 0;
     this.wheeled += (delta / NOTCH[event.deltaMode]) * (event.shiftKey ? 1 : 2);
     const steps = Math.trunc(this.wheeled);
@@ -105,7 +105,7 @@ export class Knob {
     if (steps !== 0) this.turn(this.value - steps * this.scale.step);
   }
 
-  wheeled = 0; // steps that are still less than one: a touch pad sends many small pieces
+  wheeled = 0; // the fraction of a step so far: a touch pad sends many small movements
 
   /** @param {PointerEvent} event */
   onPress(event) {

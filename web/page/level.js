@@ -12,7 +12,7 @@ const GLIDE = 0.01; // seconds
 const amplitude = (/** @type {number} */ decibels) => 10 ** (decibels / 20);
 
 /**
- * The last node before the device: rounds off peaks that would clip there. Without latency.
+ * The last node before the device: rounds off peaks that would clip there. Adds no latency.
  * @param {BaseAudioContext} context
  * @returns {{first: AudioNode, last: AudioNode}}
  */

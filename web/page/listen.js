@@ -77,7 +77,7 @@ export class Listen {
       }
     } catch (error) {
       const why = error instanceof Trouble ? error.message : 'The sound cannot start in this browser.';
-      if (!guitar.plugging && !guitar.live) say('recording-note', why, true); // else the guitar has taken over
+      if (!guitar.plugging && !guitar.live) say('recording-note', why, true); // otherwise the guitar has taken over
     }
     this.starting = false;
     this.page.showPlaying();

@@ -6,7 +6,7 @@ const DRAG = 4; // pixels after which a press becomes a drag
 
 /**
  * The part of the recording that Loop repeats: dragged over the waveform, or set with the keys [ and ] at its position.
- * Escape or a click takes the whole again.
+ * Escape or a click selects the whole recording again.
  */
 export class LoopPart {
   /** @param {import('./listen.js').Listen} listen */

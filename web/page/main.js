@@ -27,7 +27,7 @@ export class Page {
     this.turned = parameters;
     this.parameters = parameters.filter((parameter) => parameter.name !== undefined);
     this.presets = presets;
-    this.texts = new Effect(module, 44100, 1); // an effect that is only asked for texts
+    this.texts = new Effect(module, 44100, 1); // an effect that only provides texts
     /** @type {'wave' | 'spectrum'} */
     this.view = 'wave';
 

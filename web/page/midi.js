@@ -8,7 +8,7 @@ export const CONTROLLERS = { 7: 'volume', 16: 'fuzz', 17: 'volume', 18: 'trim', 
 /** Foot switches and knobs that speak MIDI. */
 export class Midi {
   /**
-   * @param {Record<number, Target>} learnt controllers that people taught, before the others
+   * @param {Record<number, Target>} learnt learned controllers, which come before the others
    * @param {{program: (index: number) => void, turn: (target: Target, share: number) => void,
    *   set: (on: boolean) => void, press: () => void, learn: (target: Target, controller: number) => void}} on `share` is 0 to 1
    */
@@ -43,7 +43,7 @@ export class Midi {
       this.learnt[number] = this.learning;
       this.on.learn(this.learning, number);
       this.learning = undefined;
-      this.held.add(number); // the press that taught it does nothing else
+      this.held.add(number); // the press that it was learned from does nothing else
       return;
     }
     const target = this.learnt[number] ?? CONTROLLERS[number];
@@ -53,7 +53,7 @@ export class Midi {
     } else if (this.learnt[number] === undefined) {
       this.on.set(value >= 64);
     } else {
-      // What was taught may be a pedal that presses and lets go: each press switches.
+      // The learned control may be a momentary pedal, so each press switches.
       if (value >= 64 && !this.held.has(number)) this.on.press();
       if (value >= 64) this.held.add(number);
       else this.held.delete(number);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the page draws: the recording, the sound as it plays, and its levels.
+// The page's pictures: the recording, the sound as it plays, and its levels.
 import { PEAKS } from './recording.js';
 
 const FLOOR = -60; // dBFS, the left end of a meter
@@ -20,7 +20,7 @@ export const levelText = (amplitude) =>
   amplitude > 1e-5 ? `${decibels(amplitude).toFixed(1).replace('-', '−')} dBFS` : 'silent';
 
 /**
- * A canvas with as many points as the screen has, and the colours of the page.
+ * A canvas at the screen's resolution, in the page's colours.
  * @param {HTMLCanvasElement} canvas
  */
 function prepare(canvas) {
@@ -69,7 +69,7 @@ export class Waveform {
     this.done = done;
     this.part = part;
     const drawn = `${Math.round(done * this.canvas.width)} ${part?.from} ${part?.to} ${DARK.matches}`;
-    if (drawn === this.drawn) return; // this far the picture stays as it is
+    if (drawn === this.drawn) return; // the picture has not changed
     this.drawn = drawn;
     const { context, width, height, colour } = prepare(this.canvas);
     const bars = Math.max(1, Math.min(Math.floor(width / 3), PEAKS));
@@ -124,7 +124,7 @@ export class Meter {
     const place = (/** @type {number} */ level) => Math.max(0, Math.min(1, 1 - decibels(level + 1e-9) / FLOOR));
     this.root.style.setProperty('--level', String(place(this.level)));
     this.root.style.setProperty('--hold', String(place(this.hold)));
-    if (now !== 0 && now - this.told < 500) return; // often enough for those who have it read to them
+    if (now !== 0 && now - this.told < 500) return; // often enough for screen readers
     this.told = now;
     this.bar.setAttribute('aria-valuenow', String(Math.round(Math.max(decibels(this.hold + 1e-9), FLOOR))));
     this.bar.setAttribute('aria-valuetext', levelText(this.hold));
@@ -245,7 +245,7 @@ export class Scope {
     const shown = Math.round(sampleRate * Math.min(0.02, 0.008 + width / 80000));
     dry[0].getFloatTimeDomainData(this.samples);
     wet[0].getFloatTimeDomainData(this.second);
-    // Begins where the fuzzed wave rises through zero, so that the picture stands.
+    // Begins where the fuzzed wave rises through zero, so that the picture stands still.
     let start = this.second.length - shown;
     for (let i = start; i > 1; --i) {
       if (this.second[i - 1] < 0 && this.second[i] >= 0) {

@@ -4,8 +4,9 @@ import { button, download, input, onClick, onFile, say, select } from './control
 import { FUZZ, ON, VOLUME } from './effect.js';
 
 /**
- * What the first visit finds besides the presets: a name, Fuzz and Volume. Each is at least 0.7 dB away from every other
- * program in the third-octave spectrum of the riff; further ones could not be told apart, so the rest is left as it is.
+ * The programs of the first visit besides the presets: a name, Fuzz and Volume. Each is at least 0.7 dB away from every
+ * other program in the third-octave spectrum of the riff; further ones could not be told apart, so the rest is left as
+ * it is.
  * @type {[string, number, number][]}
  */
 const NEIGHBOURS = [
@@ -131,7 +132,7 @@ export class Programs {
     this.page.level.apply();
     this.page.compare.changed();
 
-    // The list names the preset that the knobs stand at.
+    // The list shows the preset that the knobs are set to.
     const is = (/** @type {Record<string, any>} */ { volume, fuzz }) =>
       valueAtKnob(volume) === values[VOLUME] && valueAtKnob(fuzz) === values[FUZZ];
     select('preset').value = this.page.presets.find(is)?.symbol ?? '';

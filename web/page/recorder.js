@@ -4,11 +4,11 @@ import { element, onClick, say, showPressed } from './controls.js';
 /** @typedef {{planes: Float32Array[], length: number, lost: number, last: boolean}} Piece What the worklet has recorded. */
 
 const BUFFER = 1 << 16; // samples of a buffer, a multiple of the worklet's block
-const AHEAD = 8; // buffers that the worklet holds: what may pass while the page is busy
-const LONGEST = 3600; // seconds of one channel; two channels fill the same memory in half of it
+const AHEAD = 8; // buffers that the worklet holds, for the time that the page is busy
+const LONGEST = 3600; // seconds of one channel; two channels fill the same memory in half the time
 const PATIENCE = 1000; // milliseconds for the last piece; none comes from an engine that was stopped
 
-/** Records the input as it is, before Trim and the effect. What was recorded becomes the page's recording. */
+/** Records the input before Trim and the effect. The take becomes the page's recording. */
 export class Recorder {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
@@ -70,7 +70,7 @@ export class Recorder {
     if (this.recorded >= this.longest * rate) void this.stop();
   }
 
-  /** Ends the take, also when the input has gone away, and opens it as the recording. */
+  /** Ends the take, even if the input has disappeared, and opens it as the recording. */
   async stop() {
     if (!this.runs || !this.engine) return;
     this.runs = false;
@@ -90,7 +90,7 @@ export class Recorder {
     let at = 0;
     let lost = 0;
     while (pieces.length > 0) {
-      const piece = /** @type {Piece} */ (pieces.shift()); // its memory is free again
+      const piece = /** @type {Piece} */ (pieces.shift()); // frees its memory
       channels.forEach((channel, c) => channel.set(/** @type {Float32Array} */ (piece.planes[c]).subarray(0, piece.length), at));
       at += piece.length;
       lost = piece.lost;

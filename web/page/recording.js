@@ -4,7 +4,7 @@
 import { inSlices } from './slices.js';
 
 /**
- * Samples at `rate` Hz, at which the effect runs; `buffer` holds them, too, where the browser decoded them. `from` is the
+ * Samples at `rate` Hz, at which the effect runs; `buffer` holds them, too, if the browser decoded them. `from` is the
  * file's own rate in Hz, 0 when unknown. A take was recorded here, from the input.
  * @typedef {{name: string, rate: number, channels: Float32Array[], buffer?: AudioBuffer, from?: number, isTake?: boolean}}
  *   Recording
@@ -47,8 +47,8 @@ function mpegRate(view) {
 const flac = (word) => ({ rate: word >>> 12, bits: ((word >>> 4) & 31) + 1 });
 
 /**
- * What a file's header tells: the sample rate in Hz, which browsers keep to themselves and decode to the one that they
- * are asked for, and the bits of whole-number samples; 0 where it tells nothing.
+ * Information from a file's header: the sample rate in Hz, which browsers do not report because they convert to the
+ * requested rate, and the bits of integer samples; 0 if the header does not say.
  * @param {ArrayBuffer} bytes
  */
 export function readHeader(bytes) {
@@ -82,12 +82,12 @@ export function readHeader(bytes) {
     }
     return { rate: mpegRate(view), bits: 0 };
   } catch {
-    return { rate: 0, bits: 0 }; // cut short: whether it can be decoded is for the browser to say
+    return { rate: 0, bits: 0 }; // truncated: the browser decides whether it can be decoded
   }
 }
 
 /**
- * Some browsers stretch the positive samples of 16-bit recordings so that 32767 becomes 1. Puts them back in place.
+ * Some browsers scale the positive samples of 16-bit recordings so that 32767 becomes 1. This undoes the scaling.
  * @param {Float32Array} samples
  * @param {number} bits of the recording
  */
@@ -107,8 +107,8 @@ export async function unstretch(samples, bits) {
 }
 
 /**
- * The samples of a WAV of 64-bit floats or 32-bit integers, which browsers get wrong or round otherwise, as 32-bit floats;
- * undefined for every other file.
+ * The samples of a WAV of 64-bit floats or 32-bit integers, which browsers decode wrongly or round differently, as
+ * 32-bit floats; undefined for every other file.
  * @param {ArrayBuffer} bytes
  * @returns {{rate: number, channels: Float32Array[]} | undefined}
  */
@@ -146,7 +146,7 @@ export function readWideWav(bytes) {
 }
 
 /**
- * Throws when the browser cannot decode it.
+ * Throws if the browser cannot decode it.
  * @param {File} file
  * @returns {Promise<Recording>}
  */
@@ -168,7 +168,7 @@ export async function openRecording(file) {
     rate,
     from: header.rate,
     buffer,
-    // Asked for each time: a browser may take the samples away while the buffer plays.
+    // Fetched each time, because a browser may detach the samples while the buffer plays.
     get channels() {
       return Array.from({ length: buffer.numberOfChannels }, (_, c) => buffer.getChannelData(c));
     },

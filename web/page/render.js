@@ -6,7 +6,7 @@ import { Slices } from './slices.js';
 /** @typedef {{pieces: Float32Array[], seconds: number, peak: number}} Rendered The pieces are interleaved. */
 
 /**
- * A recording through the effect, its tail included, as the command renders it.
+ * Renders a recording through the effect, including its tail, as the command does.
  * @param {import('./effect.js').Module} module
  * @param {import('./recording.js').Recording} recording
  * @param {import('./effect.js').Settings} settings
@@ -32,7 +32,7 @@ export async function render(module, recording, settings, progress) {
       await slices.yield(() => progress(Math.min(samples / channels.length / frames, 1)));
     };
     for (let at = 0; at < frames; at += effect.longestBlock) {
-      if (channels[0]?.length !== frames) ({ channels } = recording); // taken away, because it began to play
+      if (channels[0]?.length !== frames) ({ channels } = recording); // detached, because it began to play
       const length = Math.min(effect.longestBlock, frames - at);
       effect.planes().forEach((plane, c) => plane.set(channels[c].subarray(at, at + length)));
       effect.process(length);
@@ -48,11 +48,11 @@ export async function render(module, recording, settings, progress) {
 }
 
 /**
- * What was rendered, through what else is heard on the page.
+ * Plays the rendered sound through what follows the effect on the page.
  * @param {Rendered} rendered
  * @param {number} rate Hz
  * @param {number} count of channels
- * @param {(from: AudioNode) => AudioNode} connect connects behind `from` what it is heard through; answers the last node
+ * @param {(from: AudioNode) => AudioNode} connect connects what follows the effect after `from`; returns the last node
  * @returns {Promise<Rendered>}
  */
 export async function asHeard({ pieces, seconds }, rate, count, connect) {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// Long work in slices, between which the page draws and answers.
+// Long work in slices, between which the page can draw and respond.
 
 const SLICE = 25; // milliseconds of work before the page gets its turn
-const PART = 1 << 18; // samples between two looks at the clock
+const PART = 1 << 18; // samples between two checks of the clock
 
 /** Lets the page draw; at once, also in a tab in the background, where timers wait for a second. */
 export function pause() {
@@ -16,7 +16,7 @@ export function pause() {
   });
 }
 
-/** Tells when the page is due its turn. */
+/** Tells when the page is due to draw. */
 export class Slices {
   due = performance.now() + SLICE;
 

@@ -7,7 +7,7 @@ import { Meter, Scope, clippedByConverter, clipsConverter } from './pictures.js'
 
 const RINGING = 2500; // milliseconds for which the picture continues after the sound
 
-/** The engine that plays at present, and the picture of it. */
+/** The engine that currently plays, and its picture. */
 export class Sound {
   /** @param {import('./main.js').Page} page @param {ArrayBuffer} wasm */
   constructor(page, wasm) {
@@ -37,7 +37,7 @@ export class Sound {
     });
   }
 
-  /** Connects behind `from` what is heard besides the effect; answers the last node. @param {AudioNode} from */
+  /** Connects what follows the effect after `from`; returns the last node. @param {AudioNode} from */
   heard(from) {
     const { level, trim } = this.page;
     const { first, last } = ceiling(from.context);
@@ -83,7 +83,7 @@ export class Sound {
     });
     this.page.level.apply();
     this.engine.speak(this.speaker);
-    await this.engine.sendTo(this.page.guitar.output).catch(() => {}); // it is gone: the system's own plays
+    await this.engine.sendTo(this.page.guitar.output).catch(() => {}); // it is gone, so the system's own plays
     return this.engine;
   }
 

@@ -15,7 +15,7 @@ export const SPEAKER = [
   { type: 'lowpass', frequency: 4800, Q: 2.3 },
 ];
 
-/** Connects the loudspeaker's filters behind `from`; answers the last one. @param {AudioNode} from */
+/** Connects the loudspeaker's filters after `from`; returns the last one. @param {AudioNode} from */
 export function speakerBehind(from) {
   let last = from;
   for (const options of SPEAKER) {

@@ -5,7 +5,7 @@ import { say } from './controls.js';
 const KEY = 'brumbler';
 const RESTING = 400; // milliseconds
 
-/** What the browser keeps of the page between visits. */
+/** The page's data that the browser keeps between visits. */
 export class Store {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
@@ -19,7 +19,7 @@ export class Store {
     this.resting = setTimeout(() => this.write(), RESTING);
   }
 
-  /** Stores at once what keep() has left to do. */
+  /** Stores at once what keep() has postponed. */
   flush() {
     if (this.resting !== 0) this.write();
   }
@@ -69,7 +69,7 @@ export class Store {
     }
   }
 
-  /** Takes over what another tab stored, so that this tab does not overwrite it. What is chosen and shown here stays. */
+  /** Takes over what another tab stored, so that this tab does not overwrite it. This tab keeps its selection. */
   follow() {
     if (this.resting !== 0) return; // what changed here is newer, and is stored in a moment
     const { programs, listen, sound } = this.page;

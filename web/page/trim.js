@@ -4,13 +4,13 @@ import { peakOf } from './recording.js';
 
 const LISTENING = 5; // seconds for which Auto listens to the input
 
-/** Trim, in dB: the recording's and the input's. It belongs to the source, and the knob shows that of what plays. */
+/** Trim, in dB: the recording's and the input's. It belongs to the source; the knob shows that of the current one. */
 export class Trim {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
     this.page = page;
     this.recording = 0;
-    this.fitting = 0; // what Auto sets for the recording
+    this.fitting = 0; // the value that Auto sets for the recording
     this.input = 0;
     this.listening = false;
     this.knob = page.knob('trim', (value) => this.set(value));
@@ -24,7 +24,7 @@ export class Trim {
     return this.page.guitar.live ? this.input : this.recording;
   }
 
-  /** Turned by the player. @param {number} decibels */
+  /** Called when the player turns the knob. @param {number} decibels */
   set(decibels) {
     this.page.undo.before('Trim');
     if (this.page.guitar.live) this.page.guitar.keepTrim((this.input = decibels));
@@ -40,7 +40,7 @@ export class Trim {
     if (!this.page.guitar.live) this.tell();
   }
 
-  /** Sets what fits the source: the recording's peak, or that of five seconds of playing. */
+  /** Sets Trim from the source's peak: the recording's, or that of five seconds of playing. */
   async auto() {
     const { live } = this.page.guitar;
     if (!live) {

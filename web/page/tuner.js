@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: MIT
 import { element, onClick, say, showPressed } from './controls.js';
 
-const SAMPLES = 8192; // the last ones of the input, 0.17 s at 48000 Hz: all that the pitch detector looks at
+const SAMPLES = 8192; // the last ones of the input, 0.17 s at 48000 Hz: as many as the pitch detector uses
 const EVERY = 60; // milliseconds
-const SPOKEN = 1500; // milliseconds between two results that a screen reader is told
+const SPOKEN = 1500; // milliseconds between two results for screen readers
 const IN_TUNE = 3; // cents
 
 /** Shows the note and the cents of the input, and mutes the sound meanwhile. */

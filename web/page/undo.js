@@ -4,7 +4,7 @@ import { button, onClick, say } from './controls.js';
 const MERGED = 1000; // milliseconds within which changes of one kind are undone together
 const MOST = 200; // steps kept
 
-/** Takes back what was turned, chosen, named or imported, step by step. */
+/** Undoes changes to knobs, selections, names and imports, step by step. */
 export class Undo {
   /** @param {import('./main.js').Page} page */
   constructor(page) {
@@ -25,7 +25,7 @@ export class Undo {
     this.show();
   }
 
-  /** To be called before each change. @param {string} what the change, as the player is told when it is undone */
+  /** Call it before each change. @param {string} what the change, as it is reported to the player when undone */
   before(what) {
     const now = performance.now();
     const last = this.steps.at(-1);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The audio thread: two channels through an effect each. Says `{fault}` when there is none, and passes dry sound on.
-// Records its input into buffers that the page has sent ahead, and sends back each one that is full.
+// The audio thread: two channels, each through its own effect. Without effects it posts `{fault}` and passes the dry
+// sound. Records its input into buffers that the page has sent ahead, and sends back each one that is full.
 import { Effect, Module } from './effect.js';
 
 const CHANNELS = 2;
@@ -18,7 +18,7 @@ class Processor extends AudioWorkletProcessor {
     } catch (error) {
       this.fail(error);
     }
-    /** Where the input is recorded to, one plane a channel. @type {Float32Array[][]} */
+    /** The buffers for recording the input, one plane for each channel. @type {Float32Array[][]} */
     this.buffers = [];
     this.recorded = 0; // samples in the first of them
     this.lost = 0; // samples for which there was no buffer
@@ -55,7 +55,7 @@ class Processor extends AudioWorkletProcessor {
     if (last) this.buffers = [];
   }
 
-  /** @param {Float32Array[]} input no channels while nothing is connected @param {number} length */
+  /** @param {Float32Array[]} input empty while nothing is connected @param {number} length */
   keep(input, length) {
     const planes = this.buffers[0];
     if (planes === undefined) {
