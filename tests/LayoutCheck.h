@@ -5,7 +5,7 @@
 
 #include "dsp/BrumblerHistories.h"
 
-// The way of the tests into the effect's documented fields.
+// Gives tests access to the effect's documented fields.
 struct LayoutCheck {
   static bool plays(const Brumbler& b, int32 samples) { return b.switchFader != nullptr && samples <= b.workBufLen; }
   static RecursiveMutex& lock(Brumbler& b) { return b.lock; }
@@ -14,8 +14,7 @@ struct LayoutCheck {
 
   static bool lookIsDue(Brumbler& b, int32 length) { return b.lookIsDue(length); }
 
-  // Puts `value` into history number `which`, if there is one so numbered; returns how many there are. The effect is
-  // set up.
+  // Sets history number `which`, if it exists, to `value`; returns the number of histories. The effect must be set up.
   static int spoilHistory(Brumbler& b, int which, double value) {
     int i = 0;
     b.forEachHistory([&](double& history) {

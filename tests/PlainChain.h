@@ -10,9 +10,9 @@
 #include "dsp/IIRFilter.h"
 #include "math/nearest.h"
 
-// The whole effect once more, plain and slow: one sample at a time through one section at a time, every number in the
-// order in which it is defined, with the product's sections and curve table, which have tests of their own. What the
-// product is held to, to the last bit, and measured against.
+// A plain, slow reference of the whole effect: one sample at a time through one section at a time, every operation in
+// its defined order. It uses the product's sections and curve table, which have tests of their own. The product must
+// match it bit for bit, and its speed is compared with it.
 class PlainChain {
  public:
   float onOff = 1.0F;

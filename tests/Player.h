@@ -19,7 +19,7 @@ class Player {
   Brumbler& effect() { return static_cast<Brumbler&>(host_.extension()); }
 
   void setUp(int32 rate) { host_.announce(rate_ = rate, announced_); }
-  // Announces `rate` alone, and answers the one before when it is asked.
+  // Announces only `rate`, and still returns the previous one when asked.
   void announceRate(float rate) { host_.ask(EffectOpcode::setSampleRate, 0, 0, nullptr, rate); }
   void announce(int32 samples) { host_.announce(rate_, announced_ = samples); }
   void setProgram(int32 program) { host_.setProgram(program); }
@@ -38,7 +38,7 @@ class Player {
   int32 announced_;
 };
 
-// Sample `n` of a bass line: a string is plucked four times a second, each time at another pitch, and dies away.
+// Sample `n` of a bass line: a string is plucked four times a second, each time at another pitch, and decays.
 inline double pluckedString(int n, double rate) {
   const double t = n / rate;
   const int note = static_cast<int>(t * 4.0);

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-// The test program's allocator: counts, and runs out when a test says so.
+// The test program's allocator: it counts allocations, and fails when a test says so.
 namespace storage {
 
 inline thread_local long allocations = 0;  // by operator new, on this thread, so far

@@ -7,8 +7,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-// Whether `work` makes no system call. A child process does it, which the kernel kills at any call but read, write and
-// exit. Not under a sanitizer: their runtimes' own threads and calls are beyond telling apart from the work's.
+// Whether `work` makes no system call. A child process runs it, which the kernel kills at any call but read, write and
+// exit. Not under a sanitizer, because the calls of its runtime's threads cannot be told apart from those of `work`.
 template <typename Work>
 bool makesNoSystemCall(const Work& work) {
   const pid_t child = fork();

@@ -30,7 +30,7 @@ using OfFloat = void (AudioEffect::*)(float, char*, int32);
 constexpr OfInt kInt = &AudioEffect::int2string;
 constexpr OfFloat kFloat = &AudioEffect::float2string;
 constexpr OfFloat kDb = &AudioEffect::dB2string, kHz = &AudioEffect::Hz2string, kMs = &AudioEffect::ms2string;
-// What someone writes who derives an effect: the operations as the interface has them.
+// An effect derived by somebody else, with the operations as the interface declares them.
 struct Synth : Q_TypeBase {
   explicit Synth(audioMasterCallback host) : Q_TypeBase(host, 16, 3) {}
   void processReplacing(float** /*inputs*/, float** /*outputs*/, int32 /*sampleFrames*/) override {}
@@ -115,7 +115,7 @@ TEST_CASE("an effect that someone else derives is asked through the dispatcher f
   CHECK(record->dispatcher(record, 51, 0, 0, text, 0.0F) == 1);
   record->dispatcher(record, 4, 0, 0, text, 0.0F);
   CHECK(effect.name == text);
-  record->dispatcher(record, 12, 0, 1, nullptr, 0.0F);  // resumes, and so wants events
+  record->dispatcher(record, 12, 0, 1, nullptr, 0.0F);  // resumes, and so requests events
   CHECK(static_cast<AudioEffectX&>(effect).canHostDo(offline));
   CHECK_FALSE(static_cast<AudioEffectX&>(effect).canHostDo(text));
   CHECK(asked == std::vector<int32>{6, 37});

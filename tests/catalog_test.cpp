@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The catalog against the effect, which says the same of itself.
+// Compares the catalog with what the effect reports about itself.
 #include "catalog/catalog.h"
 
 #include <doctest/doctest.h>
@@ -19,7 +19,7 @@ TEST_CASE("parameters are the effect's in name, order, kind, scale and default; 
     char name[9] = {}, top[9] = {};
     VstParameterProperties properties{};
     effect.ask(EffectOpcode::getParameterName, i, 0, name);
-    CHECK(std::string(parameter.name) == name);  // empty behind the effect's last
+    CHECK(std::string(parameter.name) == name);  // empty after the effect's last
     CHECK((parameter.initial >= parameter.minimum && parameter.initial <= parameter.maximum && parameter.steps > 1));
     for (const catalog::Preset& preset : catalog::kPresets) {
       CAPTURE(preset.symbol);

@@ -21,7 +21,7 @@ TEST_CASE("the curve table is tanh(18 u), odd to the bit") {
   CHECK(error < 1e-15);
 }
 
-// The chain in the exactness test holds what is read at valid values.
+// The chain in the exactness test checks the curve at valid values.
 TEST_CASE("no sample, threshold or drive leads the clip curve out of its table") {
   const auto table = std::make_unique<Clipper>();
   table->build();

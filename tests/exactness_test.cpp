@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The effect against the plain chain, to the last bit.
+// Compares the effect with the plain chain, bit for bit.
 #include <doctest/doctest.h>
 
 #include <bit>
@@ -66,7 +66,7 @@ class RandomSession {
     rate_ = rate;
   }
 
-  // Noise, tones, steps, silence and extremes, at any level; amplitudes down to the smallest numbers there are.
+  // Noise, tones, steps, silence and extremes, at any level; amplitudes down to the smallest numbers that exist.
   void fill(std::vector<double>& signal) {
     const int kind = pick(8);
     const double level = std::pow(10.0, std::uniform_real_distribution<double>(-4.0, 1.0)(random_));

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The host that the command, the bundle and the others are built on.
+// The host class that the command, the bundle and the other products use.
 #include <doctest/doctest.h>
 
 #include <limits>
@@ -12,7 +12,7 @@
 
 namespace {
 
-// A record that an entry of another module might answer, and whether it was closed.
+// A record that another module's entry might return, and whether it was closed.
 AEffect foreign;
 bool closed = false;
 intptr closing(AEffect* /*effect*/, int32 opcode, int32 /*index*/, intptr /*value*/, void* /*ptr*/, float /*opt*/) {
@@ -55,7 +55,7 @@ TEST_CASE("an entry that makes no effect of this kind leaves one that does not e
   CHECK(faultOf([] { foreign.flags = 0; }) == "cannot process doubles");
   CHECK(faultOf([] { foreign.dispatcher = nullptr; }) == "answers a record without entries");
   CHECK(faultOf([] { foreign.magic = 1; }) == "answers a record of another kind");
-  CHECK(!closed);  // whose dispatcher that is, nobody knows
+  CHECK(!closed);  // the dispatcher is unknown, so it is not called
   CHECK_FALSE(HostedEffect([](audioMasterCallback) -> Q_TypeIF* { return nullptr; }, 44100, 64).exists());
 }
 
@@ -102,7 +102,7 @@ TEST_CASE("all forms in which a player takes a sound give the same samples, trim
       player->start();
     }
     for (std::size_t at = 0; at < kLength; at += kBlock) {
-      // Crossed: each output lies where the other channel's input was.
+      // Crossed: each output uses the buffer of the other channel's input.
       Sound a(&left[at], &left[at] + kBlock), b(&right[at], &right[at] + kBlock), both;
       for (std::size_t i = 0; i < kBlock; ++i) both.insert(both.end(), {a[i], b[i]});
       const double* const in[] = {a.data(), b.data()};
@@ -114,7 +114,7 @@ TEST_CASE("all forms in which a player takes a sound give the same samples, trim
         CHECK((both[2 * i] == expected[0][at + i] && both[2 * i + 1] == expected[1][at + i]));
       }
     }
-    // What is not finite is silence.
+    // Samples that are not finite become silence.
     double bad[] = {NAN, inf, -inf, 0.25}, clean[] = {0.0, 0.0, 0.0, 0.25};
     float badFloats[] = {NAN, INFINITY, -INFINITY, 0.25F}, cleanFloats[] = {0.0F, 0.0F, 0.0F, 0.25F};
     EffectPlayer one(getinterface, 48000, kBlock, 1), two(getinterface, 48000, kBlock, 1);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What must not outlast its block, and what must never come out.
+// Input whose effects must not outlast its block, and values that must never be output.
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -53,7 +53,7 @@ TEST_CASE("a bad sample spoils its block and no more") {
   }
 }
 
-// What lies within the limits plays as it is: exactness_test.cpp.
+// Values within the limits play unchanged: exactness_test.cpp.
 TEST_CASE("a parameter beyond its limit plays as the limit, NaN as 0, and says what was set") {
   const struct {
     int32 index;
@@ -106,7 +106,7 @@ TEST_CASE("20 ms after VOLUME or FUZZ was far outside 0 to 1 the effect plays ne
   }
 }
 
-// The decision rests on each sample, so it does not matter with which others it comes.
+// Each sample is checked by itself, so the other samples do not matter.
 TEST_CASE("samples up to 1e36 are valid in any number, whatever the block length") {
   Sound in(4000, 0.0);
   for (std::size_t i = 0; i < in.size(); ++i) in[i] = i % 2 == 0 ? 9.9e35 : -9.9e35;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Which rate a set-up takes; storage that runs out at any allocation of a whole life; blocks that take none.
+// The rate that a set-up uses; failures of every allocation in an effect's life; blocks that allocate nothing.
 #include <doctest/doctest.h>
 
 #include <limits>

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Every call that a host may make at the same time as others, at the same time as others. The thread sanitizer watches;
-// what must wait for whom is held without it, too.
+// All calls that a host may make concurrently, made concurrently, for the thread sanitizer. Which call must wait for
+// which is checked without it, too.
 #include <doctest/doctest.h>
 
 #include <atomic>
@@ -29,7 +29,7 @@ void together(int rounds, const std::vector<std::function<void(int turn)>>& jobs
   for (std::thread& thread : threads) thread.join();
 }
 
-// Waits for a flag, this long at most; whether it has come.
+// Waits for a flag, at most this long; returns whether it was set.
 bool comesWithin(const std::atomic<bool>& flag, std::chrono::milliseconds most) {
   const auto deadline = std::chrono::steady_clock::now() + most;
   while (!flag && std::chrono::steady_clock::now() < deadline) std::this_thread::yield();
@@ -87,7 +87,7 @@ intptr answerMeanwhile(AEffect* /*e*/, int32 opcode, int32 /*i*/, intptr /*v*/, 
 }  // namespace
 
 // A host may answer under a mutex of its own, and its other threads may call the effect under the same one. So here the
-// answer waits for the other thread's call; were a lock of ours held, neither would ever come back.
+// answer waits for the other thread's call; if the effect held a lock, neither call would ever return.
 TEST_CASE("a host that is asked for its rate can wait for its other threads' calls") {
   for (const auto& row : kCalls) {
     for (const bool first : {true, false}) {

@@ -33,7 +33,7 @@ inline bool eventually(const std::function<bool()>& condition) {
   return false;
 }
 
-// A folder of its own for one test, in which the built command runs.
+// A separate folder for one test, in which the built command runs.
 class CommandLine {
  public:
   CommandLine() {
@@ -43,7 +43,7 @@ class CommandLine {
   CommandLine(CommandLine&&) = delete;
   ~CommandLine() { fs::remove_all(folder); }
 
-  // Runs `brumbler ARGUMENTS` as the shell reads them, `before` in front (like a pipe into it). Answers the exit
+  // Runs `brumbler ARGUMENTS` as the shell reads them, preceded by `before` (such as a pipe into it). Returns the exit
   // status.
   int run(const std::string& arguments, const std::string& before = "") {
     const std::string line = "cd " + folder.string() + " && { " + before + " '" BRUMBLER_COMMAND "' " + arguments +

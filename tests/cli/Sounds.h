@@ -25,7 +25,7 @@ inline Sound guitar(int rate, int channels, int frames, int format = SF_FORMAT_W
   return sound;
 }
 
-// What `render IN OUT OPTIONS` makes.
+// The result of `render IN OUT OPTIONS`.
 inline std::vector<double> render(CommandLine& cli, const std::string& inAndOptions) {
   REQUIRE(cli.run("render --force " + inAndOptions + " o.wav") == 0);
   return cli.read("o.wav").samples;

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// The built command, from outside.
+// The built command, as a user runs it.
 #define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
 #include <doctest/doctest.h>
 
@@ -84,7 +84,7 @@ TEST_CASE("format, rate and channels are kept; a dry integer sample comes back a
     CHECK(out.format == c.expected);
     CHECK((out.rate == 22050 && out.channels == 3));
     if (c.exact) CHECK(largestDifference(out.samples, cli.read("in.wav").samples) == 0.0);
-    // A change is told, but not between the two kinds of 8 bits, nor for a format that was asked for by name.
+    // A note reports a change, except between the two 8-bit formats, or if the format was requested by name.
     const bool isQuiet = (c.expected & SF_FORMAT_SUBMASK) == (c.format & SF_FORMAT_SUBMASK) ||
                          c.format == (aiff | SF_FORMAT_PCM_S8) || c.expected == (SF_FORMAT_OGG | SF_FORMAT_VORBIS);
     CHECK((cli.errText.find("note:") == std::string::npos) == isQuiet);
@@ -259,7 +259,7 @@ TEST_CASE("a full disk, a broken sound or a signal leaves nothing") {
   cli.write("many.wav", guitar(44100, 2, 300000));
   cli.writeText("pid", "");
   const std::set<std::string> before = cli.files();
-  // Feeds the command the start of a sound and, when it is at work, a signal.
+  // Sends the command the start of a sound and then, while it is running, a signal.
   const auto signalling = [](const char* signal) {
     return "{ head -c 9000 in.wav; for i in $(seq 200); do "
            "ls -l /proc/$(cat pid)/fd | grep -q 'deleted\\|unfinished' && echo at work >&2 && break; sleep 0.02; done; "
@@ -342,7 +342,7 @@ TEST_CASE("other rates: no delay, no change of length") {
     CommandLine cli;
     Sound in{rate, 2, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, {}};
     for (int i = 0; i < 20001; ++i) {
-      const double x = (i - 19600) / 60.0;  // near the end, which a converter gives out late
+      const double x = (i - 19600) / 60.0;  // near the end, which a converter outputs late
       in.samples.insert(in.samples.end(), {0.1 * std::exp(-x * x) * std::sin(0.3 * i), 0.0});
     }
     cli.write("in.wav", in);
@@ -400,7 +400,7 @@ TEST_CASE("banks, many files and the riff") {
   const std::vector<double> banked = render(cli, "a.wav --bank b.json --program 'lead, LOUD'");
   CHECK(largestDifference(banked, render(cli, "a.wav --volume 2.5 --fuzz 8.1")) == 0.0);
 
-  // What is given by name holds against the preset.
+  // A knob option overrides the preset.
   const std::vector<double> wall = render(cli, "a.wav --preset 'wall OF fuzz'");
   CHECK(largestDifference(wall, render(cli, "a.wav --volume 6 --fuzz 10")) == 0.0);
   CHECK(largestDifference(render(cli, "a.wav --preset soft-edge --fuzz 10 --volume 6"), wall) == 0.0);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What documents, schemas and texts say, against the one place that has it.
+// Compares documents, schemas and texts with the code that they describe.
 #include <doctest/doctest.h>
 
 #include <cstdio>

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What the command measures, compares and draws, against sounds that are known.
+// Checks what the command measures, compares and draws with known sounds.
 #include <doctest/doctest.h>
 
 #include <algorithm>
@@ -12,7 +12,7 @@ namespace {
 
 double sine(double frequency, int i) { return std::sin(2.0 * std::numbers::pi * frequency * i / 44100.0); }
 
-// A sound that is like itself at no other delay.
+// A sound that does not resemble itself at any delay.
 Sound sweep(int frames, int delay, double gain = 0.1) {
   Sound sound;
   for (int i = 0; i < frames; ++i) {
@@ -68,7 +68,7 @@ TEST_CASE("compare finds difference, delay and polarity, and judges by the toler
 
 TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
   CommandLine cli;
-  Sound tone;  // a third harmonic at 5 per cent, a fifth at 2 and a stranger at 1
+  Sound tone;  // a third harmonic at 5 per cent, a fifth at 2 and a non-harmonic tone at 1
   for (int i = 0; i < 44100; ++i) {
     tone.samples.push_back(0.3 + 0.1 * sine(441, i) + 0.005 * sine(1323, i) + 0.002 * sine(2205, i) +
                            0.001 * sine(1000, i));
@@ -79,7 +79,7 @@ TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
   CHECK(cli.files() == std::set<std::string>{"tone.csv", "tone.wav"});
   CHECK(holds(cli.errText, "tone.csv"));
 
-  // At a low level the steady tone must meet the gain that the impulse shows.
+  // At a low level the gain of a steady tone must equal that measured with an impulse.
   CHECK(cli.run("plot curve --fuzz 0 --frequency 1000 -o c.svg", "PATH=/nowhere") == 1);
   CHECK(cli.run("plot response --fuzz 0 --volume 5 -o r.svg", "PATH=/nowhere") == 1);
   const auto valueAt = [&cli](const std::string& file, const std::string& start) {

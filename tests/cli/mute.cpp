@@ -1,3 +1,3 @@
 // SPDX-License-Identifier: MIT
-// A module whose entry answers no effect.
+// A module whose entry creates no effect.
 extern "C" [[gnu::visibility("default")]] void* getinterface(void* /*callback*/) { return nullptr; }

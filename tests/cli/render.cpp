@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What `brumbler render` makes of recordings: their ends, levels, formats and what else they hold.
+// Checks the results of `brumbler render`: their ends, levels, formats and metadata.
 #include <doctest/doctest.h>
 
 #include <csignal>
@@ -14,7 +14,7 @@
 
 namespace {
 
-// The same sound with `seconds` of silence behind it.
+// The same sound followed by `seconds` of silence.
 Sound padded(Sound sound, double seconds) {
   const auto frames = static_cast<std::size_t>(std::llround(seconds * sound.rate));
   sound.samples.insert(sound.samples.end(), frames * static_cast<std::size_t>(sound.channels), 0.0);
@@ -171,7 +171,7 @@ TEST_CASE("side by side or one after the other: the same bytes, and an end in ev
     REQUIRE(cli.run("render --force " + row.arguments + " " + row.out, oneCore) == 0);
     CHECK(cli.readText(row.out) == sideBySide);
   }
-  // Ctrl-C while all three wait for a player that stands still, and a player that goes away.
+  // Ctrl-C while all three wait for a player that has stopped reading, and a player that quits.
   CHECK(cli.run("render long.wav - > pipe", "mkfifo pipe; sleep 2 < pipe & timeout -s INT 0.4") == 124);
   CHECK(cli.run("render long.wav - > pipe", "sleep 0.3 < pipe & timeout 20") == 128 + SIGPIPE);
 }
@@ -328,7 +328,7 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
   const std::size_t comment = flac.find("=Lead") - 5;
   flac.replace(comment, 5, "moods");  // was the title
   flac.insert(42,
-              std::string("\x06\0\0\x29", 4) + std::string(31, '\0') + "\ta picture");  // behind the stream's own block
+              std::string("\x06\0\0\x29", 4) + std::string(31, '\0') + "\ta picture");  // after the stream's own block
   cli.writeText("picture.flac", flac);
   std::string from = "picture.flac ";
   for (const std::string name : {"t.wav", "t.flac", "t.aiff", "t.ogg", "t.rf64"}) {
@@ -340,7 +340,7 @@ TEST_CASE("what a file says beside its sound stays, or is told") {
     CHECK(cli.errText.find("dropped: cover picture, moods\n") != std::string::npos);
   }
 
-  // Chunks of any size, and such as are not known.
+  // Chunks of any size, and unknown chunks.
   std::string wav = cli.readText("q.wav");
   const auto append = [&wav](const std::string& id, std::size_t size) {
     const std::string length = {static_cast<char>(size), static_cast<char>(size >> 8), static_cast<char>(size >> 16),
@@ -409,7 +409,7 @@ TEST_CASE("a recording that was never closed is read to its end") {
 }
 
 TEST_CASE("a recording that was cut off is refused, whatever its format, and a few samples less are told") {
-  // What the library tells of the length in a header, for some of these only in the words of its log.
+  // The length in a header as the library reports it, for some of these only in the text of its log.
   for (const int format :
        {SF_FORMAT_WAV, SF_FORMAT_WAVEX, SF_FORMAT_AIFF, SF_FORMAT_RF64, SF_FORMAT_W64, SF_FORMAT_AU, SF_FORMAT_FLAC}) {
     CAPTURE(format);

@@ -12,8 +12,8 @@
 #endif
 
 // A host that shares nothing with the module but the binary interface: it loads the built file, reads records by offset
-// and calls virtual operations by slot. Offsets are given for 32 and for 64 bits. So it is not built on HostedEffect: a
-// fault that host and effect have in common would go unnoticed.
+// and calls virtual operations by slot. Offsets are given for 32 and for 64 bits. It does not use HostedEffect, because
+// a fault shared by host and effect would then go unnoticed.
 
 using Word = std::intptr_t;
 using Callback = Word (*)(void* effect, std::int32_t opcode, std::int32_t index, Word value, void* ptr, float opt);
@@ -37,7 +37,7 @@ Result callSlot(void* object, int slot, Arguments... arguments) {
   return reinterpret_cast<Result (*)(void*, Arguments...)>(operation)(object, arguments...);
 }
 
-// What the effect asked its host, and what it is told.
+// The effect's questions to its host, and the answers.
 struct Question {
   std::int32_t opcode;
   std::int32_t index = 0;
@@ -58,7 +58,7 @@ inline Word callback(void* effect, std::int32_t opcode, std::int32_t index, Word
 }
 
 #ifdef BRUMBLER_MODULE
-// The built module, loaded while this lives.
+// The built module, loaded while this exists.
 struct Module {
   Entry entry(const char* name = "getinterface") const { return library.function<Entry>(name); }
 

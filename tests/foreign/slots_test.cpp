@@ -41,7 +41,7 @@ double atLeastOne(double a) { return a == 0 ? 1 : a; }
 double rate(double a) { return a > 0 ? a : 44100; }
 double size(double a) { return a > 0 ? a : 1024; }
 
-// The effect answers by itself, and leaves `written` in the text buffer.
+// The effect answers without asking its host, and leaves `written` in the text buffer.
 Check gives(const Call& call, double wanted, const std::string& written = kUntouched) {
   return [=](Effect& effect, int slot) {
     std::memset(text, '?', sizeof text - 1);
@@ -58,7 +58,7 @@ Check no(Arguments... arguments) {
 
 Check writes(const std::string& written, const Call& call = fn<void>(1, text)) { return gives(call, 0, written); }
 
-// After `call`, what the operation in slot `other` answers.
+// After `call`, the answer of the operation in slot `other`.
 Call then(const Call& call, int other, const Call& otherCall) {
   return [=](Effect& effect, int slot) { return call(effect, slot), otherCall(effect, other); };
 }
@@ -76,7 +76,7 @@ Call op(int opcode, int index = 0, Word value = 0, void* ptr = nullptr, float op
 
 Check stores(std::size_t offset) { return gives(field(fn<void>(77), offset), 77); }
 
-// The effect asks its host exactly `wanted` and answers as `mapping` says; without a host as if that had answered 0.
+// The effect asks its host exactly `wanted` and answers as `mapping` says; without a host, as if the answer had been 0.
 Check asks(const Call& call, const Question& wanted, Mapping mapping = same) {
   return [=](Effect& effect, int slot) {
     Question expected = wanted;
@@ -209,7 +209,7 @@ const struct Row { int slot; Check check; } kRows[] = {
     {161, writes(" 2.50", fn<void>(2, 0.25F, text))}, {162, gives(fn<int>(), 1)}, {163, no<void>(0.5F)},
 };
 
-// What a host gets through the dispatcher where the arguments matter.
+// Calls through the dispatcher whose arguments matter.
 char loud[] = "Loud";
 const Check kOpcodes[] = {
     gives(then(op(2, 7, 15), 0, op(3)), 15), gives(then(op(2, 7, 16), 0, op(3)), 0), gives(op(3, 7), 0),

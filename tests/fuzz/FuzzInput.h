@@ -14,7 +14,7 @@ inline void require(bool held, const char* property) {
   std::abort();
 }
 
-// What a fuzz driver makes of its input bytes.
+// Reads values from a fuzz driver's input bytes.
 class FuzzInput : public FuzzedDataProvider {
  public:
   using FuzzedDataProvider::FuzzedDataProvider;

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// What the effect base does by itself: any number as text, at any length and rate; speaker records with any number of
-// channels and any bytes in them.
+// What the effect base does without a derived effect: any number as text, at any length and rate; speaker records with
+// any number of channels and any bytes in them.
 #include <algorithm>
 #include <cstring>
 #include <memory>

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: MIT
-// A host out of its mind: any opcode, parameter, block, rate and block length, in any order.
+// A host that does anything: any opcode, parameter, block, rate and block length, in any order.
 //
-// Pointers are null or as large as the interface says, to the byte, so that the address sanitizer sees a write behind
-// them. Beside that the driver checks what comes out of the blocks and what is left in the text buffers.
+// Pointers are null or as large as the interface says, to the byte, so that the address sanitizer sees a write beyond
+// them. The driver also checks the output of the blocks and the contents of the text buffers.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -13,7 +13,7 @@
 #include "tests/LayoutCheck.h"
 #include "tests/fuzz/FuzzInput.h"
 
-// Announced lengths and rates may ask for more than there is.
+// Announced lengths and rates may need more memory than there is.
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1:max_allocation_size_mb=64"; }
 
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The built command in a JACK server without a sound card, among clients of ours. Ends with status 77, skipped, where
-// no server starts.
+// The built command in a JACK server without a sound card, among clients of ours. Ends with status 77, skipped, if no
+// server starts.
 #include <doctest/doctest.h>
 #include <fcntl.h>
 #include <jack/jack.h>
@@ -64,7 +64,7 @@ class Process {
 };
 
 // A server and two clients: one sends a sound and MIDI messages, the other listens to whatever is connected with it.
-// They count the samples alike, so what is heard lies where it was sent.
+// Both count samples from the same start, so the output has the same positions as the input.
 class Studio {
  public:
   explicit Studio(int period = 256) { startServer(period); }
@@ -145,7 +145,7 @@ class Studio {
     std::vector<std::uint8_t> bytes;
   };
 
-  // Sends `sound` and answers what both ears hear meanwhile; at full speed unless `realTime`.
+  // Sends `sound` and returns what both ears receive meanwhile; at full speed unless `realTime`.
   std::array<Floats, 2> play(
       const Floats& sound, const std::vector<Message>& messages = {}, bool realTime = false,
       const std::function<void()>& meanwhile = [] {}) {
@@ -277,7 +277,7 @@ TEST_CASE("float for float what render gives, at every period, while it is playe
     CHECK(live->end(row.period == 16 ? SIGQUIT : SIGINT) == 0);
   }
   const Floats expected = render(studio.cli, sound, "");
-  // A loaded machine can make the server skip a client; what the command does wrong comes back each time.
+  // A loaded machine can make the server skip a client; a fault of the command would occur each time.
   bool same = false;
   for (int tries = 0; tries < 5 && !same; ++tries) {
     jack_set_buffer_size(studio.client(), 1024);

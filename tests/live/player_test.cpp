@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// What plays in the audio thread, without a server.
+// The audio thread's part of live playing, without a server.
 #include <doctest/doctest.h>
 
 #include <algorithm>

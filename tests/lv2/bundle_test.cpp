@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: MIT
-// Plays the bundle's shared object as an LV2 host does, against the effect driven through its own interface.
+// Plays the bundle's shared object as an LV2 host does, and compares it with the effect played through its own
+// interface.
 #define DOCTEST_CONFIG_IMPLEMENT_WITH_MAIN
 #include <doctest/doctest.h>
 #include <lv2/atom/atom.h>
@@ -37,7 +38,8 @@ LV2_URID mapUri(LV2_URID_Map_Handle, const char* uri) {
   return std::string(uri) == LV2_ATOM__Int ? 1 : std::string(uri) == LV2_BUF_SIZE__maxBlockLength ? 2 : 3;
 }
 
-// One instance at 48000 Hz, its controls at their defaults. `announced` is the longest block, 0 says nothing of it.
+// One instance at 48000 Hz, its controls at their defaults. `announced` is the longest block; with 0 it is not
+// announced.
 struct Bundle {
   explicit Bundle(std::int32_t announced = 0, std::uint32_t channelCount = 1) : channels(channelCount) {
     static const DynamicLibrary library(BRUMBLER_LV2_BINARY);

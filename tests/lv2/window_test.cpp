@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-// Opens the bundle's window as an LV2 host does, on an X server of the test's own, and turns what is in it by events.
+// Opens the bundle's window as an LV2 host does, on the test's own X server, and operates its controls by events.
 #define DOCTEST_CONFIG_IMPLEMENT
 #include <dlfcn.h>
 #include <doctest/doctest.h>

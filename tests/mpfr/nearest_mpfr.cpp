@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
-// The elementary functions against MPFR, over all that the effect asks of them and more. Prints, for each function and
-// range, how many results are not the nearest double; ends with status 1 if any is not.
+// Compares the elementary functions with MPFR, over all arguments that the effect uses and more. Prints, for each
+// function and range, how many results are not the nearest double; ends with status 1 if any is not.
 #include <mpfr.h>
 
 #include <bit>
