@@ -64,7 +64,7 @@ Completion valuesOf(const CLI::Option& option, const Words& words) {
     completion.kind = "json";
   } else if (type == "DIR") {
     completion.kind = "folders";
-  } else if (option.get_positional() || type == "PATH" || type.find("FILE") == 0 || type.find("TAKE") == 0) {
+  } else if (option.get_positional() || type == "PATH" || type.starts_with("FILE") || type.starts_with("TAKE")) {
     completion.kind = "files";
   } else if (name == "--preset") {
     for (const catalog::Preset& preset : catalog::kPresets)

@@ -90,8 +90,9 @@ JackClient::~JackClient() {
 }
 
 const std::string& JackClient::pattern(Role role) const {
-  const std::string* const patterns[kNumRoles] = {&wishes_.input, &wishes_.output, &wishes_.midi, &wishes_.midiOut};
-  return *patterns[role];
+  using Wish = std::string Wishes::*;
+  constexpr Wish kPatterns[kNumRoles] = {&Wishes::input, &Wishes::output, &Wishes::midi, &Wishes::midiOut};
+  return wishes_.*kPatterns[role];
 }
 
 bool JackClient::open() {
