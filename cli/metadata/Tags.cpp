@@ -140,7 +140,8 @@ std::set<std::string> otherBlocks(TagLib::File& file) {
 
 std::size_t Tags::size() const {
   std::size_t size = 0;
-  for (const auto& [name, values] : properties_) size += 2 * (name.size() + 32 + 4 * values.toString().size());
+  for (const auto& [name, values] : properties_)
+    size += 2 * (std::size_t{name.size()} + 32 + std::size_t{4} * values.toString().size());
   for (const auto& picture : pictures_) size += picture->data().size() + 1024;
   return size;
 }
@@ -210,7 +211,7 @@ void Tags::readStrings(SNDFILE* file) {
 }
 
 std::string Tags::take(const char* name) {
-  const std::string text = properties_.contains(name) ? properties_[name].toString().to8Bit(true) : "";
+  std::string text = properties_.contains(name) ? properties_[name].toString().to8Bit(true) : "";
   properties_.erase(name);
   return text;
 }
