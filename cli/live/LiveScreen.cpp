@@ -228,7 +228,7 @@ void LiveScreen::drawTuner(int row, const LiveView& view) {
 
 void LiveScreen::drawKnob(int row, LivePlayer::Parameter knob, const LiveView& view) {
   const bool isChosen = view.chosenKnob == knob;
-  const float value = view.values.at(knob);
+  const float value = view.values.at(static_cast<std::size_t>(knob));
   print(row, 1, isChosen ? A_BOLD | attribute(kYellow) : A_BOLD,
         std::string(isChosen ? "> " : "  ") + catalog::kParameters[knob].label);
   const int width = barWidth();
