@@ -88,7 +88,7 @@ TEST_CASE("an open tail waits for a quarter of a second of quiet, two seconds at
   constexpr int kRate = 1000;
   for (const auto& row : rows) {
     CAPTURE(row.kept);
-    for (const std::size_t piece : {2, 70, 10000}) {
+    for (const std::size_t piece : {std::size_t{2}, std::size_t{70}, std::size_t{10000}}) {
       Tail tail(kRate, 2, std::nullopt);
       std::vector<double> sound(2 * 3 * kRate);
       for (const auto& [seconds, amplitude] : row.samples) {
@@ -120,7 +120,7 @@ TEST_CASE("integers: full scale never wraps, whatever the width, and halves go t
     // clang-format on
     for (const auto& row : rows) {
       CAPTURE(row.sample);
-      for (const std::size_t others : {0, 9}) {  // a piece in which nothing else clips
+      for (const std::size_t others : {std::size_t{0}, std::size_t{9}}) {  // a piece in which nothing else clips
         std::vector<double> piece(others + 1, 0.25);
         piece.back() = row.sample / scale;
         std::vector<int> integers(piece.size());
