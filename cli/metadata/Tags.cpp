@@ -194,8 +194,8 @@ void Tags::readInfo(const std::string& chunk) {
   const TagLib::RIFF::Info::Tag tag(TagLib::ByteVector(chunk.data(), static_cast<unsigned>(chunk.size())));
   PropertyMap properties;
   for (const auto& [id, text] : tag.fieldListMap()) {
-    const auto* const known =
-        std::find_if(std::begin(kNames), std::end(kNames), [&id = id](const Name& one) { return id == one.info; });
+    const auto* const known = std::find_if(std::begin(kNames), std::end(kNames),
+                                           [&wanted = id](const Name& one) { return wanted == one.info; });
     properties.replace(known != std::end(kNames) ? String(known->property) : String(id), text);
   }
   add(properties);
