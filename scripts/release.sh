@@ -54,12 +54,9 @@ build() {
   date=$(sed -n 's/^set(BRUMBLER_RELEASE_DATE \([0-9-]*\).*/\1/p' CMakeLists.txt)
   pack "../dist/$bundle.tar.gz" -C build "$bundle"
 
-  if grep -q '"windows"' CMakePresets.json; then
-    cmake --preset windows -DBUILD_TESTING=OFF && cmake --build --preset windows
-    rm -rf build/zip && mkdir build/zip && cp -r build/windows/brumbler.lv2 LICENSE build/zip/
-    (cd build/zip && find . -type f -printf '%P\n' | LC_ALL=C sort >../zip.list &&
-      cmake -E tar cf "../../../dist/${bundle/Linux/Windows}.zip" --format=zip --mtime="$date 00:00:00 UTC" --files-from=../zip.list)
-  fi
+  # The zip with its licences is part of that build.
+  cmake --preset windows -DBUILD_TESTING=OFF && cmake --build --preset windows
+  cp build/windows/brumbler-lv2-windows-*.zip ../dist/
 }
 
 if [[ ${1-} == --build ]]; then
