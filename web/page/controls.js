@@ -34,6 +34,9 @@ export function onFile(id, use) {
   });
 }
 
+/** Minutes and seconds. @param {number} seconds */
+export const clockText = (seconds) => `${Math.floor(seconds / 60)}:${String(Math.floor(seconds % 60)).padStart(2, '0')}`;
+
 /** Saves a file through the browser. @param {Blob} blob @param {string} name */
 export function download(blob, name) {
   const link = document.createElement('a');

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-import { button, download, element, input, onClick, onFile, say, showPressed } from './controls.js';
+import { button, clockText, download, element, input, onClick, onFile, say, showPressed } from './controls.js';
 import { Playback, Trouble } from './engine.js';
 import { Waveform, levelText } from './pictures.js';
 import { interleave, lengthOf, openRecording, survey, wavFile } from './recording.js';
@@ -105,8 +105,7 @@ export class Listen {
     if (!recording) return;
     const length = lengthOf(recording) / recording.rate;
     this.place = this.position;
-    const clock = (/** @type {number} */ t) => `${Math.floor(t / 60)}:${String(Math.floor(t % 60)).padStart(2, '0')}`;
-    const text = `${clock(this.place)} of ${clock(length)}`;
+    const text = `${clockText(this.place)} of ${clockText(length)}`;
     const position = input('position');
     position.max = String(length);
     position.value = String(this.place);

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-import { element, onClick, say, showPressed } from './controls.js';
+import { clockText, element, onClick, say, showPressed } from './controls.js';
 
 /** @typedef {{planes: Float32Array[], length: number, lost: number, last: boolean}} Piece What the worklet has recorded. */
 
@@ -106,8 +106,7 @@ export class Recorder {
     const { live } = this.page.guitar;
     showPressed('record', this.runs);
     element('record').setAttribute('aria-disabled', String(!live && !this.runs));
-    const seconds = Math.floor(this.recorded / (this.engine?.context.sampleRate ?? 1));
-    const clock = `${Math.floor(seconds / 60)}:${String(seconds % 60).padStart(2, '0')}`;
-    element('recorded').textContent = this.runs ? `${clock} of ${Math.round(this.longest / 60)} min` : '';
+    const seconds = this.recorded / (this.engine?.context.sampleRate ?? 1);
+    element('recorded').textContent = this.runs ? `${clockText(seconds)} of ${Math.round(this.longest / 60)} min` : '';
   }
 }
