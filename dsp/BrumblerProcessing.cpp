@@ -60,11 +60,12 @@ void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 s
     switchFader->lastSwitch = onOff;
     firstBlock = false;
   }
+  const float heardFuzz = playedFuzz();
   const float endVolume = limited(volume, kLeastVolume, kLargestVolume);
   const VolumeGlide glide = VolumeGlide::between(lastVolume, endVolume, length);
   const bool fades = !switchFader->rests(onOff);
   if (fades) switchFader->run(length, onOff, gainBuffer);
-  if (playedFuzz() != lastFuzz) setGain();
+  if (heardFuzz != lastFuzz) setGain();
   bool good = true;
   if (length > 0) {
     stages->setVolume(glide.start);
@@ -73,7 +74,7 @@ void Brumbler::processDoubleReplacing(double** inputs, double** outputs, int32 s
     good = runBlock(*stages, mixer, length);
   }
   lastVolume = endVolume;
-  lastFuzz = playedFuzz();
+  lastFuzz = heardFuzz;
   if (!good || (lookIsDue(length) && !historiesAreGood())) forgetBlock();
 }
 
