@@ -8,7 +8,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
 import puppeteer from 'puppeteer-core';
-import { command, noted, openRecording, pageFile, run, saved } from './browser.mjs';
+import { command, openRecording, pageFile, reads, run, saved } from './browser.mjs';
 
 const FIREFOX = '/usr/bin/firefox-esr';
 const GUITAR = '/usr/share/sonic-pi/samples/guit_em9.flac';
@@ -24,6 +24,7 @@ before(async () => {
     browser: 'firefox',
     executablePath: FIREFOX,
     headless: true,
+    timeout: 60000,
     extraPrefsFirefox: {
       'browser.download.alwaysOpenPanel': false, // it would take the keyboard
       'browser.download.dir': folder,
@@ -33,8 +34,8 @@ before(async () => {
       'media.navigator.streams.fake': true,
     },
   });
-  page = await browser.newPage();
-  page.downloads = folder;
+  page = Object.assign(await browser.newPage(), { faults: [], downloads: folder });
+  page.setDefaultTimeout(60000);
   await page.setViewport({ width: 1280, height: 800 });
   await page.goto(`file://${pageFile}`);
   await page.waitForSelector('#unable[hidden]');
@@ -63,17 +64,16 @@ test('Firefox turns knobs, plays, plugs in, and pleases axe', { ...withFirefox }
   await page.focus('#fuzz input[type=range]');
   await page.keyboard.press('7');
   await page.keyboard.press('Enter');
-  assert.equal(await page.$eval('#fuzz input[type=range]', (e) => e.getAttribute('aria-valuetext')), '7.00');
+  await page.waitForSelector('#fuzz input[aria-valuetext="7.00"]');
   await page.evaluate(await readFile(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8'));
   const { violations } = await page.evaluate(() => window.axe.run());
   assert.deepEqual(violations.map(({ id, nodes }) => [id, nodes.map(({ html }) => html)]), []);
   if (!existsSync('/dev/snd')) return t.diagnostic('Play and Plug in were not tried: Firefox plays nothing without a sound card.');
-  const output = () => page.$eval('#output [role=meter]', (e) => Number(e.getAttribute('aria-valuenow')));
+  const loud = () => page.waitForFunction(() => Number(document.querySelector('#output [role=meter]')?.getAttribute('aria-valuenow')) > -50);
   await page.click('#play');
-  await page.waitForFunction(() => document.getElementById('time').textContent.startsWith('0:01'));
-  assert.ok((await output()) > -50);
+  await loud();
   await page.click('#plug');
-  await noted(page, 'plug-note', /Plugged in/);
-  await page.waitForFunction(() => Number(document.querySelector('#output [role=meter]').getAttribute('aria-valuenow')) > -50);
+  await reads(page, 'plug-note', /Plugged in/);
+  await loud();
   await page.click('#plug');
 });
