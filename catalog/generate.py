@@ -15,7 +15,7 @@ from pathlib import Path
 
 CATALOG = Path(__file__).resolve().parent
 LV2 = CATALOG.parent / "lv2"
-PARAMETER_KEYS = ["label", "scale", "minimum", "maximum", "default", "steps", "priority", "does"]
+PARAMETER_KEYS = ["label", "scale", "minimum", "maximum", "default", "steps", "priority", "controllers", "does"]
 
 
 def read(name, keys):
@@ -67,12 +67,15 @@ def catalog_header():
         texts = ", ".join(quote(p.get(key, "")) for key in ["name", "symbol", "label", "does"])
         scale = "toggle" if p["scale"] == "switch" else p["scale"]
         numbers = ", ".join(number(p[key]) for key in ["minimum", "maximum", "default", "steps"])
-        rows += f"    {{{texts},\n     Scale::{scale}, {numbers}}},\n"
+        controllers = ", ".join(map(number, p["controllers"]))
+        rows += f"    {{{texts},\n     Scale::{scale}, {numbers}, {{{controllers}}}}},\n"
     presets = ""
     for preset in PRESETS:
         values = ", ".join(number(preset.get(p["symbol"], p["default"])) for p in PARAMETERS)
         presets += f'    {{"{preset["symbol"]}", {quote(preset["label"])}, {{{values}}}}},\n'
+    programs = json.loads((CATALOG / "programs.json").read_text("utf-8"))
     return fill(CATALOG / "catalog.h.in", {
+        **{key.upper(): value for key, value in programs.items()},
         "INDICES": ", ".join("k" + p["symbol"].capitalize() for p in PARAMETERS),
         "EFFECT_PARAMETERS": sum("name" in p for p in PARAMETERS),
         "ROWS": rows,

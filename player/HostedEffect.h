@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstring>
 #include <memory>
 
 #include "host/AEffect.h"
@@ -9,30 +8,30 @@
 #include "host/Q_TypeBase.h"
 #include "host/Q_TypeIF.h"
 
-// The host's side of the interface: one effect, one channel, from its creation to its end. Every host of ours is built
-// on it, and it may be copied into others. A whole life, in the order of the calls:
+// The host's side of the interface: one effect, which plays one channel. All hosts in this project use it; other hosts
+// may copy it. The calls, in order:
 //
 //   HostedEffect effect(getinterface, 48000, 512);  // or the entry that was looked up in the loaded module
 //   if (!effect.exists()) return fail(effect.fault());
-//   effect.setParameter(2, 0.8F);                   // what it begins with; later again, whenever it is to change
+//   effect.setParameter(2, 0.8F);                   // the initial value; call it again at any time to change it
 //   effect.start();
 //   effect.process(block, length);                  // for every block, of 512 samples at most
 //   effect.stop();
 //   effect.announce(96000, 64);                     // when rate or block length change, and then start() again
 //
-// Threads: the effect itself allows setParameter and all that asks from any thread, and lets them wait for a block that
-// plays. Construction, announce, stop and destruction belong to one thread while no other calls. start and process
-// allocate nothing and make no system call, so the audio thread may call either.
+// Threads: setParameter and all queries may be called from any thread; while a block is processed they wait for its
+// end. The constructor, announce, stop and the destructor are called by one thread, while no other thread calls
+// anything. start and process allocate nothing and make no system call, so the audio thread may call them.
 //
-// Nothing here throws, and nothing is allocated but by the effect. The record keeps this object's address, so it stays
-// where it is.
+// Nothing here throws, and only the effect allocates. The record keeps this object's address, so the object cannot be
+// copied or moved.
 class HostedEffect {
  public:
   using Entry = Q_TypeIF* (*)(audioMasterCallback);
 
   // `rate` in Hz, `blockLength` in samples, the longest block that will come; both at least 1.
   HostedEffect(Entry entry, int32 rate, int32 blockLength) noexcept : rate_(rate), blockLength_(blockLength) {
-    // The wrapper only shows the way to the record. It is the host's to delete, and is needed no longer.
+    // The wrapper only leads to the record. The host owns it and does not need it any longer.
     const std::unique_ptr<Q_TypeIF> wrapper(entry(answer));
     record_ = wrapper != nullptr ? wrapper->aeffect : nullptr;
     fault_ = whyUnfit(record_);
@@ -53,13 +52,14 @@ class HostedEffect {
     ask(EffectOpcode::close);
   }
 
-  // False when the entry made no effect, or one that is not driven as this host drives it: one channel of doubles in,
-  // one out. Then nothing below may be called but fault(), which says what is wrong: "the module" and these words.
+  // False when the entry function did not create an effect, or created one that this host cannot use: it needs one
+  // input and one output in double precision. Then only fault() may be called. It completes a sentence that begins with
+  // "the module".
   bool exists() const noexcept { return fault_ == nullptr; }
   const char* fault() const noexcept { return fault_; }
 
-  // The longest block and the rate from now on; not between start() and stop(). Another rate silences what still rings.
-  // Allocates; when there is no storage the effect passes its input through until it is told again.
+  // Sets the rate and the longest block; not between start() and stop(). A new rate silences what still rings.
+  // Allocates. When there is no memory, the effect passes its input through until the next call.
   void announce(int32 rate, int32 blockLength) noexcept {
     rate_ = rate;
     blockLength_ = blockLength;
@@ -67,10 +67,9 @@ class HostedEffect {
     ask(EffectOpcode::setSampleRate, 0, 0, nullptr, static_cast<float>(rate));
   }
 
-  // Switches processing on, with the parameters as they are now. Over the first block after a set-up the effect raises
-  // VOLUME from zero; that block has no sample here, so the sound's own first block is not faded in, and what comes out
-  // does not depend on the block length. (A block of silence would do as well: the effect answers it with zeros and
-  // keeps nothing of it, so both lead to the same doubles; but it has to find room for a sample.)
+  // Starts processing with the current parameters. In the first block after a set-up the effect raises VOLUME from
+  // zero. This call processes a block of no samples for that, so the first block of the sound is not faded in and the
+  // output does not depend on the block length. (A block of silence has the same effect, but needs a buffer.)
   void start() noexcept {
     ask(EffectOpcode::setProcessing, 0, 1);
     ask(EffectOpcode::startProcess);
@@ -78,8 +77,8 @@ class HostedEffect {
     process(&nothing, 0);
   }
 
-  // From `in` to `out`, of `length` samples each, or in place. `length` is 0 to the block length; the effect takes a
-  // longer block too, but allocates for it.
+  // Processes `length` samples from `in` to `out`, which may be the same. `length` is 0 to the block length. The effect
+  // also takes a longer block, but allocates memory for it.
   void process(const double* in, double* out, int32 length) noexcept {
     // The interface has no const, but the effect only reads.
     auto* inputs = const_cast<double*>(in);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
@@ -92,8 +91,8 @@ class HostedEffect {
     ask(EffectOpcode::setProcessing, 0, 0);
   }
 
-  // Values are 0 to 1. A change lands at the start of the next block. Parameters and programs count from 0; unknown
-  // ones change nothing, and an unknown parameter is 0.
+  // Values are 0 to 1. A change takes effect at the start of the next block. Parameters and programs count from 0.
+  // Unknown ones are ignored; the value of an unknown parameter is 0.
   void setParameter(int32 index, float value) noexcept { record_->setParameter(record_, index, value); }
   float parameter(int32 index) const noexcept { return record_->getParameter(record_, index); }
   void setProgram(int32 index) noexcept {
@@ -101,14 +100,13 @@ class HostedEffect {
     ask(EffectOpcode::setProgram, 0, index);
     ask(EffectOpcode::endSetProgram);
   }
-  // Of the selected program; cut to 23 characters.
+  // Of the selected program; the effect cuts it to the length that it keeps, and only reads `name`.
   void setProgramName(const char* name) noexcept {
-    char text[24] = {};
-    std::strncpy(text, name, sizeof text - 1);
+    auto* const text = const_cast<char*>(name);  // NOLINT(cppcoreguidelines-pro-type-const-cast)
     ask(EffectOpcode::setProgramName, 0, 0, text);
   }
 
-  // Any other question of the interface, or order.
+  // Sends any other opcode of the interface.
   intptr ask(EffectOpcode opcode, int32 index = 0, intptr value = 0, void* ptr = nullptr,
              float opt = 0.0F) const noexcept {
     return record_->dispatcher(record_, static_cast<int32>(opcode), index, value, ptr, opt);
@@ -136,15 +134,15 @@ class HostedEffect {
   }
 
   static const char* whyUnfit(const AEffect* record) noexcept {
-    if (record == nullptr) return "answers no effect record";
-    if (record->magic != kMagic) return "answers a record of another kind";
+    if (record == nullptr) return "did not create an effect";
+    if (record->magic != kMagic) return "returned a record of another kind";
     if (record->dispatcher == nullptr || record->setParameter == nullptr || record->getParameter == nullptr) {
-      return "answers a record without entries";
+      return "returned a record without entry points";
     }
     if ((record->flags & flagCanDoubleReplacing) == 0 || record->processDoubleReplacing == nullptr) {
-      return "cannot process doubles";
+      return "cannot process double precision";
     }
-    if (record->numInputs != 1 || record->numOutputs != 1) return "is not one channel in, one channel out";
+    if (record->numInputs != 1 || record->numOutputs != 1) return "does not have one input and one output";
     return nullptr;
   }
 

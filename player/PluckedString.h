@@ -4,9 +4,9 @@
 #include <cstdint>
 #include <vector>
 
-// One string of an electric guitar, after Karplus and Strong: a burst of noise runs round a delay line one period long
-// and loses a little of its treble each time. Tuned by an allpass; picked at an eighth of its length; heard by a pickup
-// that stands elsewhere under it. Deterministic: the noise comes from a fixed generator.
+// One string of an electric guitar, after Karplus and Strong: a burst of noise circulates in a delay line one period
+// long and loses a little treble each time. An allpass tunes it. It is picked at an eighth of its length, and the
+// pickup is at another place. Deterministic: the noise comes from a fixed generator.
 class PluckedString {
  public:
   // `rate` in Hz; `seed` makes strings sound different from one another.

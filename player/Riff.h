@@ -3,8 +3,8 @@
 
 #include <vector>
 
-// The example: four bars in E minor on an electric guitar with six strings, with power chords, palm mutes, a run of
-// single notes, rests and a last chord that rings out. The same samples on every call.
+// The built-in example: four bars in E minor on a six-string electric guitar, with power chords, palm mutes, a run of
+// single notes, rests and a last chord that rings out. Every call returns the same samples.
 struct Riff {
   static constexpr int kRate = 44100;   // Hz
   static constexpr double kPeak = 0.1;  // of full scale, -20 dBFS: a guitar's own level, struck hard

@@ -50,11 +50,11 @@ TEST_CASE("an entry that makes no effect of this kind leaves one that does not e
     return std::string(effect.fault() != nullptr ? effect.fault() : "");
   };
   CHECK(faultOf([] {}).empty());
-  CHECK(faultOf([] { foreign.numOutputs = 2; }) == "is not one channel in, one channel out");
+  CHECK(faultOf([] { foreign.numOutputs = 2; }) == "does not have one input and one output");
   CHECK(closed);
-  CHECK(faultOf([] { foreign.flags = 0; }) == "cannot process doubles");
-  CHECK(faultOf([] { foreign.dispatcher = nullptr; }) == "answers a record without entries");
-  CHECK(faultOf([] { foreign.magic = 1; }) == "answers a record of another kind");
+  CHECK(faultOf([] { foreign.flags = 0; }) == "cannot process double precision");
+  CHECK(faultOf([] { foreign.dispatcher = nullptr; }) == "returned a record without entry points");
+  CHECK(faultOf([] { foreign.magic = 1; }) == "returned a record of another kind");
   CHECK(!closed);  // the dispatcher is unknown, so it is not called
   CHECK_FALSE(HostedEffect([](audioMasterCallback) -> Q_TypeIF* { return nullptr; }, 44100, 64).exists());
 }

@@ -56,8 +56,8 @@ parts = {
     "STYLE": pedal_variables() + style,
     "VERSION": version,
     "WASM": base64.b64encode(zlib.compress(Path(wasm).read_bytes(), 9)).decode(),
-    "CATALOG": '{{"parameters": {}, "presets": {}}}'.format(
-        *((CATALOG / name).read_text("utf-8") for name in ["parameters.json", "presets.json"])),
+    "CATALOG": '{{"parameters": {}, "presets": {}, "programs": {}}}'.format(
+        *((CATALOG / name).read_text("utf-8") for name in ["parameters.json", "presets.json", "programs.json"])),
 }
 parts["SCRIPT_HASH"] = policy_hash(parts["SCRIPT"])
 parts["STYLE_HASH"] = policy_hash(parts["STYLE"])

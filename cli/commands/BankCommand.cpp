@@ -58,8 +58,8 @@ void applySet(HostedEffect& effect, const std::string& text) {
     }
     const std::string value = text.substr(equals + 1, end == std::string::npos ? end : end - equals - 1);
     const auto index = static_cast<int>(known - keys.begin());
-    const double position = parsePosition("--set: " + key, value, catalog::kParameters[index]);
-    effect.setParameter(index, parametersOf(effect).at(static_cast<std::size_t>(index)).valueAt(position));
+    const double knob = parseKnob("--set: " + key, value, catalog::kParameters[index]);
+    effect.setParameter(index, parametersOf(effect).at(static_cast<std::size_t>(index)).valueAt(knob));
     begin = end;
   }
 }

@@ -7,7 +7,7 @@
 #include <iterator>
 #include <vector>
 
-#include "cli/effect/Parameter.h"
+#include "cli/effect/EffectParameter.h"
 #include "cli/text/Failure.h"
 #include "cli/text/nearestName.h"
 #include "cli/text/numbers.h"
@@ -47,14 +47,14 @@ const catalog::Preset* findPreset(const std::string& text) {
 
 }  // namespace
 
-void EffectOptions::addTo(CLI::App& command, Trim kind) {
+void EffectOptions::addTo(CLI::App& command, TrimForm form) {
   const auto addText = [&command](const std::string& name, const std::string& help, const auto& take) {
     return command.add_option_function<std::string>(name, take, help);
   };
   for (int i = 0; i < static_cast<int>(std::size(catalog::kParameters)); ++i) {
     if (catalog::kParameters[i].scale == catalog::Scale::knob) addKnob(command, static_cast<catalog::Index>(i));
   }
-  addTrim(command, kind);
+  addTrim(command, form);
   addText("--preset", "Volume and Fuzz from one of the presets that `brumbler info --presets` lists",
           [this](const std::string& text) { preset_ = findPreset(text); })
       ->type_name("NAME");
@@ -73,15 +73,15 @@ void EffectOptions::addKnob(CLI::App& command, catalog::Index parameter) {
       .add_option_function<std::string>(
           name,
           [this, name, parameter](const std::string& text) {
-            knobs_[parameter] = parsePosition(name, text, catalog::kParameters[parameter]);
+            knobs_[parameter] = parseKnob(name, text, catalog::kParameters[parameter]);
           },
           helpOf(knob))
-      ->type_name(positionsOf(knob));
+      ->type_name(rangeOf(knob));
 }
 
-void EffectOptions::addTrim(CLI::App& command, Trim kind) {
+void EffectOptions::addTrim(CLI::App& command, TrimForm form) {
   const catalog::Parameter& trim = catalog::kParameters[catalog::kTrim];
-  const bool takesAuto = kind == Trim::numberOrAuto;
+  const bool takesAuto = form == TrimForm::numberOrAuto;
   command
       .add_option_function<std::string>(
           "--trim",
@@ -116,12 +116,12 @@ EffectSettings EffectOptions::settings(const EffectModule& module) const {
   return settings;
 }
 
-double parsePosition(const std::string& option, const std::string& text, const catalog::Parameter& parameter) {
+double parseKnob(const std::string& option, const std::string& text, const catalog::Parameter& parameter) {
   if (parameter.scale == catalog::Scale::toggle) return parseWhole(option, text, 0, 1);
   return parseNumber(option, text, parameter.minimum, parameter.maximum);
 }
 
-std::string positionsOf(const catalog::Parameter& parameter) {
+std::string rangeOf(const catalog::Parameter& parameter) {
   const char* const between = parameter.scale == catalog::Scale::toggle ? "|" : "-";
   return shortText(parameter.minimum) + between + shortText(parameter.maximum);
 }

@@ -18,10 +18,10 @@ class App;
 class EffectOptions {
  public:
   // Whether --trim accepts "auto", which needs a sound whose peak can be measured first.
-  enum class Trim { number, numberOrAuto };
+  enum class TrimForm { number, numberOrAuto };
 
   // Adds the options to `command`; this object must outlive the parsing.
-  void addTo(CLI::App& command, Trim kind);
+  void addTo(CLI::App& command, TrimForm form);
 
   // The settings for each effect of `module`. Reads the bank. Throws Failure if it cannot be read, or has no such
   // program.
@@ -44,7 +44,7 @@ class EffectOptions {
 
  private:
   void addKnob(CLI::App& command, catalog::Index parameter);
-  void addTrim(CLI::App& command, Trim kind);
+  void addTrim(CLI::App& command, TrimForm form);
 
   std::string module_;
   std::string bank_;
@@ -58,10 +58,10 @@ class EffectOptions {
 
 // Parses `text` as the position of a knob or switch. Throws Failure (usage) naming `option` and the limits if it is not
 // one.
-double parsePosition(const std::string& option, const std::string& text, const catalog::Parameter& parameter);
+double parseKnob(const std::string& option, const std::string& text, const catalog::Parameter& parameter);
 
 // "0-10", or "0|1".
-std::string positionsOf(const catalog::Parameter& parameter);
+std::string rangeOf(const catalog::Parameter& parameter);
 
 // What the control does, as the end of a help text.
 std::string helpOf(const catalog::Parameter& parameter);

@@ -42,18 +42,18 @@ std::string displayOf(const HostedEffect& effect, int parameter, float value) {
   return begin == std::string::npos ? "" : display.substr(begin);
 }
 
-ordered_json describeParameter(const HostedEffect& effect, int index, const Parameter& known) {
+ordered_json describeParameter(const HostedEffect& effect, int index, const EffectParameter& known) {
   VstParameterProperties properties{};
   const bool answers = effect.ask(EffectOpcode::getParameterProperties, index, 0, &properties) != 0;
   ordered_json parameter;
   parameter["name"] = known.name;
   parameter["label"] = askText(effect, EffectOpcode::getParameterLabel, index);
   parameter["switch"] = known.isSwitch;
-  parameter["value"] = known.shownAt(effect.parameter(index));
+  parameter["value"] = known.knobAt(effect.parameter(index));
   parameter["minimum"] = 0;
-  parameter["maximum"] = static_cast<int>(known.top());
+  parameter["maximum"] = static_cast<int>(known.maximum());
   if (answers && (properties.flags & kVstParameterUsesFloatStep) != 0) {
-    parameter["step"] = known.shownAt(properties.stepFloat);
+    parameter["step"] = known.knobAt(properties.stepFloat);
   }
   parameter["display"] = displayOf(effect, index, effect.parameter(index));
   parameter["displayAtMinimum"] = displayOf(effect, index, 0.0F);
@@ -85,7 +85,7 @@ ordered_json describe(const EffectModule& module, HostedEffect& effect) {
   info["editor"] = (record.flags & flagHasEditor) != 0;
   info["latencySamples"] = record.initialDelay;
   info["parameters"] = ordered_json::array();
-  for (const Parameter& one : parametersOf(effect)) {
+  for (const EffectParameter& one : parametersOf(effect)) {
     info["parameters"].push_back(describeParameter(effect, static_cast<int>(info["parameters"].size()), one));
   }
   info["programs"] = ordered_json::parse(Bank(effect).text())["programs"];

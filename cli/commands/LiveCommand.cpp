@@ -53,7 +53,7 @@ void addLiveCommand(CLI::App& app) {
   CLI::App* const command = app.add_subcommand("live", "Play live, as a JACK client");
   const auto options = std::make_shared<LiveOptions>();
   LiveSettings& settings = options->settings;
-  options->effect.addTo(*command, EffectOptions::Trim::number);
+  options->effect.addTo(*command, EffectOptions::TrimForm::number);
   command->add_flag("--stereo", settings.stereo, "Two inputs and two outputs, an effect for each");
   command->add_option("--name", settings.jack.name, "The client's name (default: brumbler)")->type_name("NAME");
   auto* const noConnect = command->add_flag("--no-connect", options->noConnect, "Connect nothing");

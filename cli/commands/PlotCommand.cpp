@@ -13,7 +13,7 @@
 #include "catalog/catalog.h"
 #include "cli/commands/Commands.h"
 #include "cli/effect/EffectModule.h"
-#include "cli/effect/Parameter.h"
+#include "cli/effect/EffectParameter.h"
 #include "cli/picture/Measurement.h"
 #include "cli/picture/Picture.h"
 #include "cli/picture/drawSounds.h"
@@ -45,7 +45,7 @@ std::vector<double> parseKnobs(const std::string& option, const std::string& tex
   std::vector<double> values;
   for (std::size_t begin = 0; begin <= text.size();) {
     const std::size_t end = std::min(text.find(',', begin), text.size());
-    values.push_back(parseNumber(option, text.substr(begin, end - begin), 0.0, kKnobTop));
+    values.push_back(parseNumber(option, text.substr(begin, end - begin), 0.0, kKnobMaximum));
     begin = end + 1;
   }
   if (values.size() > most) {

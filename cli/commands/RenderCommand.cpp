@@ -183,7 +183,7 @@ void addRenderCommand(CLI::App& app) {
   command->add_option("FILES", options->files, "IN OUT, or with --out-dir any number of files to read; - is a stream")
       ->type_name("")
       ->required();
-  options->effect.addTo(*command, EffectOptions::Trim::numberOrAuto);
+  options->effect.addTo(*command, EffectOptions::TrimForm::numberOrAuto);
   command->add_option("--automate", options->automation, "Move parameters and change programs over time")
       ->type_name("FILE.json");
   addText("--normalize", "Bring the result's peak to this level, -120 to 0", [&settings](const std::string& text) {

@@ -17,7 +17,7 @@ constexpr double kMostTime = 1e12;  // in any unit; keeps sums far from overflow
 Automation::Automation(const std::string& path, const HostedEffect& effect) : file_(path) {
   file_.expectObject(JsonFile::Path(), {"$schema", "parameters", "programs"});
   if (file_.root().contains("parameters")) {
-    const std::vector<Parameter> known = parametersOf(effect);
+    const std::vector<EffectParameter> known = parametersOf(effect);
     const JsonFile::Path parameters("/parameters");
     file_.expectObject(parameters, namesOf(known));
     for (std::size_t p = 0; p < known.size(); ++p) {
@@ -28,7 +28,7 @@ Automation::Automation(const std::string& path, const HostedEffect& effect) : fi
   if (file_.root().contains("programs")) readProgramChanges(effect.record().numPrograms);
 }
 
-void Automation::readLane(const JsonFile::Path& path, int index, const Parameter& parameter) {
+void Automation::readLane(const JsonFile::Path& path, int index, const EffectParameter& parameter) {
   using Kind = AutomationTrack::Kind;
   file_.expectArray(path);
   const auto& list = file_.root().at(path);

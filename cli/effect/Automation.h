@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "cli/effect/AutomationTrack.h"
-#include "cli/effect/Parameter.h"
+#include "cli/effect/EffectParameter.h"
 #include "cli/files/JsonFile.h"
 
 class HostedEffect;
@@ -19,8 +19,8 @@ class Automation {
   Automation(const std::string& path, const HostedEffect& effect);
 
   // The track for a sound of `frames` (nothing: not known yet) at `rate` Hz, played through effects at `effectRate` Hz.
-  // Throws Failure naming line and key for a time outside the sound, one before its predecessor, and a time in per cent
-  // of a length that is not known.
+  // Throws Failure naming line and key if a time is outside the sound or before its predecessor, or if it is a
+  // percentage of an unknown length.
   AutomationTrack trackFor(std::optional<std::int64_t> frames, int rate, int effectRate) const;
 
  private:
@@ -37,7 +37,7 @@ class Automation {
     std::vector<float> values;
   };
 
-  void readLane(const JsonFile::Path& path, int index, const Parameter& parameter);
+  void readLane(const JsonFile::Path& path, int index, const EffectParameter& parameter);
   void readProgramChanges(int numPrograms);
   Time readTime(const JsonFile::Path& path) const;
 

@@ -70,8 +70,8 @@ std::string Bank::text() const {
     nlohmann::ordered_json item;
     item["name"] = program.name.value_or("");
     for (const auto& [parameter, value] : program.values) {
-      const Parameter& one = parameters_[static_cast<std::size_t>(parameter)];
-      item[one.name] = one.shownAt(value);
+      const EffectParameter& one = parameters_[static_cast<std::size_t>(parameter)];
+      item[one.name] = one.knobAt(value);
     }
     list.push_back(item);
   }

@@ -6,14 +6,15 @@
 #include <string>
 #include <vector>
 
-#include "cli/effect/Parameter.h"
+#include "catalog/catalog.h"
+#include "cli/effect/EffectParameter.h"
 
 class HostedEffect;
 
-// The effect's programs, names and values, as a host keeps them in a file (docs/bank.schema.json).
+// The effect's programs, with names and values, as a file stores them (docs/bank.schema.json).
 class Bank {
  public:
-  static constexpr std::size_t kLongestName = 23;  // bytes, in the interface
+  static constexpr std::size_t kLongestName = catalog::kLongestProgramName;  // bytes
 
   // Reads a file; `effect` provides the names of the parameters and the number of programs. The file may have fewer
   // programs, and a program may leave out what is not to change. Throws Failure naming line and key.
@@ -37,6 +38,6 @@ class Bank {
     std::map<int, float> values;  // by parameter
   };
 
-  std::vector<Parameter> parameters_;
+  std::vector<EffectParameter> parameters_;
   std::vector<Program> programs_;
 };

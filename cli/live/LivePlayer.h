@@ -18,9 +18,10 @@ class TakeRecorder;
 struct LiveChange {
   enum class Kind : std::uint8_t { knob, turn, toggle, selectProgram, stepProgram, storeProgram, useMap, tuner };
   Kind kind;
-  int index = 0;                     // parameter of `knob` and `turn`, program, or how many programs to step
-  std::array<float, 3> values = {};  // of the program to store; the first of `knob`; of `turn` how many hundredths
-  const MidiMap* map = nullptr;      // must outlive the player
+  int index = 0;  // parameter of `knob` and `turn`, program, or how many programs to step
+  std::array<float, catalog::kNumEffectParameters> values =
+      {};                        // of the program to store; the first of `knob`; of `turn` how many hundredths
+  const MidiMap* map = nullptr;  // must outlive the player
 };
 
 // Plays one effect for each of one or two channels, in the audio thread, and lets other threads change its settings.
@@ -36,7 +37,7 @@ class LivePlayer {
  public:
   enum Parameter : int { kOnOff = catalog::kOn, kVolume = catalog::kVolume, kFuzz = catalog::kFuzz };
   static constexpr int kNumParameters = catalog::kNumEffectParameters;
-  static constexpr int kNumPrograms = 16;
+  static constexpr int kNumPrograms = catalog::kNumPrograms;
   static constexpr int kMostChannels = 2;
   static constexpr int kGlide = 64;              // samples
   static constexpr double kFadeSeconds = 0.016;  // at the end, and around the tuner

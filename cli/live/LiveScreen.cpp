@@ -15,7 +15,7 @@
 #include <iterator>
 #include <memory>
 
-#include "cli/effect/Parameter.h"
+#include "cli/effect/EffectParameter.h"
 #include "cli/text/printable.h"
 #include "player/decibels.h"
 

@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cmath>
 #include <nlohmann/json.hpp>
+#include <utility>
 
+#include "catalog/catalog.h"
 #include "cli/files/JsonFile.h"
 
 namespace {
@@ -56,11 +58,15 @@ const std::array<MidiMap::Role, MidiMap::kNumRoles> MidiMap::kRoles = {{
 std::string MidiControl::text() const { return std::string(kindName(kind)) + " " + std::to_string(number); }
 
 MidiMap::MidiMap() {
-  actions_[7] = LiveAction::volume;
-  actions_[16] = LiveAction::fuzz;
-  actions_[64] = LiveAction::onOff;
-  actions_[80] = LiveAction::previousProgram;
-  actions_[81] = LiveAction::nextProgram;
+  constexpr std::pair<catalog::Index, LiveAction> kTurned[] = {
+      {catalog::kVolume, LiveAction::volume}, {catalog::kFuzz, LiveAction::fuzz}, {catalog::kOn, LiveAction::onOff}};
+  for (const auto& [parameter, action] : kTurned) {
+    for (const int controller : catalog::kParameters[parameter].controllers) {
+      if (controller > 0) actions_[static_cast<std::size_t>(controller)] = action;
+    }
+  }
+  actions_[catalog::kPreviousController] = LiveAction::previousProgram;
+  actions_[catalog::kNextController] = LiveAction::nextProgram;
 }
 
 MidiMap::MidiMap(const std::string& path) {

@@ -46,7 +46,7 @@ class MidiMap {
   };
   static const std::array<Role, kNumRoles> kRoles;
 
-  // Controllers 7 Volume, 16 Fuzz, 64 On/Off, 80 and 81 the previous and next program; no tuner, no storing.
+  // The catalog's default controllers; no tuner, no storing.
   MidiMap();
 
   // Reads a file; an action that it leaves out has no control. Throws Failure naming line and key.

@@ -4,7 +4,7 @@
 #include <utility>
 #include <vector>
 
-#include "cli/effect/Parameter.h"
+#include "cli/effect/EffectParameter.h"
 #include "cli/files/PendingFile.h"
 #include "cli/text/Failure.h"
 

@@ -161,7 +161,7 @@ TEST_CASE("bad input: one line that names the culprit, the right status, nothing
       {"compare in.wav", 2, "B is required"},
       {"--module text.wav", 1, "text.wav"},
       {"info --module libm.so.6", 1, "libm.so.6"},
-      {"info --module '" BRUMBLER_TESTMODULE "'", 1, "answers no effect record"},
+      {"info --module '" BRUMBLER_TESTMODULE "'", 1, "did not create an effect"},
       {"render - o.wav --trim auto < in.wav", 2, "--trim auto"},
       {"render - o.wav --normalize -1 < in.wav", 2, "--norm"},
       {"--automate bad.json", 1, "bad.json, line 3: /parameters/FUZ is unknown; did you mean FUZZ"},

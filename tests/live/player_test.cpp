@@ -81,7 +81,11 @@ TEST_CASE("every MIDI message lands on its sample, whatever the period") {
     std::vector<std::uint8_t> bytes;
     int parameter;  // that a host would set
     float value;
-  } rows[] = {{{0xB3, 64, 63}, 0, 0.0F}, {{0xB0, 16, 127}, 2, 1.0F}, {{0xC0, 1}, 2, 1.0F}, {{0xB0, 81, 64}, 2, 1.0F}};
+  } rows[] = {{{0xB3, 64, 63}, 0, 0.0F},
+              {{0xB0, 19, 63}, 0, 0.0F},
+              {{0xB0, 16, 127}, 2, 1.0F},
+              {{0xC0, 1}, 2, 1.0F},
+              {{0xB0, 81, 64}, 2, 1.0F}};
   const Floats in = noise(5000);
   for (const auto& row : rows) {
     CAPTURE(static_cast<int>(row.bytes[1]));

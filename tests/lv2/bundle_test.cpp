@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "catalog/catalog.h"
+#include "lv2/BlockLength.h"
 #include "tests/DynamicLibrary.h"
 #include "tests/Player.h"
 #ifdef BRUMBLER_WATCH_LIBRARY
@@ -35,7 +36,10 @@ enum Control : std::uint32_t { kOn, kVolume, kFuzz, kTrim, kNumControls };
 constexpr const char* kUris[] = {"urn:brumbler:fuzz", "urn:brumbler:fuzz:stereo"};
 
 LV2_URID mapUri(LV2_URID_Map_Handle, const char* uri) {
-  return std::string(uri) == LV2_ATOM__Int ? 1 : std::string(uri) == LV2_BUF_SIZE__maxBlockLength ? 2 : 3;
+  return std::string(uri) == LV2_ATOM__Int                      ? 1
+         : std::string(uri) == LV2_BUF_SIZE__maxBlockLength     ? 2
+         : std::string(uri) == LV2_BUF_SIZE__nominalBlockLength ? 3
+                                                                : 4;
 }
 
 // One instance at 48000 Hz, its controls at their defaults. `announced` is the longest block; with 0 it is not
@@ -174,6 +178,21 @@ TEST_CASE("two channels are two bundles with one set of controls, though the hos
   }
 }
 
+TEST_CASE("the block length is the longest that the host announces, else its usual one") {
+  const struct {
+    std::int32_t longest, usual, expected;
+  } rows[] = {{64, 32, 64}, {0, 32, 32}, {0, 0, BlockLength::kUnannounced}, {1 << 20, 32, BlockLength::kMost}};
+  for (const auto& row : rows) {
+    LV2_URID_Map map{nullptr, mapUri};
+    LV2_Options_Option options[] = {{LV2_OPTIONS_INSTANCE, 0, 3, sizeof row.usual, 1, &row.usual},
+                                    {LV2_OPTIONS_INSTANCE, 0, 2, sizeof row.longest, 1, &row.longest},
+                                    {}};
+    const LV2_Feature mapFeature{LV2_URID__map, &map}, optionsFeature{LV2_OPTIONS__options, options};
+    const LV2_Feature* const features[] = {&mapFeature, &optionsFeature, nullptr};
+    CHECK(BlockLength::announced(features) == row.expected);
+  }
+}
+
 TEST_CASE("the meters hold the peak of the louder channel, let it fall, and stay from 0 to 1") {
   Bundle bundle(64, 2);
   bundle.control[kOn] = 0.0F;
@@ -236,6 +255,10 @@ TEST_CASE("activate forgets what was heard; no number in a port does lasting har
     for (float& control : bundle.control) control = bad;
     bundle.play(in);
   }
+  Bundle off;
+  off.control[kOn] = NAN;  // as any number that is not above 0
+  off.play(Floats(1000));
+  CHECK(off.play(in) == in);
   std::copy_n(Bundle().control, kNumControls, bundle.control);
   bundle.play(Floats(480000));  // the loudest float there is has died away
   CHECK(bundle.play(in)[2047] == doctest::Approx(first[2047]).epsilon(1e-4));

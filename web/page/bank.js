@@ -5,7 +5,7 @@
 /**
  * An entry of the catalog's parameters; without a name it is not one of the effect's.
  * @typedef {{name?: string, symbol: string, label: string, scale: 'switch' | 'knob' | 'decibels', minimum: number,
- *   maximum: number, default: number, steps: number, does: string}} Parameter
+ *   maximum: number, default: number, steps: number, controllers: number[], does: string}} Parameter
  */
 
 export const PROGRAMS = 16;

@@ -126,7 +126,7 @@ export class Effect {
   /** @param {string} name */
   setName(name) {
     if (typeof TextEncoder === 'undefined') return; // a worklet has none, and shows no names
-    const bytes = new TextEncoder().encode(name).subarray(0, 23);
+    const bytes = new TextEncoder().encode(name).subarray(0, 255);
     const text = new Uint8Array(this.calls.memory.buffer, this.calls.text(), bytes.length + 1);
     text.set(bytes);
     text[bytes.length] = 0;

@@ -11,8 +11,14 @@ export class Foot {
     this.page = page;
     /** @type {Record<number, import('./midi.js').Target>} */
     this.learnt = {};
-    this.midi = new Midi(this.learnt, {
+    /** @type {Record<number, import('./midi.js').Target>} */
+    const usual = {};
+    for (const { symbol, controllers } of page.turned) {
+      for (const controller of controllers) usual[controller] = /** @type {import('./midi.js').Target} */ (symbol);
+    }
+    this.midi = new Midi(this.learnt, usual, page.steps, {
       program: (index) => index < PROGRAMS && page.programs.choose(index),
+      step: (by) => page.programs.choose((page.programs.selected + by + PROGRAMS) % PROGRAMS),
       turn: (target, share) => this.turn(target, share),
       set: (on) => page.programs.setValue(ON, on ? 1 : 0),
       press: () => page.programs.toggle(),

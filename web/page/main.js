@@ -22,9 +22,10 @@ export class Page {
   /** @param {ArrayBuffer} wasm @param {Module} module */
   constructor(wasm, module) {
     this.module = module;
-    /** @type {{parameters: import('./bank.js').Parameter[], presets: Record<string, any>[]}} */
-    const { parameters, presets } = JSON.parse(element('catalog').textContent ?? '');
+    /** @type {{parameters: import('./bank.js').Parameter[], presets: Record<string, any>[], programs: import('./midi.js').Steps}} */
+    const { parameters, presets, programs: steps } = JSON.parse(element('catalog').textContent ?? '');
     this.turned = parameters;
+    this.steps = steps;
     this.parameters = parameters.filter((parameter) => parameter.name !== undefined);
     this.presets = presets;
     this.texts = new Effect(module, 44100, 1); // an effect that only provides texts

@@ -2,18 +2,21 @@
 
 /** @typedef {'fuzz' | 'volume' | 'trim' | 'on'} Target */
 
-/** Controllers that need no learning. @type {Record<number, Target>} */
-export const CONTROLLERS = { 7: 'volume', 16: 'fuzz', 17: 'volume', 18: 'trim', 19: 'on', 64: 'on' };
+/** @typedef {{previous_controller: number, next_controller: number}} Steps the controllers that choose a program */
 
 /** Foot switches and knobs that speak MIDI. */
 export class Midi {
   /**
    * @param {Record<number, Target>} learnt learned controllers, which come before the others
-   * @param {{program: (index: number) => void, turn: (target: Target, share: number) => void,
+   * @param {Record<number, Target>} usual controllers that need no learning
+   * @param {Steps} steps
+   * @param {{program: (index: number) => void, step: (by: number) => void, turn: (target: Target, share: number) => void,
    *   set: (on: boolean) => void, press: () => void, learn: (target: Target, controller: number) => void}} on `share` is 0 to 1
    */
-  constructor(learnt, on) {
+  constructor(learnt, usual, steps, on) {
     this.learnt = learnt;
+    this.usual = usual;
+    this.steps = steps;
     this.on = on;
     /** @type {Target | undefined} */
     this.learning = undefined;
@@ -46,17 +49,19 @@ export class Midi {
       this.held.add(number); // the press that it was learned from does nothing else
       return;
     }
-    const target = this.learnt[number] ?? CONTROLLERS[number];
-    if (target === undefined) return;
-    if (target !== 'on') {
+    const isPress = value >= 64 && !this.held.has(number);
+    if (value >= 64) this.held.add(number);
+    else this.held.delete(number);
+    const target = this.learnt[number] ?? this.usual[number];
+    if (target === undefined) {
+      if (isPress && number === this.steps.previous_controller) this.on.step(-1);
+      if (isPress && number === this.steps.next_controller) this.on.step(1);
+    } else if (target !== 'on') {
       this.on.turn(target, value / 127);
     } else if (this.learnt[number] === undefined) {
       this.on.set(value >= 64);
-    } else {
-      // The learned control may be a momentary pedal, so each press switches.
-      if (value >= 64 && !this.held.has(number)) this.on.press();
-      if (value >= 64) this.held.add(number);
-      else this.held.delete(number);
+    } else if (isPress) {
+      this.on.press(); // the learned control may be a momentary pedal, so each press switches
     }
   }
 }

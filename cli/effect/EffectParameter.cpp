@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: MIT
-#include "cli/effect/Parameter.h"
+#include "cli/effect/EffectParameter.h"
 
 #include <algorithm>
 #include <array>
@@ -7,10 +7,10 @@
 
 #include "host/VstRecords.h"
 
-float valueAtKnob(double knob) noexcept { return static_cast<float>(knob / kKnobTop); }
+float valueAtKnob(double knob) noexcept { return static_cast<float>(knob / kKnobMaximum); }
 
 double knobAtValue(float value) noexcept {
-  const double exact = static_cast<double>(value) * kKnobTop;
+  const double exact = static_cast<double>(value) * kKnobMaximum;
   // The value's own shortest digits, one power of ten higher.
   std::array<char, 32> text{};
   char* const end = text.data() + text.size();
@@ -25,10 +25,10 @@ double knobAtValue(float value) noexcept {
   return valueAtKnob(knob) == value ? knob : exact;
 }
 
-float Parameter::read(const JsonFile& file, const JsonFile::Path& path) const {
-  const double shown = file.number(path, 0.0, top());
-  if (isSwitch && shown != 0.0 && shown != 1.0) file.fail(path, "must be 0 (off) or 1 (on)");
-  return valueAt(shown);
+float EffectParameter::read(const JsonFile& file, const JsonFile::Path& path) const {
+  const double knob = file.number(path, 0.0, maximum());
+  if (isSwitch && knob != 0.0 && knob != 1.0) file.fail(path, "must be 0 (off) or 1 (on)");
+  return valueAt(knob);
 }
 
 std::string askText(const HostedEffect& effect, EffectOpcode opcode, int index, intptr value) {
@@ -38,8 +38,8 @@ std::string askText(const HostedEffect& effect, EffectOpcode opcode, int index, 
   return text.data();
 }
 
-std::vector<Parameter> parametersOf(const HostedEffect& effect) {
-  std::vector<Parameter> parameters;
+std::vector<EffectParameter> parametersOf(const HostedEffect& effect) {
+  std::vector<EffectParameter> parameters;
   for (int i = 0; i < effect.record().numParams; ++i) {
     VstParameterProperties properties{};
     const bool known = effect.ask(EffectOpcode::getParameterProperties, i, 0, &properties) != 0;
@@ -49,8 +49,8 @@ std::vector<Parameter> parametersOf(const HostedEffect& effect) {
   return parameters;
 }
 
-std::vector<std::string> namesOf(const std::vector<Parameter>& parameters) {
+std::vector<std::string> namesOf(const std::vector<EffectParameter>& parameters) {
   std::vector<std::string> names;
-  for (const Parameter& parameter : parameters) names.push_back(parameter.name);
+  for (const EffectParameter& parameter : parameters) names.push_back(parameter.name);
   return names;
 }
