@@ -6,7 +6,9 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <utility>
 
+#include "cli/samples/SampleRateConverter.h"
 #include "player/EffectPlayer.h"
 #include "tests/PlainChain.h"
 #include "tests/cli/CommandLine.h"
@@ -303,6 +305,24 @@ TEST_CASE("a stream gives what a file gives, in every type") {
     REQUIRE(cli.run("render - back.wav --off --no-tail --force" + raw, "cat stream |") == 0);
     CHECK(largestDifference(cli.read("back.wav").samples, expected) == 0.0);
   }
+  constexpr int wav = SF_FORMAT_WAV, au = SF_FORMAT_AU, aiff = SF_FORMAT_AIFF;
+  const struct {
+    int in, out;
+    const char* options = "";
+  } rows[] = {{wav | SF_FORMAT_PCM_U8, wav | SF_FORMAT_PCM_U8},
+              {wav | SF_FORMAT_PCM_U8, au | SF_FORMAT_PCM_S8, "--out-type au"},
+              {au | SF_FORMAT_PCM_S8, au | SF_FORMAT_PCM_S8},
+              {au | SF_FORMAT_PCM_S8, wav | SF_FORMAT_PCM_U8, "--out-type wav"},
+              {aiff | SF_FORMAT_PCM_16, wav | SF_FORMAT_PCM_16},
+              {wav | SF_FORMAT_ULAW, wav | SF_FORMAT_FLOAT},
+              {wav | SF_FORMAT_DOUBLE, wav | SF_FORMAT_DOUBLE},
+              {wav | SF_FORMAT_DOUBLE, wav | SF_FORMAT_PCM_24, "--bits 24"}};
+  for (const auto& row : rows) {
+    INFO("in ", row.in, ", options ", row.options);
+    cli.write("of", guitar(44100, 1, 1000, row.in));
+    REQUIRE(cli.run(std::string("render of - ") + row.options + " > stream") == 0);
+    CHECK(cli.read("stream").format == row.out);
+  }
 }
 
 TEST_CASE("automation lands on its sample, in files of any rate") {
@@ -333,6 +353,48 @@ TEST_CASE("automation lands on its sample, in files of any rate") {
   for (const char* length : {"512", "65536"}) {
     const auto out = render(cli, "in.wav --no-tail --automate a.json --block " + std::string(length));
     CHECK(largestDifference(out, expected) < 1e-9);
+  }
+}
+
+TEST_CASE("automation moves both channels, and FUZZ in steps of 64 samples") {
+  CommandLine cli;
+  const Sound in = guitar(44100, 2, 3000);
+  cli.write("in.wav", in);
+  cli.writeText("a.json", R"({"parameters": {"FUZZ": [{"samples": 128, "value": 2}, {"samples": 2176, "value": 10}]},
+                              "programs": [{"samples": 2500, "program": 2}]})");
+  std::vector<double> expected(in.samples.size());
+  for (std::size_t c = 0; c < 2; ++c) {
+    PlainChain plain = chain(44100, 1, 0.5F, 0.2F);
+    std::vector<double> channel;
+    for (std::size_t i = c; i < in.samples.size(); i += 2) channel.push_back(in.samples[i]);
+    for (int begin = 0, end = 128; begin < 3000; begin = std::exchange(end, std::min(3000, (end / 64 + 1) * 64))) {
+      plain.fuzz = static_cast<float>(0.2F + std::clamp((begin - 128) / 2048.0, 0.0, 1.0) * (1.0 - 0.2F));
+      plain.process(&channel[static_cast<std::size_t>(begin)], &channel[static_cast<std::size_t>(begin)], end - begin);
+    }
+    for (std::size_t i = 0; i < channel.size(); ++i) expected[2 * i + c] = channel[i];
+  }
+  CHECK(largestDifference(render(cli, "in.wav --no-tail --automate a.json"), expected) < 1e-9);
+}
+
+TEST_CASE("other rates are played at the nearer of 44100 and 48000 Hz, between two conversions") {
+  const struct {
+    int rate, inner;
+  } rows[] = {{8000, 44100}, {46050, 44100}, {46051, 48000}, {88200, 48000}, {96000, 48000}};
+  for (const auto& row : rows) {
+    CAPTURE(row.rate);
+    CommandLine cli;
+    const Sound in = guitar(row.rate, 1, 6000);
+    cli.write("in.wav", in);
+    std::vector<double> padded = in.samples, inside, expected;
+    padded.resize(padded.size() + static_cast<std::size_t>(row.rate));
+    SampleRateConverter(row.rate, row.inner, 1).convert(padded.data(), static_cast<int>(padded.size()), inside);
+    EffectPlayer player(getinterface, row.inner, static_cast<int>(inside.size()), 1);
+    player.start();
+    player.processFrames(inside.data(), static_cast<int>(inside.size()));
+    SampleRateConverter(row.inner, row.rate, 1).convert(inside.data(), static_cast<int>(inside.size()), expected);
+    REQUIRE(expected.size() >= 6000);
+    expected.resize(6000);
+    CHECK(largestDifference(render(cli, "in.wav --no-tail"), expected) < 1e-9);
   }
 }
 
@@ -404,6 +466,12 @@ TEST_CASE("banks, many files and the riff") {
   const std::vector<double> wall = render(cli, "a.wav --preset 'wall OF fuzz'");
   CHECK(largestDifference(wall, render(cli, "a.wav --volume 6 --fuzz 10")) == 0.0);
   CHECK(largestDifference(render(cli, "a.wav --preset soft-edge --fuzz 10 --volume 6"), wall) == 0.0);
+  CHECK(cli.run("info --bank b.json") == 0);
+  for (const char* const line : {"1 in (1 jack), 1 out (1 jack), double precision, latency 0 samples\n",
+                                 "      3  Lead, loud                       1       2.5       8.1\n"}) {
+    CAPTURE(line);
+    CHECK(cli.outText.find(line) != std::string::npos);
+  }
   CHECK(cli.run("info --presets") == 0);
   CHECK(cli.outText.find("Wall of fuzz") != std::string::npos);
 

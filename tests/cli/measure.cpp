@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cmath>
 #include <numbers>
+#include <utility>
 
 #include "tests/cli/CommandLine.h"
 
@@ -97,6 +98,21 @@ TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
   CHECK(std::fabs(valueAt("s.csv", "\"tone.wav\",439.6") + 20.0) < 0.05);
   const double band = 1001.37 * (std::exp2(1.0 / 24.0) - std::exp2(-1.0 / 24.0));  // Hz
   CHECK(std::fabs(valueAt("s.csv", "\"click.wav\",1001.3") - 10.0 * std::log10(0.25 * 2.0 * band / 22050.0)) < 0.02);
+
+  // The whole range is drawn: levels from -100 dBFS to 0, frequencies from 20 Hz to 20 kHz.
+  const auto ends = [&cli](const std::string& file, const std::string& series) {
+    std::ifstream in(cli.folder / file);
+    std::vector<double> places;
+    for (std::string line; std::getline(in, line);) {
+      if (line.rfind(series, 0) == 0) places.push_back(std::stod(line.substr(series.size())));
+    }
+    REQUIRE(places.size() > 2);
+    return std::pair(places.front(), places.back());
+  };
+  CHECK(ends("c.csv", "\"FUZZ 0\",") == std::pair(-100.0, 0.0));
+  CHECK(ends("r.csv", "\"VOLUME 5\",").first == doctest::Approx(20.0));
+  CHECK(ends("r.csv", "\"VOLUME 5\",").second == doctest::Approx(20000.0).epsilon(0.01));
+  CHECK(ends("s.csv", "\"click.wav\",").second == doctest::Approx(20000.0).epsilon(0.03));
 
   // Silence is a line.
   cli.write("silence.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(44100)});

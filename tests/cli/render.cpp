@@ -363,7 +363,8 @@ TEST_CASE("surround sound comes out of the speakers that it was for") {
   const struct {
     int channels;
     std::vector<int> vorbis;  // WAV's channels in the order of Vorbis
-  } rows[] = {{3, {0, 2, 1}}, {5, {0, 2, 1, 3, 4}}, {6, {0, 2, 1, 4, 5, 3}}};
+  } rows[] = {{3, {0, 2, 1}},          {4, {0, 1, 2, 3}},          {5, {0, 2, 1, 3, 4}},
+              {6, {0, 2, 1, 4, 5, 3}}, {7, {0, 2, 1, 5, 6, 4, 3}}, {8, {0, 2, 1, 6, 7, 4, 5, 3}}};
   for (const auto& row : rows) {
     CAPTURE(row.channels);
     CommandLine cli;
