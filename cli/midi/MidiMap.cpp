@@ -64,6 +64,7 @@ MidiMap::MidiMap() {
     for (const int controller : catalog::kParameters[parameter].controllers) {
       if (controller > 0) actions_[static_cast<std::size_t>(controller)] = action;
     }
+    reported_[index(action)] = static_cast<std::uint8_t>(catalog::kParameters[parameter].controllers[0]);
   }
   actions_[catalog::kPreviousController] = LiveAction::previousProgram;
   actions_[catalog::kNextController] = LiveAction::nextProgram;
@@ -96,9 +97,12 @@ MidiMap::MidiMap(const std::string& path) {
 }
 
 bool MidiMap::findControl(LiveAction action, MidiControl& control) const noexcept {
-  const auto* const found = std::find(actions_.begin(), actions_.end(), action);
-  if (found == actions_.end()) return false;
-  const auto place = static_cast<std::size_t>(found - actions_.begin());
+  std::size_t place = reported_[index(action)];
+  if (actions_[place] != action) {
+    const auto* const found = std::find(actions_.begin(), actions_.end(), action);
+    if (found == actions_.end()) return false;
+    place = static_cast<std::size_t>(found - actions_.begin());
+  }
   control.kind = place < 128 ? MidiControl::Kind::controller : MidiControl::Kind::note;
   control.number = static_cast<std::uint8_t>(place % 128);
   return true;
@@ -114,6 +118,7 @@ void MidiMap::assign(LiveAction action, const MidiControl& control) {
       actions_.begin(), actions_.end(), [action](LiveAction other) { return index(other) == index(action); },
       LiveAction::none);
   actions_[place(control)] = action;
+  reported_[index(action)] = static_cast<std::uint8_t>(place(control));
   ranges_[index(action)] = {};
   pressOnly_[index(action)] = false;
 }
@@ -121,17 +126,16 @@ void MidiMap::assign(LiveAction action, const MidiControl& control) {
 std::string MidiMap::text() const {
   nlohmann::ordered_json root = nlohmann::ordered_json::object();
   for (const Role& role : kRoles) {
-    for (std::size_t i = 0; i < actions_.size(); ++i) {
-      const bool toggles = actions_[i] == LiveAction::toggle && role.action == LiveAction::onOff;
-      if (actions_[i] != role.action && !toggles) continue;
-      auto& control = root[role.key];
-      control[i < 128 ? "controller" : "note"] = i % 128;
-      if (toggles) control["toggle"] = true;
-      if (sendsPressesOnly(role.action)) control["pressOnly"] = true;
-      const Range& range = ranges_[index(role.action)];
-      if (range.from != 0.0) control["from"] = range.from;
-      if (range.to != kKnobTop) control["to"] = range.to;
-    }
+    MidiControl control;
+    const bool toggles = role.action == LiveAction::onOff && findControl(LiveAction::toggle, control);
+    if (!toggles && !findControl(role.action, control)) continue;
+    auto& entry = root[role.key];
+    entry[kindName(control.kind)] = control.number;
+    if (toggles) entry["toggle"] = true;
+    if (sendsPressesOnly(role.action)) entry["pressOnly"] = true;
+    const Range& range = ranges_[index(role.action)];
+    if (range.from != 0.0) entry["from"] = range.from;
+    if (range.to != kKnobTop) entry["to"] = range.to;
   }
   return root.dump(2) + "\n";
 }

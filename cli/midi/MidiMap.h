@@ -54,7 +54,7 @@ class MidiMap {
 
   LiveAction actionOf(const MidiControl& control) const noexcept { return actions_[place(control)]; }
 
-  // The control of `action`; false when it has none.
+  // The control that stands for `action` in reports and files; false when the action has none.
   bool findControl(LiveAction action, MidiControl& control) const noexcept;
 
   // The knob's value, 0 to 1, when a control for Volume or Fuzz is at 0 to 127.
@@ -88,7 +88,8 @@ class MidiMap {
   };
   static constexpr std::size_t kNumActions = static_cast<std::size_t>(LiveAction::count);
 
-  std::array<LiveAction, 256> actions_{};  // by controller, then by note
+  std::array<LiveAction, 256> actions_{};             // by controller, then by note
+  std::array<std::uint8_t, kNumActions> reported_{};  // by action, its place in actions_
   std::array<Range, kNumActions> ranges_{};
   std::array<bool, kNumActions> pressOnly_{};
 };

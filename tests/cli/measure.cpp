@@ -113,6 +113,7 @@ TEST_CASE("a picture's figures are true, and without gnuplot they are kept") {
   CHECK(ends("r.csv", "\"VOLUME 5\",").first == doctest::Approx(20.0));
   CHECK(ends("r.csv", "\"VOLUME 5\",").second == doctest::Approx(20000.0).epsilon(0.01));
   CHECK(ends("s.csv", "\"click.wav\",").second == doctest::Approx(20000.0).epsilon(0.03));
+  CHECK(std::isfinite(valueAt("s.csv", "\"click.wav\",20,")));
 
   // Silence is a line.
   cli.write("silence.wav", {44100, 1, SF_FORMAT_WAV | SF_FORMAT_DOUBLE, std::vector<double>(44100)});
