@@ -139,15 +139,30 @@ struct Host {
     return static_cast<const LV2UI_Idle_Interface*>(ui->extension_data(LV2_UI__idleInterface));
   }
 
-  // As long as events and two frames take, and a busy machine.
-  int settle() const {
-    int status = 0;
+  // Lets the window handle everything that was sent so far. The server may answer before it has passed all events on,
+  // but not twice.
+  int handleEvents() const {
     sync();
-    for (int i = 0; i < 20 && status == 0; ++i) {
-      std::this_thread::sleep_for(std::chrono::milliseconds(5));
-      status = idle();
+    sync();
+    return idle();
+  }
+
+  // Keeps the window going until `condition` holds. False if that takes too long even for a busy machine.
+  template <typename Condition>
+  bool comesTo(const Condition& condition) const {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(20);
+    while (!condition()) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      handleEvents();
     }
-    return status;
+    return true;
+  }
+  bool shows(Point at, unsigned colour) const {
+    return comesTo([&] { return pixel(at) == colour; });
+  }
+  bool isGone() const {
+    return comesTo([&] { return idle() != 0; });
   }
 
   // The same record serves for buttons, motion and keys.
@@ -350,9 +365,8 @@ TEST_CASE("what is turned by pointer, wheel and keys reaches the host, held whil
       CAPTURE(scale);
       Host host(scale);
       REQUIRE(host.handle != nullptr);
-      host.settle();
       row.act(host);
-      host.settle();
+      host.handleEvents();
       REQUIRE(host.writes.size() == row.writes.size());
       for (std::size_t i = 0; i < row.writes.size(); ++i) {
         CHECK(host.writes[i].first == row.writes[i].first);
@@ -372,16 +386,15 @@ TEST_CASE("what is turned by pointer, wheel and keys reaches the host, held whil
 
 TEST_CASE("a key that means nothing to the pedal goes to the host's window") {
   Host host;
-  host.settle();
   host.key(' ');
-  host.settle();
-  xcb_generic_event_t* event = nullptr;
-  int keys = 0;
-  while ((event = xcb_poll_for_event(host.x)) != nullptr) {
-    keys += (event->response_type & 0x7f) == XCB_KEY_PRESS ? 1 : 0;
-    std::free(event);
-  }
-  CHECK(keys == 1);
+  CHECK(host.comesTo([&] {
+    bool isKey = false;
+    while (xcb_generic_event_t* const event = xcb_poll_for_event(host.x)) {
+      isKey |= (event->response_type & 0x7f) == XCB_KEY_PRESS;
+      std::free(event);
+    }
+    return isKey;
+  }));
 }
 
 TEST_CASE("the host's values, presets and levels are drawn, at every scale, and a held knob stays") {
@@ -392,23 +405,22 @@ TEST_CASE("the host's values, presets and levels are drawn, at every scale, and 
     CAPTURE(scale);
     Host host(scale);
     CHECK(host.size.first == std::lround(pedal::kWidth * std::max(scale, 0.75)));
-    host.settle();
-    CHECK(host.pixel(lamp) == pedal::kLampOn);
+    CHECK(host.shows(lamp, pedal::kLampOn));
     CHECK(host.pixel(pointer) == pedal::kPointer);
     CHECK(host.pixel(top) == pedal::kInk);
     host.setPort(2, 0.0F);
     host.setPort(2 + catalog::kFuzz, NAN);
     host.setPort(7, 1.0F);
     host.setPort(99, 1.0F);
-    host.settle();
-    CHECK(host.pixel(lamp) == pedal::kLampOff);
+    CHECK(host.shows(lamp, pedal::kLampOff));
     CHECK(host.pixel(pointer) == pedal::kKnobRim);
     CHECK((host.pixel(top) >> 16) > 0xc0);
     CHECK(host.writes.empty());
     host.send(XCB_BUTTON_PRESS, 1, kFuzzKnob);
-    host.settle();
+    host.handleEvents();
     host.setPort(2 + catalog::kFuzz, 5.0F);
-    host.settle();
+    host.setPort(2, 1.0F);
+    CHECK(host.shows(lamp, pedal::kLampOn));
     CHECK(host.pixel(pointer) == pedal::kKnobRim);
   }
 }
@@ -417,35 +429,34 @@ TEST_CASE("it grows with the host's window, in its proportions") {
   Host host;
   const auto* const resize = static_cast<const LV2UI_Resize*>(host.descriptor->extension_data(LV2_UI__resize));
   resize->ui_resize(host.handle, 1000, 2 * static_cast<int>(pedal::kHeight));
-  host.settle();
-  host.size = {1000, 940};
-  auto* const answer = xcb_get_geometry_reply(host.x, xcb_get_geometry(host.x, host.window), nullptr);
-  CHECK((answer->width == 1000 && answer->height == 940));
-  std::free(answer);
+  CHECK(host.comesTo([&] {
+    auto* const answer = xcb_get_geometry_reply(host.x, xcb_get_geometry(host.x, host.window), nullptr);
+    const bool isThere = answer->width == 1000 && answer->height == 940;
+    std::free(answer);
+    return isThere;
+  }));
   // Twice as large and in the middle: 160 pixels are left at either side.
   host.size.first = static_cast<int>(pedal::kWidth);
-  CHECK(host.pixel({160 + 2.0 * layout::kFoot.x + 8, 2 * pedal::kLampY + 8}) == pedal::kLampOn);
+  CHECK(host.shows({160 + 2.0 * layout::kFoot.x + 8, 2 * pedal::kLampY + 8}, pedal::kLampOn));
   CHECK(host.pixel({80, 400}) == 0x15130f);
 }
 
 TEST_CASE("it outlives its parent and its connection, and says that it is gone") {
   {
     Host host;
-    host.settle();
     xcb_destroy_window(host.x, host.parent);
-    CHECK(host.settle() != 0);
+    CHECK(host.isGone());
     CHECK(host.idle() != 0);
     host.setPort(2, 0.0F);
     CHECK(host.idle() != 0);
   }
   {
     Host host;
-    host.settle();
     xcb_kill_client(host.x, host.window);
     host.sync();
     // Not a word from the server since: what is written now is refused by the socket.
     static_cast<const LV2UI_Resize*>(host.descriptor->extension_data(LV2_UI__resize))->ui_resize(host.handle, 500, 500);
-    CHECK(host.settle() != 0);
+    CHECK(host.isGone());
     CHECK(host.idle() != 0);
   }
 }
@@ -457,10 +468,7 @@ TEST_CASE("a hundred windows, two at once, two copies of the library, a parent o
     Host one(0.75, i % 2 == 0 ? 32 : 0), other(1.0, 0, i % 3 == 0 ? copy.c_str() : BRUMBLER_UI_BINARY);
     REQUIRE((one.handle != nullptr && other.handle != nullptr));
     one.click(layout::kFoot);
-    for (const Host* host : {&one, &other}) {
-      host->sync();
-      host->idle();
-    }
+    for (const Host* host : {&one, &other}) host->handleEvents();
     CHECK(one.writes.size() == 1);
     CHECK(other.writes.empty());
   }
@@ -486,9 +494,11 @@ TEST_CASE("it draws on a screen of 16 bits") {
     const Server server(16);
     Host host;
     REQUIRE(host.handle != nullptr);
-    host.settle();
+    constexpr unsigned kLamp =
+        (pedal::kLampOn >> 19 << 11) | ((pedal::kLampOn >> 10 & 0x3fU) << 5) | (pedal::kLampOn >> 3 & 0x1fU);
+    CHECK(host.comesTo([&] { return (host.pixel({layout::kFoot.x + 2, pedal::kLampY + 2}) & 0xffff) == kLamp; }));
     host.click(layout::kFoot);
-    CHECK(host.settle() == 0);
+    CHECK(host.handleEvents() == 0);
     CHECK(host.writes.size() == 1);
   }
   setenv("DISPLAY", display.c_str(), 1);
