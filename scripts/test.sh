@@ -92,6 +92,11 @@ count() {
   failures=$((failures + $2))
 }
 
+build_release() { cmake --preset release && cmake --build --preset release --parallel "$(nproc)"; }
+
+# The packages' command has to sound like that of the release build.
+package_test() { quietly release-build build_release && tests/package.sh; }
+
 # Runs $@, a target that is one test.
 single_test() {
   "$@"
@@ -102,7 +107,7 @@ single_test() {
 
 run() {
   case "$1" in
-    package) single_test tests/package.sh ;;
+    package) single_test package_test ;;
     documents) single_test tests/documents.py ;;
     *)
       quietly "$1-configure" cmake --preset "$1" "-DCMAKE_COMPILE_WARNING_AS_ERROR=${all:-no}" &&

@@ -12,5 +12,7 @@ template <>
 class std::basic_fstream<char> : public std::stringstream {
  public:
   void open(const char* /*path*/, std::ios_base::openmode /*mode*/) {}
+  bool is_open() const { return false; }
+  void close() {}
 };
 #endif
