@@ -51,6 +51,7 @@ fetch_packages() {
 
 # Prints what this machine still lacks for a target, one item per line.
 lacking() {
+  lacks_program cmake ninja python3
   case "$1" in
     i386) lacks g++ -m32 ;;
     armhf) lacks clang++ --target=arm-linux-gnueabihf --ld-path=arm-linux-gnueabihf-ld && lacks_program qemu-arm ;;
@@ -163,6 +164,7 @@ done
 
 printf '\n'
 printf '%s\n' "${summary[@]}"
+((tests)) || status=1
 # The summary, like ctest's.
 ((tests == 0)) || printf '\n%d%% tests passed, %d tests failed out of %d\n\nTotal time (real) = %d sec\n' \
   $((100 * (tests - failures) / tests)) "$failures" "$tests" "$SECONDS"

@@ -21,7 +21,7 @@ for folder in one another-and-longer; do
   mkdir -p "$work/$folder/brumbler"
   git ls-files -z | xargs -0 cp --parents --no-dereference -t "$work/$folder/brumbler"
   (cd "$work/$folder/brumbler" && CCACHE_DISABLE=1 DEB_BUILD_OPTIONS="nocheck parallel=$(nproc)" \
-    dpkg-buildpackage -us -uc -b >"$work/$folder.log" 2>&1) || { tail -60 "$work/$folder.log" && exit 1; }
+    dpkg-buildpackage -Pnocheck -us -uc -b >"$work/$folder.log" 2>&1) || { tail -60 "$work/$folder.log" && exit 1; }
   # The archive of this build, too.
   (cd "$work/$folder" && umask 077 && cmake --build brumbler/obj-* --target archive >/dev/null && mv brumbler/obj-*/*.tar.gz .)
 done
