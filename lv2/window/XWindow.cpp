@@ -22,6 +22,8 @@ namespace pedal = catalog::pedal;
 using layout::View;
 
 constexpr auto kFrame = std::chrono::microseconds(33333);
+constexpr auto kHiddenLook =
+    std::chrono::milliseconds(250);       // between two questions whether the window is still hidden
 constexpr unsigned kSurround = 0x15130f;  // behind the pedal's round corners
 
 template <typename Answer>
@@ -134,14 +136,18 @@ bool XWindow::update() {
   while (const auto event = owned(xcb_poll_for_event(x))) handle(*event);
   if (xcb_connection_has_error(x) != 0 || isGone_) return false;
   const auto now = std::chrono::steady_clock::now();
-  if (now < nextFrame_ || !(drawsAll_ || panel_.hasChanged()) || !isViewable()) return true;
+  if (now < nextFrame_ || !(drawsAll_ || panel_.hasChanged())) return true;
+  if (!isViewable()) {
+    nextFrame_ = now + kHiddenLook;
+    return true;
+  }
   nextFrame_ = std::max(nextFrame_ + kFrame, now);  // a host that is a little late now and then still gets 30 a second
   draw();
   return true;
 }
 
-// The server does not say when a window around this one is hidden. Asks at every frame and takes the answer at the
-// next, so that nothing waits for the server.
+// The server does not say when a window around this one is hidden, but it exposes this one when that is shown again.
+// Asks at every frame and takes the answer at the next, so that nothing waits for the server.
 bool XWindow::isViewable() {
   xcb_connection_t* const x = connection_.get();
   void* answer = nullptr;
@@ -228,7 +234,10 @@ void XWindow::drawParts(cairo_t* context, const Panel::Changes& changes) const {
 
 void XWindow::handle(const xcb_generic_event_t& event) {
   switch (event.response_type & 0x7f) {
-    case XCB_EXPOSE: drawsAll_ = true; break;
+    case XCB_EXPOSE:
+      drawsAll_ = isViewable_ = true;
+      nextFrame_ = std::min(nextFrame_, std::chrono::steady_clock::now() + kFrame);
+      break;
     case XCB_CONFIGURE_NOTIFY: {
       const auto& configured = reinterpret_cast<const xcb_configure_notify_event_t&>(event);
       fit(configured.width, configured.height);

@@ -422,6 +422,12 @@ TEST_CASE("the host's values, presets and levels are drawn, at every scale, and 
     host.setPort(2, 1.0F);
     CHECK(host.shows(lamp, pedal::kLampOn));
     CHECK(host.pixel(pointer) == pedal::kKnobRim);
+    xcb_unmap_window(host.x, host.parent);
+    host.handleEvents();
+    host.setPort(2, 0.0F);
+    for (int i = 0; i < 3; ++i) host.handleEvents();
+    xcb_map_window(host.x, host.parent);
+    CHECK(host.shows(lamp, pedal::kLampOff));
   }
 }
 
