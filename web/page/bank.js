@@ -48,10 +48,10 @@ export function bankText(programs, parameters) {
   const list = programs.map((program) => ({
     name: program.name,
     ...Object.fromEntries(
-      parameters.map((parameter, p) => [
-        parameter.name,
-        parameter.scale === 'switch' ? program.values[p] : knobAtValue(program.values[p]),
-      ]),
+      parameters.map((parameter, p) => {
+        const value = program.values[p] ?? initialValue(parameter);
+        return [parameter.name, parameter.scale === 'switch' ? value : knobAtValue(value)];
+      }),
     ),
   }));
   return `${JSON.stringify({ programs: list }, null, 2)}\n`;
@@ -89,14 +89,15 @@ export function readBank(text, before, parameters) {
     if (entry === null || typeof entry !== 'object' || Array.isArray(entry)) fail(`${where} must be an object.`);
     const program = { name: old.name, values: [...old.values] };
     for (const [key, value] of Object.entries(entry)) {
-      const p = parameters.findIndex((parameter) => parameter.name === key);
+      const p = parameters.findIndex(({ name }) => name === key);
+      const parameter = parameters[p];
       if (key === 'name') {
         if (typeof value !== 'string') fail(`${where}: the name must be a text in quotes.`);
         program.name = fittingName(value);
         if (program.name !== wellFormed(value)) fail(`${where}: a name has at most ${LONGEST_NAME} bytes; letters with accents take two.`);
-      } else if (p < 0) {
+      } else if (parameter === undefined) {
         fail(`${where} has an unknown "${key}".`);
-      } else if (parameters[p].scale === 'switch') {
+      } else if (parameter.scale === 'switch') {
         if (value !== 0 && value !== 1) fail(`${where}: "${key}" must be 0 (off) or 1 (on).`);
         program.values[p] = value;
       } else {

@@ -12,7 +12,7 @@ const SETTLED = 300; // milliseconds without a change, after which they are comp
  * @param {number} rate Hz
  */
 export async function loudness(channels, rate) {
-  const length = /** @type {Float32Array} */ (channels[0]).length;
+  const length = channels[0]?.length ?? 1;
   const context = new OfflineAudioContext(channels.length, length, rate);
   const buffer = new AudioBuffer({ length, sampleRate: rate, numberOfChannels: channels.length });
   channels.forEach((channel, c) => buffer.copyToChannel(/** @type {Float32Array<ArrayBuffer>} */ (channel), c));
@@ -36,7 +36,7 @@ export class Compare {
     this.page = page;
     /**
      * The program and its values in either setting, of which number `playing` plays; `gains` in dB, 0 or below.
-     * @type {{program: number, values: (number[] | undefined)[], playing: number, gains: number[]}}
+     * @type {{program: number, values: [number[]?, number[]?], playing: 0 | 1, gains: [number, number]}}
      */
     this.state = { program: -1, values: [], playing: 0, gains: [0, 0] };
     this.resting = 0;
@@ -57,7 +57,7 @@ export class Compare {
 
   /** The attenuation of the setting that plays, in dB. */
   get gain() {
-    return this.isOn ? /** @type {number} */ (this.state.gains[this.state.playing]) : 0;
+    return this.isOn ? this.state.gains[this.state.playing] : 0;
   }
 
   flip() {
@@ -67,11 +67,11 @@ export class Compare {
     const { values, playing } = this.state;
     const isNew = values.length === 0;
     values[playing] = [...programs.now.values];
-    this.state.playing = 1 - playing;
+    this.state.playing = playing === 0 ? 1 : 0;
     const next = values[this.state.playing] ?? [...programs.now.values];
     values[this.state.playing] = next;
     programs.setValues(next);
-    const knobs = `Fuzz ${knobAtValue(/** @type {number} */ (next[FUZZ]))}, Volume ${knobAtValue(/** @type {number} */ (next[VOLUME]))}`;
+    const knobs = `Fuzz ${knobAtValue(next[FUZZ] ?? 0)}, Volume ${knobAtValue(next[VOLUME] ?? 0)}`;
     say('bank-note', isNew ? 'B plays, a copy of A so far. Turn its knobs; A/B or the key B goes back to A.' : `${'AB'[this.state.playing]} plays: ${knobs}.`);
     this.show();
   }
@@ -89,9 +89,10 @@ export class Compare {
     const { recording } = this.page.listen;
     if (!this.isOn || !recording) return;
     state.values[state.playing] = [...this.page.programs.now.values];
-    const [a, b] = await Promise.all(state.values.map((values) => this.loudness(recording, /** @type {number[]} */ (values))));
+    const [first, second] = state.values;
+    if (first === undefined || second === undefined) return;
+    const louder = (await this.loudness(recording, first)) - (await this.loudness(recording, second));
     if (this.state !== state) return;
-    const louder = /** @type {number} */ (a) - /** @type {number} */ (b);
     state.gains = [Math.min(-louder, 0), Math.min(louder, 0)];
     this.page.level.apply();
   }
@@ -104,12 +105,12 @@ export class Compare {
     const effect = new Effect(module, rate, parts.length);
     try {
       effect.restore({ programs: [{ name: '', values }], selected: 0, trim: trim.recording });
-      const { length } = /** @type {Float32Array} */ (parts[0]);
+      const length = parts[0]?.length ?? 0;
       for (let at = 0; at < length; at += effect.longestBlock) {
         const end = Math.min(at + effect.longestBlock, length);
-        effect.planes().forEach((plane, c) => plane.set(/** @type {Float32Array} */ (parts[c]).subarray(at, end)));
+        parts.forEach((part, c) => effect.planes()[c]?.set(part.subarray(at, end)));
         effect.process(end - at);
-        effect.planes().forEach((plane, c) => /** @type {Float32Array} */ (parts[c]).set(plane.subarray(0, end - at), at));
+        effect.planes().forEach((plane, c) => parts[c]?.set(plane.subarray(0, end - at), at));
       }
       return (await loudness(parts, rate)) + level.makeUp(values[ON] === 1);
     } finally {

@@ -36,7 +36,8 @@ export class Module {
   samples(call) {
     const at = this.calls.place();
     const count = call(at);
-    return this.floats(new Uint32Array(this.calls.memory.buffer, at, 1)[0], count);
+    const [address = 0] = new Uint32Array(this.calls.memory.buffer, at, 1);
+    return this.floats(address, count);
   }
 
   /** @param {number} address */
@@ -94,7 +95,7 @@ export class Effect {
 
   /** The buffers for the channels' input and output. Allocates only when the memory has grown. */
   planes() {
-    if (this.views.length === 0 || this.views[0].buffer !== this.calls.memory.buffer) {
+    if (this.views[0]?.buffer !== this.calls.memory.buffer) {
       for (let c = 0; c < this.channels; ++c) {
         this.views[c] = this.module.floats(this.calls.plane(this.handle, c), this.longestBlock);
       }

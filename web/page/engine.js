@@ -72,8 +72,10 @@ export class Engine {
     return engine;
   }
 
+  /** One for each channel. @returns {[AnalyserNode, AnalyserNode]} */
   analysers() {
-    return [0, 1].map(() => new AnalyserNode(this.context, { fftSize: 4096, smoothingTimeConstant: 0.6 }));
+    const analyser = () => new AnalyserNode(this.context, { fftSize: 4096, smoothingTimeConstant: 0.6 });
+    return [analyser(), analyser()];
   }
 
   /** @param {AudioNode} from @param {AnalyserNode[]} to one a channel */

@@ -56,7 +56,9 @@ export class LiveInput {
   constructor(engine, stream) {
     this.engine = engine;
     this.stream = stream;
-    this.track = stream.getAudioTracks()[0];
+    const [track] = stream.getAudioTracks();
+    if (track === undefined) throw new Trouble('This input has no sound. Choose another one.');
+    this.track = track;
     this.source = new MediaStreamAudioSourceNode(engine.context, { mediaStream: stream });
     this.splitter = new ChannelSplitterNode(engine.context, { numberOfOutputs: 2 });
     this.source.connect(this.splitter);

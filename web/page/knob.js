@@ -83,9 +83,10 @@ export class Knob {
       Delete: this.scale.initial,
     };
     if (event.ctrlKey || event.metaKey || event.altKey) return;
-    if (event.key in places) {
+    const place = places[event.key];
+    if (place !== undefined) {
       event.preventDefault();
-      this.turn(places[event.key]);
+      this.turn(place);
     } else if (/^[-−\d.,]$/.test(event.key)) {
       event.preventDefault();
       this.field.focus();
@@ -99,7 +100,7 @@ export class Knob {
     event.preventDefault();
     const delta = event.deltaY || event.deltaX; // with Shift, the wheel scrolls sideways
     if (delta * this.wheeled < 0) this.wheeled = 0;
-    this.wheeled += (delta / NOTCH[event.deltaMode]) * (event.shiftKey ? 1 : 2);
+    this.wheeled += (delta / (NOTCH[event.deltaMode] ?? 1)) * (event.shiftKey ? 1 : 2);
     const steps = Math.trunc(this.wheeled);
     this.wheeled -= steps;
     if (steps !== 0) this.turn(this.value - steps * this.scale.step);

@@ -33,13 +33,13 @@ export class Link {
     const name = fittingName(asked.get('name') ?? '') || 'Link';
     const { programs } = this.page;
     const number = programs.selected + 1;
-    programs.replace({ name, values: programs.now.values.map((value, i) => ({ [FUZZ]: fuzz, [VOLUME]: volume })[i] ?? value) }, 'the link');
+    programs.replace({ name, values: Object.assign([...programs.now.values], { [FUZZ]: fuzz, [VOLUME]: volume }) }, 'the link');
     say('bank-note', `The link set program ${number} to “${name}”. Undo brings back what was there.`);
   }
 
   get address() {
     const { name, values } = this.page.programs.now;
-    const knob = (/** @type {number} */ index) => String(knobAtValue(/** @type {number} */ (values[index])));
+    const knob = (/** @type {number} */ index) => String(knobAtValue(values[index] ?? 0));
     const setting = new URLSearchParams({ fuzz: knob(FUZZ), volume: knob(VOLUME) });
     if (name !== 'Init') setting.set('name', name);
     return `${location.href.replace(/#.*/, '')}#${setting}`;

@@ -6,6 +6,7 @@ import { interleave, lengthOf, openRecording, survey, wavFile } from './recordin
 import { LoopPart } from './loopPart.js';
 import { asHeard, render } from './render.js';
 
+const STEP = 0.2; // seconds of the position while it plays
 const KEY_STEPS = { ArrowLeft: -1, ArrowDown: -1, ArrowRight: 1, ArrowUp: 1, PageDown: -5, PageUp: 5 }; // seconds
 
 /** The recording: opening, playing and saving it. */
@@ -107,8 +108,8 @@ export class Listen {
     this.place = this.position;
     const text = `${clockText(this.place)} of ${clockText(length)}`;
     const position = input('position');
-    position.max = String(length);
-    position.value = String(this.place);
+    if (Number(position.max) !== length) position.max = String(length);
+    if (Math.abs(Number(position.value) - this.place) >= STEP || !this.plays) position.value = String(this.place);
     if (element('time').textContent !== text) {
       element('time').textContent = text;
       position.setAttribute('aria-valuetext', text);

@@ -65,7 +65,9 @@ export class Page {
    */
   knob(symbol, turn) {
     const index = this.turned.findIndex((parameter) => parameter.symbol === symbol);
-    const { minimum, maximum, steps, does, scale, ...rest } = this.turned[index];
+    const parameter = this.turned[index];
+    if (parameter === undefined) throw new Error(`no parameter ${symbol}`);
+    const { minimum, maximum, steps, does, scale, ...rest } = parameter;
     const text = (/** @type {number} */ value) =>
       scale === 'knob' ? this.texts.display(index, valueAtKnob(value)) : decibelText(value);
     element(`${symbol}-does`).textContent = does;

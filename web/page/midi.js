@@ -38,7 +38,7 @@ export class Midi {
   }
 
   /** @param {Uint8Array} message of any channel */
-  receive([status, number, value]) {
+  receive([status = 0, number = 0, value = 0]) {
     if (status >> 4 === 0xc) this.on.program(number);
     if (status >> 4 !== 0xb) return;
     if (number >= 120) return; // channel mode messages: no controllers

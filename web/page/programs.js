@@ -17,7 +17,7 @@ const NEIGHBOURS = [
   ['Velvet lead', 9, 10],
 ];
 
-const CHANGES = ['On', 'Volume', 'Fuzz']; // by parameter
+const CHANGES = { [ON]: 'On', [VOLUME]: 'Volume', [FUZZ]: 'Fuzz' };
 
 /** The sixteen programs, the presets and the bank files; the knobs Fuzz and Volume and the foot switch. */
 export class Programs {
@@ -70,16 +70,18 @@ export class Programs {
   }
 
   get now() {
-    return this.all[this.selected];
+    const program = this.all[this.selected];
+    if (program === undefined) throw new RangeError(`no program ${this.selected}`);
+    return program;
   }
 
   get bankText() {
     return bankText(this.all, this.page.parameters);
   }
 
-  /** @param {number} parameter @param {number} value the effect's own, 0 to 1 */
+  /** @param {keyof typeof CHANGES} parameter @param {number} value the effect's own, 0 to 1 */
   setValue(parameter, value) {
-    this.page.undo.before(/** @type {string} */ (CHANGES[parameter]));
+    this.page.undo.before(CHANGES[parameter]);
     this.now.values[parameter] = value;
     this.page.sound.tell({ parameter, value });
     this.showValues();
@@ -120,14 +122,15 @@ export class Programs {
     const preset = this.page.presets.find(({ symbol }) => symbol === name);
     if (!preset) return;
     this.page.undo.before(`the preset ${preset.label}`);
-    const knobs = /** @type {Record<number, number>} */ ({ [VOLUME]: preset.volume, [FUZZ]: preset.fuzz });
-    this.setValues(this.now.values.map((value, parameter) => (parameter in knobs ? valueAtKnob(knobs[parameter]) : value)));
+    const values = [...this.now.values];
+    Object.assign(values, { [VOLUME]: valueAtKnob(preset.volume), [FUZZ]: valueAtKnob(preset.fuzz) });
+    this.setValues(values);
   }
 
   showValues() {
     const { values } = this.now;
-    this.fuzz.show(knobAtValue(values[FUZZ]));
-    this.volume.show(knobAtValue(values[VOLUME]));
+    this.fuzz.show(knobAtValue(values[FUZZ] ?? 0));
+    this.volume.show(knobAtValue(values[VOLUME] ?? 0));
     button('on').setAttribute('aria-checked', String(this.isOn));
     this.page.level.apply();
     this.page.compare.changed();

@@ -38,7 +38,7 @@ function mpegRate(view) {
     if (word >>> 21 !== 0x7ff || layer === 0) continue;
     const version = (word >>> 19) & 3;
     if (((word >>> 10) & 3) === 3 || version === 1) continue;
-    return [44100, 48000, 32000][(word >>> 10) & 3] / [4, 1, 2, 1][version];
+    return ([44100, 48000, 32000][(word >>> 10) & 3] ?? 0) / (version === 0 ? 4 : version === 2 ? 2 : 1);
   }
   return 0;
 }
@@ -212,8 +212,8 @@ export async function survey(channels) {
 export function peakOf(channels) {
   let peak = 0;
   for (const channel of channels) {
-    for (let i = 0; i < channel.length; ++i) {
-      const size = Math.abs(channel[i]);
+    for (const sample of channel) {
+      const size = Math.abs(sample);
       if (size > peak && size < Infinity) peak = size;
     }
   }

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: MIT
 import { Effect } from './effect.js';
-import { interleave, peakOf } from './recording.js';
+import { interleave, lengthOf, peakOf } from './recording.js';
 import { Slices } from './slices.js';
 
 /** @typedef {{pieces: Float32Array[], seconds: number, peak: number}} Rendered The pieces are interleaved. */
@@ -19,7 +19,7 @@ export async function render(module, recording, settings, progress) {
   const effect = new Effect(module, rate, channels.length);
   try {
     effect.restore(settings);
-    const frames = channels[0].length;
+    const frames = lengthOf(recording);
     /** @type {Float32Array[]} */
     const pieces = [];
     let samples = 0;
@@ -34,7 +34,7 @@ export async function render(module, recording, settings, progress) {
     for (let at = 0; at < frames; at += effect.longestBlock) {
       if (channels[0]?.length !== frames) ({ channels } = recording); // detached, because it began to play
       const length = Math.min(effect.longestBlock, frames - at);
-      effect.planes().forEach((plane, c) => plane.set(channels[c].subarray(at, at + length)));
+      channels.forEach((channel, c) => effect.planes()[c]?.set(channel.subarray(at, at + length)));
       effect.process(length);
       await add(interleave(effect.planes(), length));
     }

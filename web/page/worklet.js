@@ -58,12 +58,13 @@ class Processor extends AudioWorkletProcessor {
   /** @param {Float32Array[]} input empty while nothing is connected @param {number} length */
   keep(input, length) {
     const planes = this.buffers[0];
-    if (planes === undefined) {
+    if (planes?.[0] === undefined) {
       this.lost += length;
       return;
     }
     planes.forEach((plane, c) => {
-      if (c < input.length) plane.set(input[c], this.recorded);
+      const samples = input[c];
+      if (samples) plane.set(samples, this.recorded);
       else plane.fill(0, this.recorded, this.recorded + length);
     });
     this.recorded += length;
@@ -71,36 +72,35 @@ class Processor extends AudioWorkletProcessor {
   }
 
   /** @param {Float32Array[][]} inputs @param {Float32Array[][]} outputs */
-  process(inputs, outputs) {
-    const input = inputs[0];
-    const output = outputs[0];
-    if (output.length === 0) return true;
-    if (this.records) this.keep(input, output[0].length);
-    if (this.effect !== undefined && output[0].length <= this.effect.longestBlock) {
+  process([input = []], [output = []]) {
+    const length = output[0]?.length ?? 0;
+    if (length === 0) return true;
+    if (this.records) this.keep(input, length);
+    if (this.effect !== undefined && length <= this.effect.longestBlock) {
       try {
-        this.play(this.effect, input, output);
+        this.play(this.effect, input, output, length);
         return true;
       } catch (error) {
         this.fail(error);
       }
     }
-    for (let c = 0; c < output.length; ++c) {
-      if (c < input.length) output[c].set(input[c]);
-    }
+    output.forEach((plane, c) => plane.set(input[c] ?? []));
     return true;
   }
 
-  /** @param {Effect} effect @param {Float32Array[]} input @param {Float32Array[]} output */
-  play(effect, input, output) {
-    const length = output[0].length;
+  /** @param {Effect} effect @param {Float32Array[]} input @param {Float32Array[]} output @param {number} length samples */
+  play(effect, input, output, length) {
     const planes = effect.planes();
     for (let c = 0; c < CHANNELS; ++c) {
-      if (c < input.length) planes[c].set(input[c]);
-      else planes[c].fill(0, 0, length);
+      const samples = input[c];
+      if (samples) planes[c]?.set(samples);
+      else planes[c]?.fill(0, 0, length);
     }
     effect.process(length);
-    for (let c = 0; c < output.length && c < CHANNELS; ++c) {
-      for (let i = 0; i < length; ++i) output[c][i] = planes[c][i];
+    for (let c = 0; c < CHANNELS; ++c) {
+      const from = planes[c];
+      const to = output[c];
+      if (from && to) for (let i = 0; i < length; ++i) to[i] = from[i] ?? 0;
     }
   }
 }

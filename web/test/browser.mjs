@@ -4,13 +4,14 @@ import { execFile } from 'node:child_process';
 import { mkdir, mkdtemp, readFile, readdir, rename, rm, stat } from 'node:fs/promises';
 import { createServer } from 'node:http';
 import { tmpdir } from 'node:os';
-import { join, resolve } from 'node:path';
+import { join } from 'node:path';
+import { fileURLToPath } from 'node:url';
 import { promisify } from 'node:util';
 import puppeteer from 'puppeteer-core';
 
 /** @typedef {import('puppeteer-core').Page & {faults: string[], downloads: string}} TestPage */
 
-export const root = resolve(import.meta.dirname ?? new URL('.', import.meta.url).pathname, '../..');
+export const root = fileURLToPath(new URL('../..', import.meta.url));
 export const pageFile = process.env.BRUMBLER_PAGE ?? join(root, 'build/wasm/brumbler.html');
 export const command = process.env.BRUMBLER_COMMAND ?? join(root, 'build/release/brumbler');
 export const run = promisify(execFile);
@@ -29,7 +30,7 @@ function tapOutput() {
     if (to[0] instanceof AudioDestinationNode && this.context instanceof AudioContext) {
       const analyser = new AnalyserNode(this.context, { fftSize: 32768 });
       const samples = new Float32Array(analyser.fftSize);
-      connect.call(this, analyser);
+      /** @type {any} */ (connect).call(this, analyser);
       window.soundTime = () => analyser.context.currentTime;
       window.heard = () => {
         analyser.getFloatTimeDomainData(samples);

@@ -14,8 +14,10 @@ const FIREFOX = '/usr/bin/firefox-esr';
 const GUITAR = '/usr/share/sonic-pi/samples/guit_em9.flac';
 const withFirefox = existsSync(FIREFOX) ? {} : { skip: `no ${FIREFOX}` };
 
-let folder;
+let folder = '';
+/** @type {import('puppeteer-core').Browser} */
 let browser;
+/** @type {import('./browser.mjs').TestPage} */
 let page;
 before(async () => {
   if ('skip' in withFirefox) return;

@@ -45,6 +45,7 @@ const loud = async (/** @type {TestPage} */ page, name = 'Output level') =>
 const picture = (/** @type {TestPage} */ page) => page.$eval('canvas#picture', (canvas) => canvas.toDataURL());
 
 test('what is saved is what the command renders, float for float', withCommand, async (t) => {
+  /** @type {Record<string, () => string | undefined | Promise<string>>} */
   const recordings = {
     riff: riffFile,
     'a guitar in stereo': () => (existsSync(GUITAR) ? GUITAR : undefined),
@@ -54,6 +55,7 @@ test('what is saved is what the command renders, float for float', withCommand, 
       return path;
     },
   };
+  /** @type {['file' | 'http', string, {fuzz?: number, volume?: number, trim?: number, off?: boolean}][]} */
   const rows = [
     ['file', 'riff', {}],
     ['http', 'riff', { fuzz: 10, volume: 2.5, trim: -7 }],
@@ -63,21 +65,22 @@ test('what is saved is what the command renders, float for float', withCommand, 
   ];
   for (const [origin, name, settings] of rows) {
     await t.test(`${name} from ${origin} with ${JSON.stringify(settings)}`, async (t) => {
-      const recording = await recordings[name]();
+      const recording = await recordings[name]?.();
       if (!recording) return t.skip('the package sonic-pi-samples is missing');
       const page = await bench.page(bench.urls[origin]);
       if (name !== 'riff') await openRecording(page, recording);
-      if ('trim' in settings) await turn(page, 'Trim', settings.trim);
-      if ('fuzz' in settings) await turn(page, 'Fuzz', settings.fuzz);
-      if ('volume' in settings) await turn(page, 'Volume', settings.volume);
-      if (settings.off) await press(page, 'On', 'switch');
+      const { trim, fuzz, volume, off } = settings;
+      if (trim !== undefined) await turn(page, 'Trim', trim);
+      if (fuzz !== undefined) await turn(page, 'Fuzz', fuzz);
+      if (volume !== undefined) await turn(page, 'Volume', volume);
+      if (off) await press(page, 'On', 'switch');
       const ours = await saved(page, 'Save WAV');
 
       const floats = await made(`floats-${name.length}.wav`, recording);
       const out = join(bench.folder, 'command.wav');
-      await run(command, ['render', floats, out, '--force', '--trim', String(settings.trim ?? 'auto'),
-        ...('fuzz' in settings ? ['--fuzz', String(settings.fuzz)] : []),
-        ...('volume' in settings ? ['--volume', String(settings.volume)] : []), ...(settings.off ? ['--off'] : [])]);
+      await run(command, ['render', floats, out, '--force', '--trim', String(trim ?? 'auto'),
+        ...(fuzz !== undefined ? ['--fuzz', String(fuzz)] : []),
+        ...(volume !== undefined ? ['--volume', String(volume)] : []), ...(off ? ['--off'] : [])]);
       assert.match((await run(command, ['compare', ours.path, out])).stdout, /difference +none/);
       assert.deepEqual(page.faults, []);
     });
@@ -89,18 +92,19 @@ test('the worklet plays what is saved, float for float', async () => {
   const page = await bench.page(bench.urls.file);
   await turn(page, 'Fuzz', 8);
   const { bytes } = await saved(page, 'Save WAV');
-  const [first, peak] = await page.evaluate(async (wav) => {
-    const content = (id) => document.getElementById(id).textContent;
-    const decoded = (base64) => Uint8Array.from(atob(base64), (c) => c.charCodeAt(0)).buffer;
+  const { first, peak } = await page.evaluate(async (wav) => {
+    const content = (/** @type {string} */ id) => document.getElementById(id)?.textContent ?? '';
+    const decoded = (/** @type {string} */ base64) => Uint8Array.from(atob(base64), (c) => c.charCodeAt(0)).buffer;
     const packed = new Blob([decoded(content('wasm'))]).stream().pipeThrough(new DecompressionStream('deflate'));
     const wasm = await new Response(packed).arrayBuffer();
     const { instance } = await WebAssembly.instantiate(wasm, {
       wasi_snapshot_preview1: { fd_close() {}, fd_seek() {}, fd_write() {} },
     });
-    const calls = instance.exports;
+    const calls = /** @type {any} */ (instance.exports);
     calls._initialize();
     const length = calls.playRiff(calls.place());
-    const riff = new Float32Array(calls.memory.buffer, new Uint32Array(calls.memory.buffer, calls.place(), 1)[0], length);
+    const [address] = new Uint32Array(calls.memory.buffer, calls.place(), 1);
+    const riff = new Float32Array(calls.memory.buffer, address, length);
     const context = new OfflineAudioContext(1, length, 44100);
     await context.audioWorklet.addModule(`data:text/javascript,${encodeURIComponent(content('worklet'))}`);
     const trim = calls.automaticTrim(riff.reduce((most, sample) => Math.max(most, Math.abs(sample)), 0));
@@ -113,7 +117,7 @@ test('the worklet plays what is saved, float for float', async () => {
     source.connect(node).connect(context.destination);
     source.start();
     const played = (await context.startRendering()).getChannelData(0);
-    return [played.findIndex((sample, i) => sample !== expected[i]), Math.max(...played.subarray(0, 60000))];
+    return { first: played.findIndex((sample, i) => sample !== expected[i]), peak: Math.max(...played.subarray(0, 60000)) };
   }, bytes.toString('base64'));
   assert.equal(first, -1);
   assert.ok(peak > 0.01);
@@ -125,8 +129,8 @@ test('the keyboard reaches and moves everything', async () => {
   for (let i = 0; i < 60; ++i) {
     await page.keyboard.press('Tab');
     reached.add(await page.evaluate(() => {
-      const { activeElement: e } = document;
-      return e.getAttribute('aria-label') ?? e.labels?.[0]?.childNodes[0].textContent ?? e.textContent.trim();
+      const e = /** @type {HTMLInputElement | null} */ (document.activeElement);
+      return e?.getAttribute('aria-label') ?? e?.labels?.[0]?.firstChild?.textContent ?? e?.textContent?.trim();
     }));
   }
   for (const name of ['Recording', 'Play', 'Loop', 'Save WAV', 'Plug in', 'Fuzz', 'Fuzz as a number', 'Volume', 'Trim', 'On',
@@ -136,8 +140,9 @@ test('the keyboard reaches and moves everything', async () => {
 
   const fuzz = await control(page, 'slider', 'Fuzz');
   await fuzz.focus();
-  for (const [key, shown] of [['ArrowUp', '5.10'], ['PageUp', '6.10'], ['End', '10.00'], ['ArrowDown', '9.90'],
-    ['Home', '0.00'], ['Delete', '5.00']]) {
+  const keys = /** @type {const} */ ([['ArrowUp', '5.10'], ['PageUp', '6.10'], ['End', '10.00'], ['ArrowDown', '9.90'],
+    ['Home', '0.00'], ['Delete', '5.00']]);
+  for (const [key, shown] of keys) {
     await page.keyboard.press(key);
     await shows(page, 'slider', 'Fuzz', shown);
   }
@@ -224,6 +229,7 @@ test('lamps tell what clips; nothing sounds twice or is cut off', async () => {
     before: () => {
       window.opened = [];
       window.AudioContext = class extends AudioContext {
+        /** @param {AudioContextOptions} [options] */
         constructor(options) {
           super(options);
           window.opened.push(this);
@@ -311,9 +317,9 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
   const bank = await saved(page, 'Export bank');
   const { stdout } = await run(command, ['info', '--json', '--bank', bank.path]);
   const { programs } = JSON.parse(stdout);
-  const values = ({ parameters, ...rest }) => ({ ...rest, ...parameters });
-  for (const [index, expected] of [[2, ['Säge, ganz besonders l', 1, 0.7, 8.3]], [15, ['Init', 0, 6, 10]], [1, ['Soft edge', 1, 2.5, 0.5]]]) {
-    const read = values(programs[index]);
+  for (const [index, ...expected] of [[2, 'Säge, ganz besonders l', 1, 0.7, 8.3], [15, 'Init', 0, 6, 10], [1, 'Soft edge', 1, 2.5, 0.5]]) {
+    const { parameters, ...rest } = programs[Number(index)];
+    const read = { ...rest, ...parameters };
     assert.deepEqual([read.name, read['On/Off'], read.VOLUME, read.FUZZ].map(String), expected.map(String));
   }
 
@@ -323,7 +329,8 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
   await choose(page, 'import', theirs);
   await reads(page, 'bank-note', /is loaded/);
   await shows(page, 'slider', 'Fuzz', '9.90');
-  assert.deepEqual(JSON.parse((await saved(page, 'Export bank')).bytes), JSON.parse(await readFile(theirs, 'utf8')));
+  assert.deepEqual(JSON.parse(String((await saved(page, 'Export bank')).bytes)), JSON.parse(await readFile(theirs, 'utf8')));
+  /** @type {[string, string][]} */
   const rows = [['{"programs": [', 'not JSON'], ['[]', 'no list "programs"'], ['{"programs": [{"FUZZ": 11}]}', '"FUZZ" must be a number'],
     ['{"programs": [{"On/Off": 0.5}]}', '0 \\(off\\)'], ['{"programs": [{"fuzz": 1}]}', 'unknown "fuzz"']];
   for (const [content, says] of rows) {
@@ -338,8 +345,8 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
 test('an input plays live, after a warning', async () => {
   const before = () => {
     const { getUserMedia } = MediaDevices.prototype;
-    MediaDevices.prototype.getUserMedia = function (wanted) {
-      window.wanted = wanted.audio;
+    MediaDevices.prototype.getUserMedia = function (/** @type {MediaStreamConstraints | undefined} */ wanted) {
+      window.wanted = /** @type {MediaTrackConstraints} */ (wanted?.audio);
       return getUserMedia.call(this, wanted);
     };
   };
@@ -369,37 +376,43 @@ test('an input plays live, after a warning', async () => {
 
 test('MIDI turns the knobs, also what it learnt', async () => {
   const before = () => {
-    const input = { name: 'Pedal' };
-    navigator.requestMIDIAccess = async () => ({ inputs: new Map([['1', input]]) });
+    const input = { name: 'Pedal', onmidimessage(/** @type {{data: Uint8Array}} */ _message) {} };
+    Object.assign(navigator, { requestMIDIAccess: async () => ({ inputs: new Map([['1', input]]) }) });
     window.send = (...bytes) => input.onmidimessage({ data: Uint8Array.from(bytes) });
   };
   const page = await bench.page(bench.urls.file, { before });
   await press(page, 'Connect MIDI');
   await reads(page, 'midi-note', /Pedal/);
-  const state = () => page.evaluate(() => [document.getElementById('program').value,
-    ...['fuzz', 'volume', 'trim'].map((id) => document.querySelector(`#${id} input`).getAttribute('aria-valuetext')),
-    document.getElementById('on').ariaChecked].join(' '));
+  const state = () => page.evaluate(() => [document.querySelector('#program :checked')?.getAttribute('value'),
+    ...['fuzz', 'volume', 'trim'].map((id) => document.querySelector(`#${id} input`)?.getAttribute('aria-valuetext')),
+    document.getElementById('on')?.ariaChecked].join(' '));
+  /** @type {[number[] | 'learn On' | 'forget', string][]} */
   const rows = [
     [[0xc0, 4], '4 7.00 7.00 4.0 dB true'], [[0xb3, 16, 127], '4 10.00 7.00 4.0 dB true'],
     [[0xb0, 7, 0], '4 10.00 0.00 4.0 dB true'], [[0xb0, 18, 127], '4 10.00 0.00 30.0 dB true'],
     [[0xb0, 64, 0], '4 10.00 0.00 30.0 dB false'], [[0xb0, 64, 127], '4 10.00 0.00 30.0 dB true'],
     [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'], // not learnt yet
-    [['learn', 'on'], '4 10.00 0.00 30.0 dB true'],
+    ['learn On', '4 10.00 0.00 30.0 dB true'],
     [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'], // teaches
     [[0xb0, 1, 0], '4 10.00 0.00 30.0 dB true'],
     [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB false'], // presses
     [[0xb0, 1, 0], '4 10.00 0.00 30.0 dB false'],
     [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'],
+    ['forget', '4 10.00 0.00 30.0 dB true'],
+    [[0xb0, 1, 0], '4 10.00 0.00 30.0 dB true'],
+    [[0xb0, 1, 127], '4 10.00 0.00 30.0 dB true'], // does nothing any more
   ];
   for (const [message, expected] of rows) {
-    if (message[0] === 'learn') await (await control(page, 'combobox', 'Learn')).select(message[1]);
+    if (message === 'learn On') await page.select('#learn', 'on');
+    else if (message === 'forget') await press(page, 'Forget');
     else await page.evaluate((bytes) => window.send(...bytes), message);
     assert.equal(await state(), expected, String(message));
   }
 });
 
 test('what goes wrong is said beside the control', async (t) => {
-  const refuse = (name) => `navigator.mediaDevices.getUserMedia = async () => { throw new DOMException('', '${name}'); }`;
+  const refuse = (/** @type {string} */ name) => `navigator.mediaDevices.getUserMedia = async () => { throw new DOMException('', '${name}'); }`;
+  /** @type {[string, string, string, string, RegExp, typeof PHONE?][]} */
   const rows = [
     ['no permission', refuse('NotAllowedError'), 'plug', 'plug-note', /may not listen/],
     ['no input', refuse('NotFoundError'), 'plug', 'plug-note', /no input/],
@@ -436,6 +449,7 @@ test('what goes wrong is said beside the control', async (t) => {
       before: () => {
         const Node = AudioWorkletNode;
         window.AudioWorkletNode = class extends Node {
+          /** @param {BaseAudioContext} context @param {string} name @param {any} options */
           constructor(context, name, options) {
             super(context, name, { ...options, processorOptions: { ...options.processorOptions, wasm: new ArrayBuffer(8) } });
           }
@@ -460,11 +474,12 @@ test('what goes wrong is said beside the control', async (t) => {
 test('it is for everybody: themes, phone, less motion', async (t) => {
   const axe = await readFile(createRequire(import.meta.url).resolve('axe-core/axe.min.js'), 'utf8');
   const small = { ...PHONE, width: 320, height: 664 };
-  for (const [theme, viewport] of [['light', DESK], ['dark', DESK], ['light', PHONE], ['dark', PHONE], ['dark', small]]) {
+  for (const [theme, viewport] of /** @type {[string, typeof DESK][]} */ ([['light', DESK], ['dark', DESK], ['light', PHONE], ['dark', PHONE], ['dark', small]])) {
     await t.test(`${theme}, ${viewport.width}`, async () => {
       const page = await bench.page(bench.urls.file, { viewport });
       await page.emulateMediaFeatures([{ name: 'prefers-color-scheme', value: theme }, { name: 'prefers-reduced-motion', value: 'reduce' }]);
-      const [width, height, room] = await page.evaluate(() => [document.documentElement.scrollWidth, document.documentElement.scrollHeight, innerHeight]);
+      const { width, height, room } = await page.evaluate(() => ({ width: document.documentElement.scrollWidth,
+        height: document.documentElement.scrollHeight, room: innerHeight }));
       const { y = 0, height: own = 0 } = (await (await page.$('#play'))?.boundingBox()) ?? {};
       assert.equal(width, viewport.width);
       assert.ok((viewport === small ? y + own : height) <= room, `${height} of ${room}`);
@@ -475,7 +490,10 @@ test('it is for everybody: themes, phone, less motion', async (t) => {
       assert.equal(await picture(page), still);
       await page.$eval('details#more', (e) => (e.open = true));
       await page.$eval('#recording-note', (e) => (e.classList.add('bad'), (e.textContent = 'A note.')));
-      const { violations } = await page.mainFrame().isolatedRealm().evaluate(`${axe}; axe.run()`);
+      // In a world of its own, because the page's policy forbids scripts from elsewhere.
+      const world = /** @type {any} */ (page.mainFrame()).isolatedRealm();
+      /** @type {Awaited<ReturnType<Window['axe']['run']>>} */
+      const { violations } = await world.evaluate(`${axe}; axe.run()`);
       assert.deepEqual(violations.map(({ id, nodes }) => [id, nodes.map(({ html }) => html)]), []);
     });
   }
