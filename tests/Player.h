@@ -7,7 +7,7 @@
 #include "effect/Brumbler.h"
 #include "player/HostedEffect.h"
 
-using Sound = std::vector<double>;
+using Samples = std::vector<double>;
 
 // An effect under our own host. It plays from the first block on as the effect does, without start().
 class Player {
@@ -26,8 +26,8 @@ class Player {
   void set(int32 parameter, float value) { host_.setParameter(parameter, value); }
 
   void play(const double* in, double* out, int32 length) { host_.process(in, out, length); }
-  Sound play(const Sound& in) {
-    Sound out(in.size());
+  Samples play(const Samples& in) {
+    Samples out(in.size());
     play(in.data(), out.data(), static_cast<int32>(in.size()));
     return out;
   }
@@ -49,8 +49,8 @@ inline double pluckedString(int n, double rate) {
   return 0.3 * sum;
 }
 
-inline Sound pluckedStrings(int samples, double rate = 44100.0, int first = 0) {
-  Sound sound;
+inline Samples pluckedStrings(int samples, double rate = 44100.0, int first = 0) {
+  Samples sound;
   for (int n = first; n < first + samples; ++n) sound.push_back(pluckedString(n, rate));
   return sound;
 }

@@ -26,7 +26,7 @@ void set(HostedEffect& effect, float on, float volume) {
   effect.setParameter(1, volume);
 }
 
-Sound played(HostedEffect& effect, Sound sound) {
+Samples played(HostedEffect& effect, Samples sound) {
   effect.process(sound.data(), static_cast<int32>(sound.size()));
   return sound;
 }
@@ -60,12 +60,12 @@ TEST_CASE("an entry that makes no effect of this kind leaves one that does not e
 }
 
 TEST_CASE("the start of a sound is whole, whatever the blocks, and the same after a change of rate") {
-  const Sound in = pluckedStrings(3000);
+  const Samples in = pluckedStrings(3000);
   for (const float on : {0.0F, 1.0F}) {
     HostedEffect effect(getinterface, 48000, 64), silent(getinterface, 48000, 3000), other(getinterface, 96000, 3000);
     set(effect, on, 0.7F);
     effect.start();
-    Sound expected = in;
+    Samples expected = in;
     for (std::size_t first = 0; first < in.size(); first += 60) effect.process(&expected[first], 60);
     set(other, on, 0.7F);
     other.start();
@@ -75,7 +75,7 @@ TEST_CASE("the start of a sound is whole, whatever the blocks, and the same afte
     other.start();
     CHECK(played(other, in) == expected);
     set(silent, on, 0.7F);
-    CHECK(played(silent, {0.0}) == Sound{0.0});  // one sample of silence in the place of start()
+    CHECK(played(silent, {0.0}) == Samples{0.0});  // one sample of silence in the place of start()
     CHECK(played(silent, in) == expected);
   }
 }
@@ -83,11 +83,11 @@ TEST_CASE("the start of a sound is whole, whatever the blocks, and the same afte
 TEST_CASE("all forms in which a player takes a sound give the same samples, trimmed too") {
   constexpr int kLength = 960, kBlock = 96;
   constexpr auto inf = std::numeric_limits<double>::infinity();
-  const Sound left = pluckedStrings(kLength), right = pluckedStrings(kLength, 44100.0, 30000);
+  const Samples left = pluckedStrings(kLength), right = pluckedStrings(kLength, 44100.0, 30000);
   for (const double trim : {0.0, 20.5, -7.3}) {
     CAPTURE(trim);
-    Sound expected[] = {left, right};
-    for (Sound& sound : expected) {
+    Samples expected[] = {left, right};
+    for (Samples& sound : expected) {
       HostedEffect effect(getinterface, 48000, kBlock);
       set(effect, 1.0F, 0.7F);
       effect.start();
@@ -103,7 +103,7 @@ TEST_CASE("all forms in which a player takes a sound give the same samples, trim
     }
     for (std::size_t at = 0; at < kLength; at += kBlock) {
       // Crossed: each output uses the buffer of the other channel's input.
-      Sound a(&left[at], &left[at] + kBlock), b(&right[at], &right[at] + kBlock), both;
+      Samples a(&left[at], &left[at] + kBlock), b(&right[at], &right[at] + kBlock), both;
       for (std::size_t i = 0; i < kBlock; ++i) both.insert(both.end(), {a[i], b[i]});
       const double* const in[] = {a.data(), b.data()};
       double* const out[] = {b.data(), a.data()};

@@ -14,10 +14,10 @@ namespace {
 
 constexpr int kLengths[] = {1, 7, 16, 64, 1000, 4000};
 
-bool allFinite(const Sound& sound) {
+bool allFinite(const Samples& sound) {
   return std::all_of(sound.begin(), sound.end(), [](double x) { return std::isfinite(x); });
 }
-bool sameBytes(const Sound& a, const Sound& b) {
+bool sameBytes(const Samples& a, const Samples& b) {
   return a.size() == b.size() && std::memcmp(a.data(), b.data(), a.size() * sizeof(double)) == 0;
 }
 
@@ -35,17 +35,17 @@ TEST_CASE("a bad sample spoils its block and no more") {
       Player player, fresh;
       for (Player* each : {&player, &fresh}) each->set(0, on ? 1.0F : 0.0F);
       player.play(pluckedStrings(length));
-      fresh.play(Sound{});
+      fresh.play(Samples{});
 
-      Sound block = pluckedStrings(length);
+      Samples block = pluckedStrings(length);
       block[static_cast<std::size_t>(place)] = bad;
-      const Sound out = player.play(block);
+      const Samples out = player.play(block);
       CHECK((on ? allFinite(out) : sameBytes(out, block)));
 
       for (Player* each : {&player, &fresh}) each->set(0, 1.0F);
       for (int next = 1; next < 4; ++next) {
-        const Sound clean = pluckedStrings(1500, 44100.0, 3000 * next);
-        const Sound played = player.play(clean);
+        const Samples clean = pluckedStrings(1500, 44100.0, 3000 * next);
+        const Samples played = player.play(clean);
         CHECK(sameBytes(played, fresh.play(clean)));
         CHECK(played != clean);
       }
@@ -68,7 +68,7 @@ TEST_CASE("a parameter beyond its limit plays as the limit, NaN as 0, and says w
       for (int block = 0; block < 9; ++block) {
         player.set(row.index, block % 3 == 0 ? 0.5F : row.value);
         twin.set(row.index, block % 3 == 0 ? 0.5F : row.playsAs);
-        const Sound in = pluckedStrings(length, 44100.0, block * length);
+        const Samples in = pluckedStrings(length, 44100.0, block * length);
         CHECK(sameBytes(player.play(in), twin.play(in)));
       }
       const float value = player.effect().getParameter(row.index);
@@ -93,8 +93,8 @@ TEST_CASE("20 ms after VOLUME or FUZZ was far outside 0 to 1 the effect plays ne
         double most = 0.0, peak = 0.0;
         for (int n = 0; n < rate * 3 / 2; n += 64) {
           player.set(visit.index, n < rate ? visit.value : home);
-          const Sound in = pluckedStrings(64, rate, n);
-          const Sound played = player.play(in), expected = undisturbed.play(in);
+          const Samples in = pluckedStrings(64, rate, n);
+          const Samples played = player.play(in), expected = undisturbed.play(in);
           for (std::size_t i = 0; i < in.size(); ++i) {
             peak = std::max(peak, std::fabs(expected[i]));
             if (n >= rate + rate / 50) most = std::max(most, std::fabs(played[i] - expected[i]));
@@ -108,13 +108,13 @@ TEST_CASE("20 ms after VOLUME or FUZZ was far outside 0 to 1 the effect plays ne
 
 // Each sample is checked by itself, so the other samples do not matter.
 TEST_CASE("samples up to 1e36 are valid in any number, whatever the block length") {
-  Sound in(4000, 0.0);
+  Samples in(4000, 0.0);
   for (std::size_t i = 0; i < in.size(); ++i) in[i] = i % 2 == 0 ? 9.9e35 : -9.9e35;
   Player whole, parts;
-  for (Player* each : {&whole, &parts}) each->play(Sound{});
-  Sound played = whole.play(in), joined;
+  for (Player* each : {&whole, &parts}) each->play(Samples{});
+  Samples played = whole.play(in), joined;
   for (int n = 0; n < 4000; n += 8) {
-    const Sound part = parts.play(Sound(in.begin() + n, in.begin() + n + 8));
+    const Samples part = parts.play(Samples(in.begin() + n, in.begin() + n + 8));
     joined.insert(joined.end(), part.begin(), part.end());
   }
   CHECK(sameBytes(played, joined));
@@ -127,10 +127,10 @@ TEST_CASE("a history that no sound leaves is gone after 64 samples, whichever it
     for (int which = 0; which < histories; ++which) {
       INFO("bad ", bad, ", which ", which);
       Player player, fresh;
-      fresh.play(Sound{});
+      fresh.play(Samples{});
       player.play(pluckedStrings(63));
       LayoutCheck::spoilHistory(player.effect(), which, bad);
-      CHECK(allFinite(player.play(Sound{0.01})));
+      CHECK(allFinite(player.play(Samples{0.01})));
       CHECK(sameBytes(player.play(pluckedStrings(200)), fresh.play(pluckedStrings(200))));
     }
   }
@@ -143,7 +143,7 @@ TEST_CASE("a history that no sound leaves is gone after 64 samples, whichever it
 // A tail dies by 22 decades a second; then the feedback of the filters holds it just above the denormal numbers.
 TEST_CASE("the tail of a sound leaves denormal numbers neither in the output nor in a history") {
   Player player(20000, 2000);
-  Sound block(2000), out;
+  Samples block(2000), out;
   block[0] = 1e-6;
   for (int i = 0; i < 150; ++i) {
     out = player.play(block);

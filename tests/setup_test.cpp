@@ -14,9 +14,9 @@
 namespace {
 
 // A host's use of everything that takes storage, and afterwards, with storage again, set-ups and a block.
-Sound live(long successes, long& taken) {
-  static const Sound in = pluckedStrings(1000);
-  Sound out(in.size());
+Samples live(long successes, long& taken) {
+  static const Samples in = pluckedStrings(1000);
+  Samples out(in.size());
   const long before = storage::allocations;
   std::optional<Player> player;
   VstSpeakerArrangement* speakers = nullptr;
@@ -48,20 +48,20 @@ Sound live(long successes, long& taken) {
 
 TEST_CASE("whatever storage runs out for, the effect takes it and plays when storage is back") {
   long needed = 0;
-  const Sound expected = live(-1, needed);
+  const Samples expected = live(-1, needed);
   REQUIRE(needed > 40);
   for (long successes = 0; successes < needed; ++successes) {
     CAPTURE(successes);
     long taken = 0;
-    const Sound played = live(successes, taken);
+    const Samples played = live(successes, taken);
     CHECK(taken > successes);  // it did run out
     CHECK((played.empty() ? successes < 3 : played == expected));
   }
 }
 
 TEST_CASE("without storage a set-up, or a block longer than announced, leaves the input as it is") {
-  const Sound in = pluckedStrings(300);
-  Sound out(in.size());
+  const Samples in = pluckedStrings(300);
+  Samples out(in.size());
   for (const long successes : {0, 1, 5, 12}) {
     Player player;
     storage::limited(successes, [&] { player.setUp(48000); });
@@ -89,7 +89,7 @@ TEST_CASE("without storage a set-up, or a block longer than announced, leaves th
 }
 
 TEST_CASE("the rate in use, announced again, changes nothing; else what the host answers counts") {
-  const Sound in = pluckedStrings(300);
+  const Samples in = pluckedStrings(300);
   CHECK(Player(-1).play(in) == in);  // the rate of no set-up
   Player player, twin;
   for (Player* each : {&player, &twin}) {
@@ -106,8 +106,8 @@ TEST_CASE("the rate in use, announced again, changes nothing; else what the host
 }
 
 TEST_CASE("the audio thread takes no storage, gives none back, makes no system call, takes no lock but the effect's") {
-  const Sound in = pluckedStrings(3000);
-  Sound out(in.size());
+  const Samples in = pluckedStrings(3000);
+  Samples out(in.size());
   Player player(48000, 64);
   std::mt19937 random(1);
   for (const int32 rate : {44100, 48000, 96000}) {

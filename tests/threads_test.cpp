@@ -158,7 +158,7 @@ TEST_CASE("a set-up that another one overtakes leaves one whole state") {
   effect.setSampleRate(48000.0F);
   CHECK(LayoutCheck::curSampleRate(effect) == 48000.0);
   CHECK(effect.getSampleRate() == 48000.0F);
-  Sound out(500), in = pluckedStrings(500);
+  Samples out(500), in = pluckedStrings(500);
   double *source = in.data(), *target = out.data();
   effect.processDoubleReplacing(&source, &target, 500);
   CHECK(out == Player(48000).play(in));
@@ -168,24 +168,24 @@ TEST_CASE("effects are created, set up and played on several threads at once") {
   static Clipper empty;
   Brumbler::clip[0] = empty;  // the curve that all share is built among the set-ups
   Brumbler::clipSampleRate = -1.0;
-  const Sound in = pluckedStrings(500);
+  const Samples in = pluckedStrings(500);
   const auto live = [&] {
     Player player(48000);
     player.setUp(44100);
     return player.play(in);
   };
-  Sound played[4];
-  const auto job = [&](Sound& mine) { return [&](int) { mine = live(); }; };
+  Samples played[4];
+  const auto job = [&](Samples& mine) { return [&](int) { mine = live(); }; };
   together(5, {job(played[0]), job(played[1]), job(played[2]), job(played[3])});
-  for (const Sound& mine : played) CHECK((mine.empty() || mine == live()));
+  for (const Samples& mine : played) CHECK((mine.empty() || mine == live()));
 }
 
 TEST_CASE("one effect is played, set up, automated and read on several threads at once") {
   Player player(48000, 64);
   Brumbler& effect = player.effect();
-  const Sound in = pluckedStrings(300);
+  const Samples in = pluckedStrings(300);
   std::atomic<int> wrong = 0;
-  Sound out(in.size());
+  Samples out(in.size());
   char text[65] = {};
   const auto play = [&](int turn) {
     player.play(in.data(), out.data(), turn % 300);

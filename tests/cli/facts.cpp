@@ -3,11 +3,9 @@
 #include <doctest/doctest.h>
 
 #include <cstdio>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
-#include <regex>
 #include <string>
 
 #include "catalog/catalog.h"
@@ -58,22 +56,6 @@ TEST_CASE("documents name the lengths and levels that the code has") {
   for (const auto& row : rows) {
     INFO("document ", row.document, ", said ", row.said);
     CHECK(contentOf(row.document).find(row.said) != std::string::npos);
-  }
-}
-
-TEST_CASE("every test case that docs/interface.md names exists") {
-  std::string tests;
-  for (const auto& entry : std::filesystem::recursive_directory_iterator(BRUMBLER_SOURCE "/tests")) {
-    if (entry.path().extension() == ".cpp")
-      tests += contentOf("tests/" + entry.path().lexically_relative(BRUMBLER_SOURCE "/tests").string());
-  }
-  const std::string document = contentOf("docs/interface.md");
-  const std::regex named("`(effect|foreign_host)`: \"([^\"]*)\"");
-  const std::sregex_iterator first(document.begin(), document.end(), named);
-  REQUIRE(std::distance(first, {}) > 8);
-  for (auto found = first; found != std::sregex_iterator(); ++found) {
-    CAPTURE((*found)[2].str());
-    CHECK(tests.find("TEST_CASE(\"" + (*found)[2].str() + "\")") != std::string::npos);
   }
 }
 

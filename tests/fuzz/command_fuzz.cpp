@@ -51,6 +51,7 @@ void listen(const std::string& path) {
   AudioReader reader(path, std::nullopt);
   const int channels = reader.format().channels;
   require(channels > 0 && reader.format().rate > 0, "a sound has channels and a rate");
+  reader.metadata();
   std::vector<double> samples(64 * static_cast<std::size_t>(channels));
   for (int blocks = 0; blocks < 100; ++blocks) {
     const int frames = reader.read(samples.data(), 64);

@@ -106,8 +106,8 @@ TEST_CASE("with trim 0 the bundle is the effect, to the float, whatever the bloc
   Player player(48000);
   player.set(1, 0.7F);
   player.set(2, 0.2F);
-  player.play(Sound{});
-  Sound expected(in.begin(), in.end());
+  player.play(Samples{});
+  Samples expected(in.begin(), in.end());
   for (std::size_t begin = 0; begin < in.size(); begin += 256) {
     player.set(0, onAt(begin));
     player.play(&expected[begin], &expected[begin], 256);
@@ -143,14 +143,14 @@ TEST_CASE("trim leaves dry as it was, moves the level at which the effect works,
   // old level, the last has the new.
   Bundle bundle;
   Player player(48000);
-  player.play(Sound{});
+  player.play(Samples{});
   double gain = 1.0;
   for (const float trim : {0.0F, 20.0F, 14.0F, 14.0F}) {
     bundle.control[kTrim] = trim;
     const double from = gain, step = (std::pow(10.0, trim / 20.0) - from) / 255.0;
     const auto gainAt = [&](std::size_t i) { return from + static_cast<double>(i) * step; };
     Floats expected = noise(256, 0.5F);
-    Sound block(expected.begin(), expected.end());
+    Samples block(expected.begin(), expected.end());
     for (std::size_t i = 0; i < block.size(); ++i) block[i] /= gainAt(i);
     block = player.play(block);
     for (std::size_t i = 0; i < block.size(); ++i) expected[i] = static_cast<float>(block[i] * gainAt(i));

@@ -166,7 +166,7 @@ struct Host {
   }
 
   // The same record serves for buttons, motion and keys.
-  void send(std::uint8_t type, std::uint8_t detail, Point at, std::uint16_t state = 0) {
+  Host& send(std::uint8_t type, std::uint8_t detail, Point at, std::uint16_t state = 0) {
     xcb_button_press_event_t event{};
     event.response_type = type;
     event.detail = detail;
@@ -176,21 +176,21 @@ struct Host {
     event.event_x = static_cast<std::int16_t>(std::lround(at.x * size.first / pedal::kWidth));
     event.event_y = static_cast<std::int16_t>(std::lround(at.y * size.first / pedal::kWidth));
     xcb_send_event(x, 0, window, 0, reinterpret_cast<const char*>(&event));
+    return *this;
   }
-  void click(Point at, unsigned pause = 1000) {
+  Host& click(Point at, unsigned pause = 1000) {
     time += pause;
-    send(XCB_BUTTON_PRESS, 1, at);
-    send(XCB_BUTTON_RELEASE, 1, at, XCB_BUTTON_MASK_1);
+    return send(XCB_BUTTON_PRESS, 1, at).send(XCB_BUTTON_RELEASE, 1, at, XCB_BUTTON_MASK_1);
   }
-  void wheel(Point at, bool up, std::uint16_t state = 0) { send(XCB_BUTTON_PRESS, up ? 4 : 5, at, state); }
-  void drag(Point from, std::vector<double> ys, std::uint16_t state = 0) {
+  Host& wheel(Point at, bool up, std::uint16_t state = 0) { return send(XCB_BUTTON_PRESS, up ? 4 : 5, at, state); }
+  Host& drag(Point from, std::vector<double> ys, std::uint16_t state = 0) {
     time += 1000;
     send(XCB_BUTTON_PRESS, 1, from);
     for (const double y : ys) send(XCB_MOTION_NOTIFY, 0, {from.x, y}, state | XCB_BUTTON_MASK_1);
-    send(XCB_BUTTON_RELEASE, 1, from, XCB_BUTTON_MASK_1);
+    return send(XCB_BUTTON_RELEASE, 1, from, XCB_BUTTON_MASK_1);
   }
   // A key by its symbol, or an ASCII character.
-  void key(xcb_keysym_t symbol, std::uint16_t state = 0) {
+  Host& key(xcb_keysym_t symbol, std::uint16_t state = 0) {
     const xcb_setup_t* const setup = xcb_get_setup(x);
     const int first = setup->min_keycode, count = setup->max_keycode - first + 1;
     auto* const map = xcb_get_keyboard_mapping_reply(
@@ -202,12 +202,17 @@ struct Host {
       break;
     }
     std::free(map);
+    return *this;
   }
-  void keys(const std::vector<xcb_keysym_t>& symbols) {
-    for (const xcb_keysym_t symbol : symbols) key(symbol);
+  template <typename... Symbols>
+  Host& keys(Symbols... symbols) {
+    return (key(static_cast<xcb_keysym_t>(symbols)), ...);
   }
 
-  void setPort(std::uint32_t port, float value) const { descriptor->port_event(handle, port, sizeof value, 0, &value); }
+  Host& setPort(std::uint32_t port, float value) {
+    descriptor->port_event(handle, port, sizeof value, 0, &value);
+    return *this;
+  }
 
   // 0xRRGGBB of a point, on a screen of 24 bits.
   unsigned pixel(Point at) const {
@@ -245,6 +250,7 @@ constexpr std::uint16_t kShift = XCB_MOD_MASK_SHIFT;
 const Point kFuzzKnob = layout::knobCentre(catalog::kFuzz), kTrimKnob = layout::knobCentre(catalog::kTrim);
 
 Point middleOf(const layout::Rectangle& box) { return {box.x + box.width / 2, box.y + box.height / 2}; }
+const Point kFuzzValue = middleOf(layout::valueBox(catalog::kFuzz)), kPresetBar = middleOf(layout::kPresetBar);
 
 }  // namespace
 
@@ -253,19 +259,14 @@ TEST_CASE("what is turned by pointer, wheel and keys reaches the host, held whil
   using catalog::kOn;
   using catalog::kTrim;
   using catalog::kVolume;
-  const Point fuzzValue = middleOf(layout::valueBox(kFuzz)), bar = middleOf(layout::kPresetBar);
   const catalog::Preset& lead = catalog::kPresets[4];
   const auto valueIn = [&](int control) { return static_cast<float>(lead.values[control]); };
-  struct Row {
+  const Host::Writes allOfLead{{kFuzz, valueIn(kFuzz)}, {kVolume, valueIn(kVolume)}, {kTrim, valueIn(kTrim)}};
+  const struct {
     const char* what;
     void (*act)(Host&);
     Host::Writes writes;
-  };
-  static Point box, presets;
-  box = fuzzValue;
-  presets = bar;
-  const Host::Writes allOfLead{{kFuzz, valueIn(kFuzz)}, {kVolume, valueIn(kVolume)}, {kTrim, valueIn(kTrim)}};
-  const Row rows[] = {
+  } rows[] = {
       {"up by a tenth of the travel",
        [](Host& h) {
          h.drag(kFuzzKnob, {kFuzzKnob.y - 9, kFuzzKnob.y - 18});
@@ -274,93 +275,37 @@ TEST_CASE("what is turned by pointer, wheel and keys reaches the host, held whil
       {"with Shift a tenth of that", [](Host& h) { h.drag(kFuzzKnob, {kFuzzKnob.y + 18}, kShift); }, {{kFuzz, 4.9F}}},
       {"further than the range", [](Host& h) { h.drag(kTrimKnob, {kTrimKnob.y + 900}); }, {{kTrim, -30.0F}}},
       {"wheel",
-       [](Host& h) {
-         h.wheel(kTrimKnob, true);
-         h.wheel(kTrimKnob, false, kShift);
-       },
+       [](Host& h) { h.wheel(kTrimKnob, true).wheel(kTrimKnob, false, kShift); },
        {{kTrim, 2.0F}, {kTrim, 1.9F}}},
       {"a double click, the default",
-       [](Host& h) {
-         h.setPort(2 + kFuzz, 9.0F);
-         h.click(kFuzzKnob);
-         h.click(kFuzzKnob, 100);
-       },
+       [](Host& h) { h.setPort(2 + kFuzz, 9.0F).click(kFuzzKnob).click(kFuzzKnob, 100); },
        {{kFuzz, 5.0F}}},
       {"two slow clicks, nothing",
-       [](Host& h) {
-         h.setPort(2 + kFuzz, 9.0F);
-         h.click(kFuzzKnob);
-         h.click(kFuzzKnob, 400);
-       },
+       [](Host& h) { h.setPort(2 + kFuzz, 9.0F).click(kFuzzKnob).click(kFuzzKnob, 400); },
        {}},
-      {"foot switch",
-       [](Host& h) {
-         h.click(layout::kFoot);
-         h.click(layout::kFoot, 100);
-       },
-       {{kOn, 0.0F}, {kOn, 1.0F}}},
+      {"foot switch", [](Host& h) { h.click(layout::kFoot).click(layout::kFoot, 100); }, {{kOn, 0.0F}, {kOn, 1.0F}}},
       {"Tab, arrows, Page, Home, End, Delete",
-       [](Host& h) {
-         h.keys({kTab, kUp, kDown, kPageUp, kHome, kEnd, kDelete});
-       },
+       [](Host& h) { h.keys(kTab, kUp, kDown, kPageUp, kHome, kEnd, kDelete); },
        {{kFuzz, 5.1F}, {kFuzz, 5.0F}, {kFuzz, 6.0F}, {kFuzz, 0.0F}, {kFuzz, 10.0F}, {kFuzz, 5.0F}}},
       {"Tab goes on, and back with Shift",
-       [](Host& h) {
-         h.keys({kTab, kTab, kTab, kTab, kEnter});
-         h.key(kTab, kShift);
-         h.key(kUp);
-       },
+       [](Host& h) { h.keys(kTab, kTab, kTab, kTab, kEnter).key(kTab, kShift).key(kUp); },
        {{kOn, 0.0F}, {kTrim, 1.0F}}},
       {"a number and Enter",
-       [](Host& h) {
-         h.keys({kTab, '7', ',', '2', '5', '9', kBackspace, kEnter});
-       },
+       [](Host& h) { h.keys(kTab, '7', ',', '2', '5', '9', kBackspace, kEnter); },
        {{kFuzz, 7.25F}}},
-      {"a number out of range",
-       [](Host& h) {
-         h.keys({kTab, kTab, kTab, '-', '9', '9', kEnter});
-       },
-       {{kTrim, -30.0F}}},
-      {"a number over the value, then Tab",
-       [](Host& h) {
-         h.click(box);
-         h.keys({'3', kTab});
-       },
-       {{kFuzz, 3.0F}}},
-      {"a number and Escape; no number",
-       [](Host& h) {
-         h.keys({kTab, '7', kEscape, '-', '.', kEnter});
-       },
-       {}},
-      {"Space and Control are the host's",
-       [](Host& h) {
-         h.keys({kTab, ' '});
-         h.key(kUp, XCB_MOD_MASK_CONTROL);
-       },
-       {}},
-      {"a preset from the menu",
-       [](Host& h) {
-         h.click(presets);
-         h.click(middleOf(layout::menuRow(4)));
-       },
-       allOfLead},
+      {"a number out of range", [](Host& h) { h.keys(kTab, kTab, kTab, '-', '9', '9', kEnter); }, {{kTrim, -30.0F}}},
+      {"a number over the value, then Tab", [](Host& h) { h.click(kFuzzValue).keys('3', kTab); }, {{kFuzz, 3.0F}}},
+      {"a number and Escape; no number", [](Host& h) { h.keys(kTab, '7', kEscape, '-', '.', kEnter); }, {}},
+      {"Space and Control are the host's", [](Host& h) { h.keys(kTab, ' ').key(kUp, XCB_MOD_MASK_CONTROL); }, {}},
+      {"a preset from the menu", [](Host& h) { h.click(kPresetBar).click(middleOf(layout::menuRow(4))); }, allOfLead},
       {"a preset by keys",
-       [](Host& h) {
-         h.key(kTab, kShift);
-         h.keys({kEnter, kDown, kDown, kDown, kDown, kUp, kDown, kEnter});
-       },
-       allOfLead},
+       [](Host& h) { h.key(kTab, kShift).keys(kEnter, kDown, kDown, kDown, kDown, kUp, kDown, kEnter); }, allOfLead},
       {"a menu that is left",
-       [](Host& h) {
-         h.click(presets);
-         h.click(kFuzzKnob);
-         h.click(presets);
-         h.keys({kDown, kEscape});
-       },
+       [](Host& h) { h.click(kPresetBar).click(kFuzzKnob).click(kPresetBar).keys(kDown, kEscape); },
        {}},
   };
   for (const double scale : {1.0, 2.0}) {
-    for (const Row& row : rows) {
+    for (const auto& row : rows) {
       CAPTURE(row.what);
       CAPTURE(scale);
       Host host(scale);
