@@ -7,6 +7,7 @@
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "catalog/catalog.h"
 #include "cli/effect/Bank.h"
@@ -41,10 +42,11 @@ TEST_CASE("documents name the lengths and levels that the code has") {
   SwitchFader* const fader = SwitchFader::create(44100.0, 1.0F);
   const std::string fade = format("%g ms", 1000.0 * fader->fadeTime);
   SwitchFader::destroy(fader);
-  const struct {
+  struct Row {
     const char* document;
     std::string said;
-  } rows[] = {
+  };
+  std::vector<Row> rows = {
       {"docs/overview.md", "over " + fade},
       {"docs/lv2.md", "fades out in " + fade},
       {"catalog/parameters.json", fade + " each"},
@@ -53,7 +55,12 @@ TEST_CASE("documents name the lengths and levels that the code has") {
       {"docs/command.md", format("a peak of −%g dBFS for a guitar's own", -kGuitarPeak)},
       {"docs/overview.md", format("−%g dBFS peak", -kGuitarPeak)},
   };
-  for (const auto& row : rows) {
+  for (const catalog::Preset& preset : catalog::kPresets) {
+    const auto& values = preset.values;
+    rows.push_back({"docs/lv2.md", format("| %s | %g | %g | %g |", preset.label, values[catalog::kVolume],
+                                          values[catalog::kFuzz], values[catalog::kTrim])});
+  }
+  for (const Row& row : rows) {
     INFO("document ", row.document, ", said ", row.said);
     CHECK(contentOf(row.document).find(row.said) != std::string::npos);
   }

@@ -11,10 +11,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
-#include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <limits>
 #include <random>
 #include <string>
@@ -217,33 +213,6 @@ TEST_CASE("the meters hold the peak of the louder channel, let it fall, and stay
   CHECK(run(7.0F, 0.0F) == Floats{1.0F, 1.0F});
   for (int i = 0; i < 400; ++i) run(0.0F, 0.0F);
   CHECK(run(0.0F, 0.0F) == Floats{0.0F, 0.0F});
-}
-
-TEST_CASE("presets reach a host with the catalog's values, which are those that docs/lv2.md has measured") {
-  const auto contentsOf = [](const std::string& path) {
-    std::ifstream file(path);
-    return std::string(std::istreambuf_iterator<char>(file), {});
-  };
-  const std::string binary = BRUMBLER_LV2_BINARY;
-  const std::string turtle = contentsOf(binary.substr(0, binary.rfind('/')) + "/presets.ttl");
-  const std::string document = contentsOf(BRUMBLER_DOCUMENT);
-  for (const catalog::Preset& preset : catalog::kPresets) {
-    CAPTURE(preset.symbol);
-    char text[300];
-    for (const char* const uri : kUris) {
-      std::snprintf(text, sizeof text,
-                    "\n<%s#%s>\n\ta pset:Preset ;\n\tlv2:appliesTo <%s> ;\n\trdfs:label \"%s\" ;\n"
-                    "\tlv2:port [ lv2:symbol \"volume\" ; pset:value %.1f ] ,\n"
-                    "\t\t[ lv2:symbol \"fuzz\" ; pset:value %.1f ] ,\n"
-                    "\t\t[ lv2:symbol \"trim\" ; pset:value %.1f ] .\n",
-                    uri, preset.symbol, uri, preset.label, preset.values[catalog::kVolume],
-                    preset.values[catalog::kFuzz], preset.values[catalog::kTrim]);
-      CHECK(turtle.find(text) != std::string::npos);
-    }
-    std::snprintf(text, sizeof text, "| %s | %g | %g | %g |", preset.label, preset.values[catalog::kVolume],
-                  preset.values[catalog::kFuzz], preset.values[catalog::kTrim]);
-    CHECK(document.find(text) != std::string::npos);
-  }
 }
 
 TEST_CASE("activate forgets what was heard; no number in a port does lasting harm") {

@@ -55,6 +55,8 @@ for each in "${!audio[@]}"; do
   [[ $ports == "${audio[$each]} on volume fuzz trim in_level out_level" ]] || fail "$each: ports: $ports"
   grep -q '^\s*Designation: http://lv2plug.in/ns/lv2core#enabled$' info || fail "On is not the host's bypass switch"
   [[ $(grep -c '^\s*Wall of fuzz$' info) == 1 ]] || fail "$each: presets: $(<info)"
+  wall="<$each> ;rdfs:label \"Wall of fuzz\" ;lv2:port [ lv2:symbol \"volume\" ; pset:value 6.0 ] ,[ lv2:symbol \"fuzz\" ; pset:value 10.0 ]"
+  tr -d '\n\t' <"$bundle/presets.ttl" | grep -qF "$wall" || fail "$each: a preset's values: $(<"$bundle/presets.ttl")"
   grep -q '^\s*Author: *Brumbler project$' info || fail "$each: no maintainer: $(<info)"
   # Hosts take a port with scale points for a list, so none that can be turned evenly may have any.
   awk 'BEGIN {RS = "\n\tPort "} /Scale Points/ && !/#toggled/ {exit 1}' info || fail "$each: scale points: $(<info)"
