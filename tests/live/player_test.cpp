@@ -191,6 +191,24 @@ TEST_CASE("what plays is told to a controller, once and again when it asks") {
   CHECK(told() == "c205 b2407f ");  // it is on there
   stage.player.reportAgain();
   CHECK(told() == "c205 b2407f ");
+  stage.player.send({Kind::selectProgram, 0});
+  CHECK(told() == "c200 b24000 ");
+  stage.player.send({Kind::stepProgram, -1});
+  CHECK(told() == "c20f b2407f ");  // the last one comes before the first
+
+  // A note that ends is no press, whatever its velocity.
+  MidiMap map;
+  map.assign(LiveAction::toggle, {MidiControl::Kind::note, 60, 0});
+  stage.player.send({Kind::useMap, 0, {}, &map});
+  CHECK(told() == "c20f 923c7f ");
+  float sample[64] = {};
+  const float* const in = sample;
+  float* const out = sample;
+  const std::uint8_t noteOff[] = {0x82, 60, 64};
+  stage.player.begin(&in, &out, 64);
+  stage.player.receive(0, noteOff, sizeof noteOff);
+  stage.player.end();
+  CHECK(told().empty());
 }
 
 TEST_CASE("a pause loses no MIDI message, and a take has silence of its length") {

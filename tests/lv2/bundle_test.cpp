@@ -213,12 +213,20 @@ TEST_CASE("the meters hold the peak of the louder channel, let it fall, and stay
   CHECK(run(7.0F, 0.0F) == Floats{1.0F, 1.0F});
   for (int i = 0; i < 400; ++i) run(0.0F, 0.0F);
   CHECK(run(0.0F, 0.0F) == Floats{0.0F, 0.0F});
+  bundle.control[kOn] = 1.0F;
+  run(0.5F, 0.5F);
+  const Floats fuzzed = run(0.5F, 0.5F);
+  CHECK((fuzzed[0] == 0.5F && fuzzed[1] > 0.0F && fuzzed[1] != 0.5F));
 }
 
 TEST_CASE("activate forgets what was heard; no number in a port does lasting harm") {
   const Floats in = noise(2048, 0.3F);
   Bundle bundle;
   const Floats first = bundle.play(in);
+  Bundle unconnected;  // its controls have their defaults
+  for (std::uint32_t i = 0; i < kNumControls; ++i)
+    unconnected.descriptor->connect_port(unconnected.handle, 2 + i, nullptr);
+  CHECK(unconnected.play(in) == first);
   bundle.play(Floats{NAN, INFINITY, -INFINITY, 3e38F});
   for (const float bad : {NAN, -1e30F, 1e30F}) {
     for (float& control : bundle.control) control = bad;
