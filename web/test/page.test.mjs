@@ -340,6 +340,8 @@ test('sixteen programs are kept, and banks are the command’s', withCommand, as
     await reads(page, 'bank-note', new RegExp(`${says}.*Nothing was changed`));
   }
   await shows(page, 'slider', 'Fuzz', '9.90');
+  await press(page, 'Undo'); // the import, with the program that was selected
+  await knobs('10.00', '6.00', '4.0 dB');
 });
 
 test('an input plays live, after a warning', async () => {
