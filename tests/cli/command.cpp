@@ -385,8 +385,8 @@ TEST_CASE("other rates are played at the nearer of 44100 and 48000 Hz, between t
     CommandLine cli;
     const Sound in = guitar(row.rate, 1, 6000);
     cli.write("in.wav", in);
-    std::vector<double> padded = in.samples, inside, expected;
-    padded.resize(padded.size() + static_cast<std::size_t>(row.rate));
+    std::vector<double> padded(in.samples.size() + static_cast<std::size_t>(row.rate)), inside, expected;
+    std::copy(in.samples.begin(), in.samples.end(), padded.begin());
     SampleRateConverter(row.rate, row.inner, 1).convert(padded.data(), static_cast<int>(padded.size()), inside);
     EffectPlayer player(getinterface, row.inner, static_cast<int>(inside.size()), 1);
     player.start();
