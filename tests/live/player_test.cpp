@@ -332,8 +332,7 @@ TEST_CASE("a take on a slow disk has silence of the gap's length, and takes its 
   {
     TakeRecorder take(path, 100, 1, false);  // at this rate there is room for 1000 frames
     for (int i = 0; i < 3; ++i) take.record(channel, 700);
-    std::this_thread::sleep_for(2 * TakeRecorder::kBetweenWrites);
-    CHECK(cli.read("take.unfinished.wav").samples.size() == 700);
+    CHECK(eventually([&] { return cli.read("take.unfinished.wav").samples.size() == 700; }));
     CHECK(cli.files() == std::set<std::string>{"take.unfinished.wav"});
     take.record(channel, 700);
     CHECK(take.lostFrames() == 1400);
