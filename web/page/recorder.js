@@ -6,7 +6,7 @@ import { clockText, element, onClick, say, showPressed } from './controls.js';
 const BUFFER = 1 << 16; // samples of a buffer, a multiple of the worklet's block
 const AHEAD = 8; // buffers that the worklet holds, for the time that the page is busy
 const LONGEST = 3600; // seconds of one channel; two channels fill the same memory in half the time
-const PATIENCE = 1000; // milliseconds for the last piece; none comes from an engine that was stopped
+const PATIENCE = 3000; // milliseconds for the last piece; none comes from an engine that was stopped
 
 /** Records the input before Trim and the effect. The take becomes the page's recording. */
 export class Recorder {
