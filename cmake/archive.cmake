@@ -3,6 +3,7 @@
 # except those of glibc, and their licences. The bytes do not depend on the umask, time zone, locale or folder.
 #   cmake -DBUILD=FOLDER -DNAME=NAME -DDATE=YYYY-MM-DD -P archive.cmake
 set(root ${BUILD}/archive/${NAME})
+unset(ENV{DESTDIR})  # would move the files somewhere else
 file(REMOVE_RECURSE ${BUILD}/archive)
 foreach(component Unspecified archive)
   execute_process(COMMAND ${CMAKE_COMMAND} --install ${BUILD} --strip --component ${component} --prefix ${root}
